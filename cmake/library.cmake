@@ -1,0 +1,59 @@
+# The library and what it is made of. Each folder adds its sources to kiv_objects.
+#
+#   kiv_objects          all code but the two files below
+#   kiv_heap_and_clock   the process heap and the clocks; tests replace them at link time
+#   kiv_base             the product, exporting the names of exports.txt and no others
+
+function(kiv_library_sources target)
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+  target_compile_definitions(${target} PRIVATE KIV_BASE_BUILD)
+  target_compile_options(${target} PRIVATE
+    $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions> $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti>)
+  set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden
+                                             VISIBILITY_INLINES_HIDDEN ON)
+  target_link_libraries(${target} PRIVATE kiv_warnings)
+  if(WIN32)
+    # Windows 7 is the oldest system that the library runs on.
+    target_compile_definitions(${target} PRIVATE _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN NOMINMAX)
+  else()
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+  endif()
+endfunction()
+
+add_library(kiv_objects OBJECT)
+kiv_library_sources(kiv_objects)
+add_library(kiv_heap_and_clock OBJECT)
+kiv_library_sources(kiv_heap_and_clock)
+
+# One list of names makes the .def file and the version script.
+set(KIV_EXPORT_LIST ${PROJECT_SOURCE_DIR}/cmake/exports.txt)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${KIV_EXPORT_LIST})
+file(STRINGS ${KIV_EXPORT_LIST} kiv_exported_names REGEX "^[A-Za-z_]")
+list(JOIN kiv_exported_names "\n  " def_names)
+list(JOIN kiv_exported_names ";\n    " map_names)
+file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/kiv_base.def
+     CONTENT "LIBRARY kiv_base.dll\nEXPORTS\n  @def_names@\n" @ONLY)
+file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/kiv_base.map
+     CONTENT "{\n  global:\n    @map_names@;\n  local:\n    *;\n};\n" @ONLY)
+
+add_library(kiv_base SHARED $<TARGET_OBJECTS:kiv_objects> $<TARGET_OBJECTS:kiv_heap_and_clock>)
+target_include_directories(kiv_base INTERFACE ${PROJECT_SOURCE_DIR}/include)
+set_target_properties(kiv_base PROPERTIES LINKER_LANGUAGE CXX)
+if(WIN32)
+  set_target_properties(kiv_base PROPERTIES PREFIX "" LINK_DEPENDS ${PROJECT_BINARY_DIR}/kiv_base.def)
+  # The compiler's own run-time libraries go into the DLL, so that it stands alone.
+  target_link_options(kiv_base PRIVATE ${PROJECT_BINARY_DIR}/kiv_base.def
+    -static -static-libgcc -static-libstdc++ -Wl,--dynamicbase -Wl,--nxcompat)
+  target_link_libraries(kiv_base PRIVATE ws2_32 advapi32)
+else()
+  find_package(Threads REQUIRED)
+  set_target_properties(kiv_base PROPERTIES
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+    LINK_DEPENDS ${PROJECT_BINARY_DIR}/kiv_base.map)
+  target_link_options(kiv_base PRIVATE
+    -Wl,--version-script=${PROJECT_BINARY_DIR}/kiv_base.map -Wl,-Bsymbolic-functions)
+  if(NOT KIV_SANITIZE)
+    target_link_options(kiv_base PRIVATE -Wl,-z,defs)
+  endif()
+  target_link_libraries(kiv_base PRIVATE Threads::Threads)
+endif()

@@ -1,0 +1,5 @@
+# Every target of the project compiles without warnings.
+add_library(kiv_warnings INTERFACE)
+target_compile_options(kiv_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+  $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
