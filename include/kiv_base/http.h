@@ -1,0 +1,369 @@
+/* HTTP: a table model of message heads, stream filters that cut a connection's bytes into
+ * messages, a server over a box, and the text encodings they share.
+ *
+ * Smallest use, a server that answers every request:
+ *
+ *   static void KIV_CALL on_request(kiv_http_server* server, void* box, int32_t socket,
+ *                                   kiv_http_table* request, zu_jitter* body) {
+ *     kiv_box_TcpWrite(box, socket, answer, answer_length);
+ *   }
+ *   static void KIV_CALL on_close(kiv_http_server* server, void* user, int32_t socket) {
+ *     kiv_http_server_DeleteClient(server, socket);
+ *   }
+ *   static void KIV_CALL on_accept(kiv_http_server* server, void* box, int32_t socket,
+ *                                  const char* peer_ip, uint16_t peer_port) {
+ *     kiv_http_server_AcceptClient(server, socket, on_request, box, on_close, NULL);
+ *   }
+ *   kiv_http_server_attach(box, kiv_http_server_make(), 8080, on_accept, box);
+ *
+ * Threads: a table or a filter belongs to one thread at a time. Server operations may be called
+ * from any thread. The encodings hold no state.
+ */
+#ifndef KIV_BASE_HTTP_H
+#define KIV_BASE_HTTP_H
+
+#include "kiv_base/containers.h"
+#include "kiv_base/event.h"
+#include "kiv_base/export.h"
+
+typedef struct kiv_http_table kiv_http_table;
+typedef struct kiv_http_filter kiv_http_filter;
+typedef struct kiv_http_server kiv_http_server;
+
+/* ---- Tables ----------------------------------------------------------------------------------
+ *
+ * A table holds one message head: method, request target and version of a request, or version and
+ * status line of a response; the header fields in order; and the form fields of a form post. A
+ * table with a method is a request. Field names are matched without regard to ASCII case, form
+ * names exactly; several entries may carry one name when parsed.
+ *
+ * All functions accept NULL for any argument and then return 0 or NULL. Actions return 1 when
+ * done, 0 for bad arguments, an unknown name or exhausted memory; the table is then unchanged.
+ * Texts handed in are copied. Texts read from a table stay the table's own and are valid until
+ * that item is set, unset or freed.
+ *
+ * Nothing is checked or quoted when a table is written: a CR LF inside a method, target, status
+ * line, field or form name goes out as it is. Keep peers' texts out of them or check them first.
+ */
+
+/* The standard status lines in ascending order, the text for kiv_http_table_SetStatus; the last
+ * entry is NULL. The "unused" ones are placeholders. */
+static const char* const kiv_http_status_lines[] = {
+    "100 Continue",
+    "101 Switching Protocols",
+    "102 Processing",
+    "200 OK",
+    "201 Created",
+    "202 Accepted",
+    "203 Non-Authoritative Information",
+    "204 No Content",
+    "205 Reset Content",
+    "206 Partial Content",
+    "207 Multi-Status",
+    "300 Multiple Choices",
+    "301 Moved Permanently",
+    "302 Found",
+    "303 See Other",
+    "304 Not Modified",
+    "305 Use Proxy",
+    "306 unused",
+    "307 Temporary Redirect",
+    "400 Bad Request",
+    "401 Authorization Required",
+    "402 Payment Required",
+    "403 Forbidden",
+    "404 Not Found",
+    "405 Method Not Allowed",
+    "406 Not Acceptable",
+    "407 Proxy Authentication Required",
+    "408 Request Time-out",
+    "409 Conflict",
+    "410 Gone",
+    "411 Length Required",
+    "412 Precondition Failed",
+    "413 Request Entity Too Large",
+    "414 Request-URI Too Large",
+    "415 Unsupported Media Type",
+    "416 Requested Range Not Satisfiable",
+    "417 Expectation Failed",
+    "418 unused",
+    "419 unused",
+    "420 unused",
+    "421 unused",
+    "422 Unprocessable Entity",
+    "423 Locked",
+    "424 Failed Dependency",
+    "425 No code",
+    "426 Upgrade Required",
+    "500 Internal Server Error",
+    "501 Method Not Implemented",
+    "502 Bad Gateway",
+    "503 Service Temporarily Unavailable",
+    "504 Gateway Time-out",
+    "505 HTTP Version Not Supported",
+    "506 Variant Also Negotiates",
+    "507 Insufficient Storage",
+    "508 unused",
+    "509 unused",
+    "510 Not Extended",
+    NULL,
+};
+
+/* An empty table with status value -1, or NULL. */
+KIV_API kiv_http_table* KIV_CALL kiv_http_table_make(void) KIV_NOEXCEPT;
+
+/* Empties the table (status value -1); free also releases it. */
+KIV_API void KIV_CALL kiv_http_table_free(kiv_http_table* table) KIV_NOEXCEPT;
+KIV_API void KIV_CALL kiv_http_table_clean(kiv_http_table* table) KIV_NOEXCEPT;
+
+/* A new table with the method, request target, status line, header fields and form fields of
+ * another, equal names included; its cursors stand at the start. The version is not copied. The
+ * form values are escaped afresh from their raw texts. NULL when memory runs out. */
+KIV_API kiv_http_table* KIV_CALL kiv_http_table_clone(const kiv_http_table* table) KIV_NOEXCEPT;
+
+/* The method, such as "GET"; NULL while not set. */
+KIV_API const char* KIV_CALL kiv_http_table_GetMethod(const kiv_http_table* table) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_table_SetMethod(kiv_http_table* table,
+                                              const char* method) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_table_UnsetMethod(kiv_http_table* table) KIV_NOEXCEPT;
+
+/* The request target (path and query); NULL while not set. */
+KIV_API const char* KIV_CALL kiv_http_table_GetRequest(const kiv_http_table* table) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_table_SetRequest(kiv_http_table* table,
+                                               const char* request) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_table_UnsetRequest(kiv_http_table* table) KIV_NOEXCEPT;
+
+/* The status line without the version, such as "404 Not Found". Setting it sets the status value
+ * to the leading decimal number of the text, 0 when there is none. Unset leaves the status value
+ * at 0, not at the -1 of a new table. GetStatusValue gives -1 for NULL. */
+KIV_API const char* KIV_CALL kiv_http_table_GetStatus(const kiv_http_table* table) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_table_SetStatus(kiv_http_table* table,
+                                              const char* status_line) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kiv_http_table_GetStatusValue(const kiv_http_table* table) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_table_UnsetStatus(kiv_http_table* table) KIV_NOEXCEPT;
+
+/* Header fields by name: the first entry of that name is meant. Set replaces its value and takes
+ * over the caller's spelling of the name, or adds a field at the end. Zero removes all. */
+KIV_API const char* KIV_CALL kiv_http_table_GetField(const kiv_http_table* table,
+                                                     const char* name) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_table_SetField(kiv_http_table* table, const char* name,
+                                             const char* value) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_table_UnsetField(kiv_http_table* table,
+                                               const char* name) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_table_ZeroField(kiv_http_table* table) KIV_NOEXCEPT;
+
+/* Walks the header fields in order: Rewind, then GetNext until it returns 0. The cursor counts
+ * entries, so removing one that was already passed makes the walk miss the next. The outputs may
+ * be NULL and are left alone at the end. */
+KIV_API int KIV_CALL kiv_http_table_RewindField(kiv_http_table* table) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_table_GetNextField(kiv_http_table* table, const char** name,
+                                                 const char** value) KIV_NOEXCEPT;
+
+/* Form fields by name: GetForm gives the escaped value, GetFormRaw the raw one; SetForm takes the
+ * raw value and escapes it (zu_url_escape_malloc), the name is written as it is.
+ *
+ * Replacing the value of an existing name adjusts the form length by (new escaped length - new raw
+ * length) and not by the old value's length: unless both come to the same,
+ * kiv_http_table_GetFormStr then refuses. To change a value, unset it first. */
+KIV_API const char* KIV_CALL kiv_http_table_GetForm(const kiv_http_table* table,
+                                                    const char* name) KIV_NOEXCEPT;
+KIV_API const char* KIV_CALL kiv_http_table_GetFormRaw(const kiv_http_table* table,
+                                                       const char* name) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_table_SetForm(kiv_http_table* table, const char* name,
+                                            const char* raw_value) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_table_UnsetForm(kiv_http_table* table, const char* name) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_table_ZeroForm(kiv_http_table* table) KIV_NOEXCEPT;
+
+/* Walks the form fields as kiv_http_table_GetNextField does the header fields. */
+KIV_API int KIV_CALL kiv_http_table_RewindForm(kiv_http_table* table) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_table_GetNextForm(kiv_http_table* table, const char** name,
+                                                const char** escaped_value,
+                                                const char** raw_value) KIV_NOEXCEPT;
+
+/* The head as text, up to and including its blank line; the caller frees it with _zu_free.
+ *
+ * NULL for a table without header fields, and, with a message, for one with neither method nor
+ * status line. A missing version is stored as "HTTP/1.1". For a POST with form fields the fields
+ * Content-Type and Content-Length of the form are set first. A request without a target is
+ * written as method, blank, version. */
+KIV_API char* KIV_CALL kiv_http_table_GetHeaderStr(kiv_http_table* table) KIV_NOEXCEPT;
+
+/* The form as text, name=escaped value joined by "&"; the caller frees it with _zu_free. NULL
+ * without form fields, and, with a message, when the text is not as long as
+ * kiv_http_table_GetFormStrLen says. */
+KIV_API char* KIV_CALL kiv_http_table_GetFormStr(kiv_http_table* table) KIV_NOEXCEPT;
+
+/* Length of the form text in bytes, as counted by the setters; 0 without form fields. */
+KIV_API int32_t KIV_CALL kiv_http_table_GetFormStrLen(const kiv_http_table* table) KIV_NOEXCEPT;
+
+/* A new table from the text of a head whose lines end in CR, LF or both; leading blanks and line
+ * ends are skipped, blank lines between fields too. Only versions 1.0 and 1.1 are taken. Bad heads,
+ * among them one with an empty field value or without a line end after its last field, print what
+ * is wrong with the whole text and give NULL. */
+KIV_API kiv_http_table* KIV_CALL kiv_http_table_ParseHeaderStr(const char* text) KIV_NOEXCEPT;
+
+/* A new table with the form fields of an urlencoded text. NULL, with a message, for a name that is
+ * empty, has other characters than letters, digits, "-", "." and "_", or is not followed by "=". */
+KIV_API kiv_http_table* KIV_CALL kiv_http_table_ParseFormStr(const char* text) KIV_NOEXCEPT;
+
+/* ---- Stream filters --------------------------------------------------------------------------
+ *
+ * A filter cuts the bytes of one connection into messages, whatever the pieces they arrive in. A
+ * request filter takes bodies by Content-Length; a response filter also takes chunked bodies and,
+ * for a 200 response with "Connection: close", the rest of the connection. Trailer fields after
+ * the last chunk are not supported.
+ *
+ * Limits: 5120 bytes for a head, 1024 for a chunk-size line, INT32_MAX for one Content-Length or
+ * chunk size, and what a jitter buffer holds for body bytes not yet taken out. The number of
+ * waiting messages has no limit: take them out.
+ */
+
+/* States of a message, and the status values handed out. */
+enum {
+  KIV_HTTP_NEW = 0,
+  KIV_HTTP_HEAD = 11, /* head incomplete */
+  KIV_HTTP_BODY = 12, /* body incomplete */
+  KIV_HTTP_COMPLETE = 13,
+  KIV_HTTP_CHUNKED = 14,     /* chunked body incomplete; handed out as 12 */
+  KIV_HTTP_UNTIL_CLOSE = 15, /* the body lasts until the connection closes */
+  KIV_HTTP_BROKEN = 21       /* bad stream, final; handed out as 0 */
+};
+
+/* An empty filter, or NULL. Both makers make the same. */
+KIV_API kiv_http_filter* KIV_CALL kiv_http_filter_request_make(void) KIV_NOEXCEPT;
+KIV_API kiv_http_filter* KIV_CALL kiv_http_filter_response_make(void) KIV_NOEXCEPT;
+
+/* Frees the filter and all messages still in it. */
+KIV_API void KIV_CALL kiv_http_filter_request_free(kiv_http_filter* filter) KIV_NOEXCEPT;
+KIV_API void KIV_CALL kiv_http_filter_response_free(kiv_http_filter* filter) KIV_NOEXCEPT;
+
+/* Feeds the next n bytes of the stream. 1 when all were taken; 0 when the stream is broken (bad
+ * head or chunk line, a limit, no memory) and for every later input. Messages completed before the
+ * fault can still be taken out. A request filter also refuses responses. */
+KIV_API int KIV_CALL kiv_http_filter_request_input(kiv_http_filter* filter, const void* bytes,
+                                                   int32_t n) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_filter_response_input(kiv_http_filter* filter, const void* bytes,
+                                                    int32_t n) KIV_NOEXCEPT;
+
+/* Takes out the oldest message: its table (free with kiv_http_table_free) and its body (free with
+ * zu_jitter_free). NULL when there is nothing to hand out; `status` tells the state in any case: 0
+ * for an empty or broken filter, else 11, 12, 13 or 15. Both outputs may be NULL; a complete
+ * message's body is then freed.
+ *
+ * A complete message (13) is removed and comes with a body, which may be empty. The body of an
+ * unfinished response (12, 15) is delivered in parts: each call that finds new bytes gives a clone
+ * of the table and those bytes; without a body output the bytes stay. Unfinished requests are not
+ * handed out. */
+KIV_API kiv_http_table* KIV_CALL kiv_http_filter_request_get(kiv_http_filter* filter,
+                                                             zu_jitter** body,
+                                                             int32_t* status) KIV_NOEXCEPT;
+KIV_API kiv_http_table* KIV_CALL kiv_http_filter_response_get(kiv_http_filter* filter,
+                                                              zu_jitter** body,
+                                                              int32_t* status) KIV_NOEXCEPT;
+
+/* Looks at the oldest message: 1 when its head is complete. The table and the body stay the
+ * filter's own, valid until the next input or get. Outputs may be NULL. */
+KIV_API int KIV_CALL kiv_http_filter_request_peek(kiv_http_filter* filter, kiv_http_table** table,
+                                                  zu_jitter** body, int32_t* status) KIV_NOEXCEPT;
+
+/* ---- Server ----------------------------------------------------------------------------------
+ *
+ * A server listens on a port of a box, offers each connection to the application and hands it each
+ * complete request. Answers are the application's business: it writes them on the socket.
+ *
+ * Callbacks run on the box's thread with no lock held; they may call back into the server, delete
+ * their client and free the server. Every operation on a freed server returns 0.
+ *
+ * One request at most is delivered for each piece of data read. The second of two pipelined
+ * requests waits for the next data on its connection. More than 1000 waiting requests count as a
+ * broken stream.
+ *
+ * There are no time limits: a peer that connects and stays silent holds its place in the box, which
+ * has 1024 of them. An application that faces strangers deletes idle sockets by timers of its own.
+ */
+
+/* A connection was accepted and belongs to the box. Taken into service only by
+ * kiv_http_server_AcceptClient, else it is dropped at its first data. The peer's address as dotted
+ * text and its port are as the box gives them. */
+typedef void(KIV_CALL* kiv_http_server_accept_fn)(kiv_http_server* server, void* user,
+                                                  int32_t socket, const char* peer_ip,
+                                                  uint16_t peer_port);
+
+/* A request is complete. Table and body (NULL without one) are freed when the callback returns. */
+typedef void(KIV_CALL* kiv_http_server_request_fn)(kiv_http_server* server, void* user,
+                                                   int32_t socket, kiv_http_table* request,
+                                                   zu_jitter* body);
+
+/* The connection closed or its stream is broken. Called again at the next sign of it until the
+ * application calls kiv_http_server_DeleteClient. */
+typedef void(KIV_CALL* kiv_http_server_close_fn)(kiv_http_server* server, void* user,
+                                                 int32_t socket);
+
+/* A server without a box, or NULL. */
+KIV_API kiv_http_server* KIV_CALL kiv_http_server_make(void) KIV_NOEXCEPT;
+
+/* Listens on the port at all local addresses. 0 for port 0, a missing callback, an unknown server
+ * or when the port cannot be opened. Attaching again first releases the earlier listener and all
+ * clients. */
+KIV_API int KIV_CALL kiv_http_server_attach(kiv_box* box, kiv_http_server* server, uint16_t port,
+                                            kiv_http_server_accept_fn on_accept,
+                                            void* accept_user) KIV_NOEXCEPT;
+
+/* Takes a connection into service, usually from the accept callback. 0 when the socket is a client
+ * already or memory runs out. Callbacks may be NULL; without a close callback the client is
+ * deleted where the callback were due. */
+KIV_API int KIV_CALL kiv_http_server_AcceptClient(kiv_http_server* server, int32_t socket,
+                                                  kiv_http_server_request_fn on_request,
+                                                  void* request_user,
+                                                  kiv_http_server_close_fn on_close,
+                                                  void* close_user) KIV_NOEXCEPT;
+
+/* Closes the socket and forgets the client. A socket that is no client is still deleted from the
+ * box, with result 0. */
+KIV_API int KIV_CALL kiv_http_server_DeleteClient(kiv_http_server* server,
+                                                  int32_t socket) KIV_NOEXCEPT;
+
+KIV_API int32_t KIV_CALL kiv_http_server_NumClients(kiv_http_server* server) KIV_NOEXCEPT;
+
+/* Stops listening, closes all clients without their close callbacks, and frees the server. 0 for
+ * NULL or an unknown server. */
+KIV_API int KIV_CALL kiv_http_server_free(kiv_http_server* server) KIV_NOEXCEPT;
+
+/* ---- Text encodings -------------------------------------------------------------------------- */
+
+/* Escapes text as form fields are: a blank becomes "+", ASCII letters, digits and "*" stay, every
+ * other byte becomes "%" and two upper-case hexadecimal digits. Length 0 means up to the
+ * terminating zero. A new text, NULL for NULL, a negative length or no memory. */
+KIV_API char* KIV_CALL zu_url_escape_malloc(const char* text, int32_t length) KIV_NOEXCEPT;
+
+/* The reverse: "+" becomes a blank; "%" and one or two hexadecimal digits become that byte, and
+ * the two characters after "%" are skipped even when only the first is a digit; a "%" before
+ * anything else stays. "%00" gives a zero byte, where C text ends. */
+KIV_API char* KIV_CALL zu_url_unescape_malloc(const char* text, int32_t length) KIV_NOEXCEPT;
+
+/* Both are _zu_free. */
+KIV_API void KIV_CALL zu_url_escape_free(char* text) KIV_NOEXCEPT;
+KIV_API void KIV_CALL zu_url_unescape_free(char* text) KIV_NOEXCEPT;
+
+/* Base64 of RFC 4648 with padding and without line breaks, into a buffer of 4 characters for each
+ * started group of 3 bytes and a terminating zero. Number of characters without the zero; -1 for
+ * NULL, a length below 1 or one whose text is longer than INT32_MAX. */
+KIV_API int32_t KIV_CALL zu_base64_encode(char* out, const void* bytes,
+                                          int32_t length) KIV_NOEXCEPT;
+
+/* The same into a new text. It comes from the C library's malloc and not from _zu_malloc: release
+ * it with free(). -1 leaves *out NULL. */
+KIV_API int32_t KIV_CALL zu_base64_encode00(char** out, const void* bytes,
+                                            int32_t length) KIV_NOEXCEPT;
+
+/* Decodes the text up to its terminating zero. Characters outside the alphabet, the padding among
+ * them, are skipped; a last group of 2 or 3 characters gives 1 or 2 bytes; bytes beyond the
+ * capacity are dropped. Number of bytes written; -1 for NULL or a capacity below 1. */
+KIV_API int32_t KIV_CALL zu_base64_decode(void* out, const char* text,
+                                          int32_t capacity) KIV_NOEXCEPT;
+
+/* Writes the MD5 digest (RFC 1321) of the text up to its terminating zero as 32 lower-case
+ * hexadecimal characters and a zero. 1, or 0 for NULL. */
+KIV_API int KIV_CALL zu_md5_encode(char* out33, const char* text) KIV_NOEXCEPT;
+
+#endif
