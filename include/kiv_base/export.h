@@ -43,11 +43,11 @@
 
 /* Marks a function whose arguments follow printf; the argument positions count from 1. */
 #if defined(__MINGW32__)
-#define KIV_PRINTF(format, first) __attribute__((format(gnu_printf, format, first)))
+#define KIV_PRINTF(text, first) __attribute__((format(gnu_printf, text, first)))
 #elif defined(__GNUC__)
-#define KIV_PRINTF(format, first) __attribute__((format(printf, format, first)))
+#define KIV_PRINTF(text, first) __attribute__((format(printf, text, first)))
 #else
-#define KIV_PRINTF(format, first)
+#define KIV_PRINTF(text, first)
 #endif
 
 #endif

@@ -1,0 +1,63 @@
+// Memory from _zu_malloc with one owner.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "kiv_base/base.h"
+
+namespace kiv::base {
+
+template <typename T>
+class Owned {
+ public:
+  Owned() = default;
+  explicit Owned(T* memory) : memory_(memory) {}
+  ~Owned() { _zu_free(memory_); }
+
+  Owned(Owned&& other) noexcept : memory_(other.release()) {}
+  Owned& operator=(Owned&& other) noexcept {
+    reset(other.release());
+    return *this;
+  }
+  Owned(const Owned&) = delete;
+  Owned& operator=(const Owned&) = delete;
+
+  // Storage for `count` objects, not initialised; empty when the size is no int32 or memory ran
+  // out.
+  static Owned allocate(std::size_t count = 1) {
+    if (count > static_cast<std::size_t>(INT32_MAX) / sizeof(T)) return Owned();
+    return Owned(static_cast<T*>(_zu_malloc(static_cast<std::int32_t>(count * sizeof(T)))));
+  }
+
+  // The same, zeroed.
+  static Owned allocate_zeroed(std::size_t count = 1) {
+    Owned made = allocate(count);
+    if (made) std::memset(static_cast<void*>(made.get()), 0, count * sizeof(T));
+    return made;
+  }
+
+  T* get() const { return memory_; }
+  T& operator*() const { return *memory_; }
+  T* operator->() const { return memory_; }
+  T& operator[](std::size_t index) const { return memory_[index]; }
+  explicit operator bool() const { return memory_ != nullptr; }
+
+  // Gives the memory up to the caller.
+  [[nodiscard]] T* release() {
+    T* memory = memory_;
+    memory_ = nullptr;
+    return memory;
+  }
+
+  void reset(T* memory = nullptr) {
+    if (memory != memory_) _zu_free(memory_);
+    memory_ = memory;
+  }
+
+ private:
+  T* memory_ = nullptr;
+};
+
+}  // namespace kiv::base
