@@ -2,7 +2,7 @@
 #
 #   kiv_objects          all code but the two files below
 #   kiv_heap_and_clock   the process heap and the clocks; tests replace them at link time
-#   kiv_base             the product, exporting the names of exports.txt and no others
+#   kiv_base             the product, exporting the names of exported_names.txt and no others
 
 function(kiv_library_sources target)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
@@ -26,7 +26,7 @@ add_library(kiv_heap_and_clock OBJECT)
 kiv_library_sources(kiv_heap_and_clock)
 
 # One list of names makes the .def file and the version script.
-set(KIV_EXPORT_LIST ${PROJECT_SOURCE_DIR}/cmake/exports.txt)
+set(KIV_EXPORT_LIST ${PROJECT_SOURCE_DIR}/cmake/exported_names.txt)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${KIV_EXPORT_LIST})
 file(STRINGS ${KIV_EXPORT_LIST} kiv_exported_names REGEX "^[A-Za-z_]")
 list(JOIN kiv_exported_names "\n  " def_names)
