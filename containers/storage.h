@@ -1,0 +1,28 @@
+// Where tables and trees take their records from: a memory pool or, without one, the heap.
+#pragma once
+
+#include <cstdint>
+
+#include "kiv_base/base.h"
+
+namespace kiv::containers {
+
+inline void* take(void* pool, std::uint32_t size) {
+  return pool ? zu_mem_malloc(pool, size) : _zu_malloc(static_cast<std::int32_t>(size));
+}
+
+template <typename Record>
+Record* take_record(void* pool) {
+  static_assert(alignof(Record) == 1, "a pool aligns nothing");
+  return static_cast<Record*>(take(pool, sizeof(Record)));
+}
+
+inline void give_back(void* pool, void* block) {
+  if (pool) {
+    zu_mem_free(pool, block);
+  } else {
+    _zu_free(block);
+  }
+}
+
+}  // namespace kiv::containers
