@@ -1,6 +1,8 @@
 /* Sockets, timers and the loops that serve them.
  *
  * zu_sock_*  small helpers over plain sockets
+ * zu_box_*   sockets and timers served by one loop, for one thread
+ * kiv_box_*  the same for any thread, behind checked handles (kivx_box_* are their variants)
  *
  *   zu_sock_peer peer;
  *   char text[512];
@@ -121,5 +123,322 @@ KIV_API int32_t KIV_CALL zu_sock_read_ByAddr(int32_t socket, void* buffer, int32
 
 /* A raw callback of the loop: gets the argument it was registered with. */
 typedef void(KIV_CALL* zu_event_fn)(void* user);
+
+/* ---- zu_box: sockets and timers of one loop -----------------------------------------------------
+ *
+ * A box owns sockets and timers and serves them on the thread that runs its loop:
+ *
+ *   zu_box* box = zu_box_malloc();
+ *   zu_box_sock_AddLocalTcpServer(box, "127.0.0.1", 8080, on_accept, NULL);
+ *   zu_box_StartLoop(box);               // until zu_box_BreakLoop, or nothing is left to wait for
+ *   zu_box_free(box);
+ *
+ * A turn of the loop serves at most one ready socket of each kind (read, write, except), the
+ * highest socket id first, and timers only when no socket was ready: one peer that never pauses
+ * holds up every timer and every lower socket of its box.
+ *
+ * Threads: a box without a lock belongs to one thread. With a lock (zu_box_mallocx) the loop takes
+ * it around table work and its own reads, and other threads take it around their calls; such a
+ * call is noticed when the wait ends for some other reason. `kiv_box` does all this by itself.
+ *
+ * Socket ids are the system's socket numbers; every socket that a box opens, accepts or adopts is
+ * non-blocking. Timer ids are random, 51200 or more. All functions take a NULL box: ids, counts
+ * and lengths are then -1, the other results 0.
+ */
+
+typedef struct zu_box zu_box;
+
+/* The application's callbacks. All get the box's user callback handle first, then the argument
+ * given with them; they run without any lock of the library, may call every box function and may
+ * delete or free anything, the box included. A NULL callback is left out. */
+
+/* Connected; could not connect; closed by the peer. The socket stays in the box until deleted. */
+typedef void(KIV_CALL* zu_box_socket_fn)(void* handle, void* argument, int32_t socket);
+
+/* `data` is the box's buffer: valid during the call, with a NUL behind its `length` bytes. */
+typedef void(KIV_CALL* zu_box_read_fn)(void* handle, void* argument, int32_t socket, char* data,
+                                       int32_t length);
+
+/* The new socket is non-blocking and belongs to no box: adopt it or close it. With a NULL
+ * callback it is closed. */
+typedef void(KIV_CALL* zu_box_accept_fn)(void* handle, void* argument, int32_t listener,
+                                         int32_t socket, const char* peer_ip, uint16_t peer_port);
+
+/* One datagram of up to 5120 bytes. The length is 0 for an empty datagram, and with a zeroed
+ * `from` for a longer one and for a failed read. */
+typedef void(KIV_CALL* zu_box_datagram_fn)(void* handle, void* argument, int32_t socket, char* data,
+                                           int32_t length, zu_sock_peer* from);
+
+/* `times_fired` counts this firing. */
+typedef void(KIV_CALL* zu_box_timer_fn)(void* handle, void* argument, int32_t timer,
+                                        int32_t times_fired);
+
+/* `kind`: 1 TCP client, 2 adopted TCP client, 3 UDP client, 4 TCP server, 5 UDP server. */
+typedef void(KIV_CALL* zu_box_visit_fn)(void* handle, int32_t kind, int32_t socket, void* argument);
+
+/* Makes an empty box; NULL when memory runs out. `lock` is a lock of zu_sem_malloc or 0; it is
+ * not owned and must outlive the box. */
+KIV_API zu_box* KIV_CALL zu_box_mallocx(uintptr_t lock) KIV_NOEXCEPT;
+KIV_API zu_box* KIV_CALL zu_box_malloc(void) KIV_NOEXCEPT;
+
+/* Closes the sockets of the box, except imported ones, and drops its timers. A destroyed box
+ * refuses everything and still wants zu_box_free, which destroys first and then releases the
+ * record. Inside a callback of the box both stop the loop and happen when it ends. */
+KIV_API void KIV_CALL zu_box_destroy(zu_box* box) KIV_NOEXCEPT;
+KIV_API void KIV_CALL zu_box_free(zu_box* box) KIV_NOEXCEPT;
+
+/* Runs the loop on the calling thread until zu_box_BreakLoop, until neither a socket nor a timer
+ * is left, or until waiting fails for good. One loop at a time: a call while the loop runs
+ * returns at once. */
+KIV_API void KIV_CALL zu_box_StartLoop(zu_box* box) KIV_NOEXCEPT;
+
+/* Ends the loop after the callback that is running. The mark stays: later loops end at once. */
+KIV_API void KIV_CALL zu_box_BreakLoop(zu_box* box) KIV_NOEXCEPT;
+
+/* Sets what the callbacks get as their first argument; at first that is the box itself. */
+KIV_API void KIV_CALL zu_box_SetUserCallbackHandle(zu_box* box, void* handle) KIV_NOEXCEPT;
+
+/* Starts to connect to a host (a name or a dotted address of at most 256 characters; a name is
+ * looked up here and blocks the caller) and returns the socket id, or -1. Ports 0 to 2 are
+ * refused. Either `on_connect` follows, and reading begins, or `on_failure`; the socket stays in
+ * the box in both cases. When the peer closes, reading ends and `on_close` is called once. */
+KIV_API int32_t KIV_CALL zu_box_sock_AddLocalTcpClient(
+    zu_box* box, const char* host, uint16_t port, zu_box_socket_fn on_connect, void* connect_arg,
+    zu_box_socket_fn on_failure, void* failure_arg, zu_box_read_fn on_read, void* read_arg,
+    zu_box_socket_fn on_close, void* close_arg) KIV_NOEXCEPT;
+
+/* Adopts a connected socket: it becomes the box's own, with SO_KEEPALIVE set. Returns the socket,
+ * or -1, also for one that the box has already; it then still belongs to the caller. */
+KIV_API int32_t KIV_CALL zu_box_sock_AddRemoteTcpClient(zu_box* box, int32_t socket,
+                                                        zu_box_read_fn on_read, void* read_arg,
+                                                        zu_box_socket_fn on_close,
+                                                        void* close_arg) KIV_NOEXCEPT;
+
+/* Opens a UDP socket on a port of the system's choice. Host and port are checked as for a TCP
+ * client; nothing is sent, and datagrams from anyone are received. Socket id or -1. */
+KIV_API int32_t KIV_CALL zu_box_sock_AddLocalUdpClient(zu_box* box, const char* host, uint16_t port,
+                                                       zu_box_datagram_fn on_datagram,
+                                                       void* datagram_arg) KIV_NOEXCEPT;
+
+/* Opens a listening TCP socket (backlog 100) or a UDP socket on a dotted local address; NULL or ""
+ * is any address, port 0 any port. Socket id or -1. */
+KIV_API int32_t KIV_CALL zu_box_sock_AddLocalTcpServer(zu_box* box, const char* local_ip,
+                                                       uint16_t port, zu_box_accept_fn on_accept,
+                                                       void* accept_arg) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL zu_box_sock_AddLocalUdpServer(zu_box* box, const char* local_ip,
+                                                       uint16_t port,
+                                                       zu_box_datagram_fn on_datagram,
+                                                       void* datagram_arg) KIV_NOEXCEPT;
+
+/* Ends all waiting for the socket and, when it is the box's own, closes it. DeleteThis takes the
+ * socket whose callback is running. */
+KIV_API void KIV_CALL zu_box_sock_Delete(zu_box* box, int32_t socket) KIV_NOEXCEPT;
+KIV_API void KIV_CALL zu_box_sock_DeleteThis(zu_box* box) KIV_NOEXCEPT;
+
+/* The socket whose callback is running, -1 outside of one. */
+KIV_API int32_t KIV_CALL zu_box_sock_GetThisId(zu_box* box) KIV_NOEXCEPT;
+
+/* The sockets that the box owns; imported ones are not among them. A visitor may delete the
+ * socket that it is shown and no other. */
+KIV_API int32_t KIV_CALL zu_box_sock_GetNumSock(zu_box* box) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_box_sock_IsExist(zu_box* box, int32_t socket) KIV_NOEXCEPT;
+KIV_API void KIV_CALL zu_box_sock_foreach(zu_box* box, zu_box_visit_fn visit,
+                                          void* argument) KIV_NOEXCEPT;
+
+/* Sets how many bytes one read callback of a TCP client gets at most: 1 to 5120, the nearer end
+ * for other lengths; 5120 at first. 1 when the socket is such a client, else 0. */
+KIV_API int KIV_CALL zu_box_sock_SetMaxReadLen(zu_box* box, int32_t socket,
+                                               int32_t length) KIV_NOEXCEPT;
+
+/* Send at once, from any thread; nothing is queued. Bytes sent, which may be fewer than given; -1
+ * on failure, also when the system's buffer is full. The box is not looked at. The UDP forms
+ * return 0 for a NULL address, a length below 1 or port 0. */
+KIV_API int32_t KIV_CALL zu_box_sock_TcpWrite(zu_box* box, int32_t socket, const void* data,
+                                              int32_t length) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL zu_box_sock_UdpWrite(zu_box* box, int32_t socket, const void* data,
+                                              int32_t length, const zu_sock_peer* to) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL zu_box_sock_UdpWriteByIp(zu_box* box, int32_t socket, const void* data,
+                                                  int32_t length, const char* ip,
+                                                  uint16_t port) KIV_NOEXCEPT;
+
+/* Give a socket away without closing it: ends the waiting for all kinds or for one. The box
+ * forgets a socket of its own with the last kind. 1, also for an unknown socket. */
+KIV_API int KIV_CALL zu_box_sock_ExportSocketId(zu_box* box, int32_t socket) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_box_sock_ExportSocketId_ForRead(zu_box* box, int32_t socket) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_box_sock_ExportSocketId_ForWrite(zu_box* box, int32_t socket) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_box_sock_ExportSocketId_ForExcept(zu_box* box, int32_t socket) KIV_NOEXCEPT;
+
+/* Wait for a socket that stays the caller's: `callback(argument)` runs whenever it is ready for
+ * the kind. The box neither counts nor closes it; delete or export it before closing it. 1, or 0
+ * for a bad argument, a second import of one kind, or more than 1024 sockets of it. */
+KIV_API int KIV_CALL zu_box_sock_ImportSocketId_ForRead(zu_box* box, int32_t socket,
+                                                        zu_event_fn callback,
+                                                        void* argument) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_box_sock_ImportSocketId_ForWrite(zu_box* box, int32_t socket,
+                                                         zu_event_fn callback,
+                                                         void* argument) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_box_sock_ImportSocketId_ForExcept(zu_box* box, int32_t socket,
+                                                          zu_event_fn callback,
+                                                          void* argument) KIV_NOEXCEPT;
+
+/* Make a timer that fires once, again and again, or `limit` times (at least 1). Returns its id;
+ * -1 for an interval of 0 or a NULL callback. Later firings count from the time that the last one
+ * was due, so a late callback is followed by the next at once. A timer that has fired for the last
+ * time keeps its id until it is deleted. */
+KIV_API int32_t KIV_CALL zu_box_timer_AddOnceTimer(zu_box* box, uint32_t interval_ms,
+                                                   zu_box_timer_fn callback,
+                                                   void* argument) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL zu_box_timer_AddLoopTimer(zu_box* box, uint32_t interval_ms,
+                                                   zu_box_timer_fn callback,
+                                                   void* argument) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL zu_box_timer_AddLimitTimer(zu_box* box, int32_t limit,
+                                                    uint32_t interval_ms, zu_box_timer_fn callback,
+                                                    void* argument) KIV_NOEXCEPT;
+
+/* Refresh puts the next firing off by `interval_ms`, counted from when it was due, and replaces
+ * callback and argument; the other two do one of these. The timer's own interval stays. 1, or 0
+ * for an unknown timer, a NULL callback or, in RefreshTimeout, an interval of 0. A timer that has
+ * fired for the last time gives 1 and does not fire again. */
+KIV_API int KIV_CALL zu_box_timer_Refresh(zu_box* box, int32_t timer, uint32_t interval_ms,
+                                          zu_box_timer_fn callback, void* argument) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_box_timer_RefreshTimeout(zu_box* box, int32_t timer,
+                                                 uint32_t interval_ms) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_box_timer_RefreshCallback(zu_box* box, int32_t timer,
+                                                  zu_box_timer_fn callback,
+                                                  void* argument) KIV_NOEXCEPT;
+
+/* DeleteThis takes the timer whose callback is running. */
+KIV_API void KIV_CALL zu_box_timer_Delete(zu_box* box, int32_t timer) KIV_NOEXCEPT;
+KIV_API void KIV_CALL zu_box_timer_DeleteThis(zu_box* box) KIV_NOEXCEPT;
+
+/* The timer whose callback is running, -1 outside of one. */
+KIV_API int32_t KIV_CALL zu_box_timer_GetThisId(zu_box* box) KIV_NOEXCEPT;
+
+/* Timers count, and exist, until they are deleted. */
+KIV_API int32_t KIV_CALL zu_box_timer_GetNumTimer(zu_box* box) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_box_timer_IsExist(zu_box* box, int32_t timer) KIV_NOEXCEPT;
+
+/* ---- kiv_box: boxes for any thread --------------------------------------------------------------
+ *
+ * A `kiv_box` is a raw box that any thread may drive, behind a handle that is checked at every
+ * call: one lock guards the tables of all boxes, and a call from another thread wakes the loop
+ * with a datagram over 127.0.0.1. The callbacks get the `kiv_box` as their first argument.
+ *
+ *   kiv_box* box = kiv_box_new();        // this thread is its owner and runs its loop
+ *   kiv_box_NewTcpClient(box, "example.org", 80, on_connect, NULL, on_failure, NULL, ...);
+ *   kiv_box_loop(box);                   // frees the box at its end
+ *
+ * A box has two UDP sockets of its own, on the first free ports of 127.0.0.1 from 21800 and from
+ * 31800 on, and one timer of 10 s; they count in GetNumSock and GetNumTimer.
+ *
+ * What the functions share: a handle that is not a live box gives -1 (ids, counts, lengths) or 0,
+ * and does nothing. Otherwise arguments and results are those of the zu_box_* function of like
+ * name. They may be called with the object lock held, never the other way round.
+ */
+
+typedef struct kiv_box kiv_box;
+
+/* Makes a box owned by the calling thread; NULL when memory or ports run out. */
+KIV_API kiv_box* KIV_CALL kiv_box_new(void) KIV_NOEXCEPT;
+
+/* Runs the loop until it is broken or waiting fails, then frees the box. One loop at a time: a
+ * call while the loop runs returns at once. While a thread other than the owner runs it, that
+ * thread takes the owner's place. */
+KIV_API void KIV_CALL kiv_box_loop(kiv_box* box) KIV_NOEXCEPT;
+
+/* Makes the loop end; from any thread. */
+KIV_API void KIV_CALL kiv_box_BreakLoop(kiv_box* box) KIV_NOEXCEPT;
+
+/* On the owner's thread: the handle is dead at once, and the box is freed now or, inside its loop,
+ * when the loop ends. On another thread: the same as kiv_box_BreakLoop, so a box that is never
+ * looped stays. */
+KIV_API void KIV_CALL kiv_box_free(kiv_box* box) KIV_NOEXCEPT;
+
+/* 1 while the box lives; the id of the owner's thread, -1 for no box. */
+KIV_API int KIV_CALL kivx_box_IsValid(kiv_box* box) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kivx_box_GetThreadId(kiv_box* box) KIV_NOEXCEPT;
+
+/* Open or adopt a socket. The host name is looked up before any lock is taken. From another
+ * thread callbacks may run before the id is returned. */
+KIV_API int32_t KIV_CALL kiv_box_NewTcpClient(kiv_box* box, const char* host, uint16_t port,
+                                              zu_box_socket_fn on_connect, void* connect_arg,
+                                              zu_box_socket_fn on_failure, void* failure_arg,
+                                              zu_box_read_fn on_read, void* read_arg,
+                                              zu_box_socket_fn on_close,
+                                              void* close_arg) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kiv_box_NewUdpClient(kiv_box* box, const char* host, uint16_t port,
+                                              zu_box_datagram_fn on_datagram,
+                                              void* datagram_arg) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kiv_box_NewTcpServer(kiv_box* box, const char* local_ip, uint16_t port,
+                                              zu_box_accept_fn on_accept,
+                                              void* accept_arg) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kiv_box_NewUdpServer(kiv_box* box, const char* local_ip, uint16_t port,
+                                              zu_box_datagram_fn on_datagram,
+                                              void* datagram_arg) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kiv_box_AcceptTcpClient(kiv_box* box, int32_t socket,
+                                                 zu_box_read_fn on_read, void* read_arg,
+                                                 zu_box_socket_fn on_close,
+                                                 void* close_arg) KIV_NOEXCEPT;
+
+/* Delete a socket and ask about sockets. */
+KIV_API void KIV_CALL kiv_box_DeleteSock(kiv_box* box, int32_t socket) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kiv_box_GetNumSock(kiv_box* box) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kiv_box_GetThisSockId(kiv_box* box) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_box_IsSockExist(kiv_box* box, int32_t socket) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_box_SetMaxReadLen(kiv_box* box, int32_t socket,
+                                            int32_t length) KIV_NOEXCEPT;
+
+/* Send at once; see zu_box_sock_TcpWrite. */
+KIV_API int32_t KIV_CALL kiv_box_TcpWrite(kiv_box* box, int32_t socket, const void* data,
+                                          int32_t length) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kiv_box_UdpWrite(kiv_box* box, int32_t socket, const void* data,
+                                          int32_t length, const char* ip,
+                                          uint16_t port) KIV_NOEXCEPT;
+
+/* The same and their counterparts without lock and check: for callbacks on the box's own thread,
+ * with a box known to live. Bytes, 0 at the end of a stream, -1 on failure. */
+KIV_API int32_t KIV_CALL kivx_box_TcpWrite(kiv_box* box, int32_t socket, const void* data,
+                                           int32_t length) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kivx_box_UdpWrite(kiv_box* box, int32_t socket, const void* data,
+                                           int32_t length, const char* ip,
+                                           uint16_t port) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kivx_box_TcpRead(kiv_box* box, int32_t socket, void* buffer,
+                                          int32_t length) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kivx_box_UdpRead(kiv_box* box, int32_t socket, void* buffer,
+                                          int32_t length, zu_sock_peer* from) KIV_NOEXCEPT;
+
+/* Move sockets between boxes; see zu_box_sock_ExportSocketId and ImportSocketId_ForRead. */
+KIV_API int KIV_CALL kivx_box_ImportSockId_ForRead(kiv_box* box, int32_t socket,
+                                                   zu_event_fn callback,
+                                                   void* argument) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_box_ImportSockId_ForWrite(kiv_box* box, int32_t socket,
+                                                    zu_event_fn callback,
+                                                    void* argument) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_box_ImportSockId_ForExcept(kiv_box* box, int32_t socket,
+                                                     zu_event_fn callback,
+                                                     void* argument) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_box_ExportSockId(kiv_box* box, int32_t socket) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_box_ExportSockId_ForRead(kiv_box* box, int32_t socket) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_box_ExportSockId_ForWrite(kiv_box* box, int32_t socket) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_box_ExportSockId_ForExcept(kiv_box* box, int32_t socket) KIV_NOEXCEPT;
+
+/* Make, change and delete timers and ask about them. */
+KIV_API int32_t KIV_CALL kiv_box_NewOnceTimer(kiv_box* box, uint32_t interval_ms,
+                                              zu_box_timer_fn callback,
+                                              void* argument) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kiv_box_NewLoopTimer(kiv_box* box, uint32_t interval_ms,
+                                              zu_box_timer_fn callback,
+                                              void* argument) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kiv_box_NewLimitTimer(kiv_box* box, int32_t limit, uint32_t interval_ms,
+                                               zu_box_timer_fn callback,
+                                               void* argument) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_box_RefreshTimeout(kiv_box* box, int32_t timer,
+                                            uint32_t interval_ms) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_box_RefreshCallback(kiv_box* box, int32_t timer, zu_box_timer_fn callback,
+                                             void* argument) KIV_NOEXCEPT;
+KIV_API void KIV_CALL kiv_box_DeleteTimer(kiv_box* box, int32_t timer) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kiv_box_GetNumTimer(kiv_box* box) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kiv_box_GetThisTimerId(kiv_box* box) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_box_IsTimerExist(kiv_box* box, int32_t timer) KIV_NOEXCEPT;
 
 #endif
