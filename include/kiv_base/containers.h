@@ -496,8 +496,8 @@ KIV_API int KIV_CALL zu_stree_delete(zu_stree* tree, const char* key) KIV_NOEXCE
 KIV_API int KIV_CALL zu_itree_foreach(zu_itree* tree, zu_visit_fn visit, void* user) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_stree_foreach(zu_stree* tree, zu_visit_fn visit, void* user) KIV_NOEXCEPT;
 
-/* Tests the values in key order until one passes. Gives 1 then, else 0; without a test, 1 as soon
- * as there is an entry.
+/* Tests the values in key order until one passes. Gives the last result, 0 for an empty tree;
+ * without a test, 1 as soon as there is an entry.
  */
 KIV_API int KIV_CALL zu_itree_foreach_if(zu_itree* tree, zu_test_fn test, void* user) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_stree_foreach_if(zu_stree* tree, zu_test_fn test, void* user) KIV_NOEXCEPT;
