@@ -1,4 +1,6 @@
 // The process heap behind the library's own names.
+#include <cstddef>
+
 #include "kiv_base/base.h"
 #include "platform/heap.h"
 

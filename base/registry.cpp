@@ -1,0 +1,99 @@
+#include "base/registry.h"
+
+#include <type_traits>
+
+#include "base/guard.h"
+#include "kiv_base/containers.h"
+
+namespace kiv::base {
+
+namespace {
+
+// Addresses go in at full width: with cut keys a stale handle could pass for a live object.
+#if UINTPTR_MAX > UINT32_MAX
+using Table = zu_i64hash;
+constexpr auto table_make = zu_i64hash_malloc;
+constexpr auto table_free = zu_i64hash_free;
+constexpr auto table_find = zu_i64hash_find;
+constexpr auto table_insert = zu_i64hash_insert;
+constexpr auto table_delete = zu_i64hash_delete;
+#else
+using Table = zu_ihash;
+constexpr auto table_make = zu_ihash_malloc;
+constexpr auto table_free = zu_ihash_free;
+constexpr auto table_find = zu_ihash_find;
+constexpr auto table_insert = zu_ihash_insert;
+constexpr auto table_delete = zu_ihash_delete;
+#endif
+
+Table* table_of(void* table) {
+  return static_cast<Table*>(table);
+}
+std::intptr_t key_of(const void* address) {
+  return reinterpret_cast<std::intptr_t>(address);
+}
+
+}  // namespace
+
+Registry::Registry(std::int32_t buckets) noexcept : buckets_(buckets) {
+  zu_sem_init(&lock_);
+}
+
+bool Registry::setup() noexcept {
+  if (present()) return true;
+  Guard guard(lock_);
+  if (table_ == nullptr) table_ = table_make(buckets_);
+  present_.store(table_ != nullptr, std::memory_order_release);
+  return table_ != nullptr;
+}
+
+void Registry::shutdown() noexcept {
+  Guard guard(lock_);
+  present_.store(false, std::memory_order_release);
+  table_free(table_of(table_));
+  table_ = nullptr;
+  // The unlock that belongs to them does nothing from now on, and the lock outlives this.
+  for (; holds_ > 0; --holds_) zu_sem_unlock(reinterpret_cast<std::uintptr_t>(&lock_));
+}
+
+bool Registry::known(const void* address) const noexcept {
+  return table_find(table_of(table_), key_of(address), nullptr) == 1;
+}
+
+bool Registry::insert(const void* address) noexcept {
+  if (!setup()) return false;
+  Guard guard(lock_);
+  return known(address) ||
+         table_insert(table_of(table_), key_of(address), const_cast<void*>(address)) == 1;
+}
+
+bool Registry::contains(const void* address) noexcept {
+  if (!setup()) return false;
+  Guard guard(lock_);
+  return known(address);
+}
+
+void Registry::remove(const void* address) noexcept {
+  if (!setup()) return;
+  Guard guard(lock_);
+  table_delete(table_of(table_), key_of(address));
+}
+
+bool Registry::lock_if_known(const void* address) noexcept {
+  if (!setup()) return false;
+  zu_sem_lock(reinterpret_cast<std::uintptr_t>(&lock_));
+  if (known(address)) {
+    ++holds_;
+    return true;
+  }
+  zu_sem_unlock(reinterpret_cast<std::uintptr_t>(&lock_));
+  return false;
+}
+
+bool Registry::unlock() noexcept {
+  if (!present()) return false;
+  --holds_;
+  return zu_sem_unlock(reinterpret_cast<std::uintptr_t>(&lock_)) == 1;
+}
+
+}  // namespace kiv::base
