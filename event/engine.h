@@ -10,6 +10,7 @@
 
 #include "event/fd_table.h"
 #include "event/timer_set.h"
+#include "kiv_base/base.h"
 
 namespace kiv::event {
 
@@ -53,9 +54,9 @@ struct Engine {
   // Drops all registrations and timers. The break flag stays.
   void clear() noexcept;
 
-  // Runs until break_loop, until no socket and no timer is left, or until waiting fails. `lock` is
-  // the handle of a zu_sem that guards the tables, or 0.
-  void run(std::uintptr_t lock) noexcept;
+  // Runs until break_loop, until no socket and no timer is left, or until waiting fails. `lock`
+  // guards the tables; null: one thread uses the engine.
+  void run(zu_sem* lock) noexcept;
 };
 
 }  // namespace kiv::event

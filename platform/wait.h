@@ -14,14 +14,16 @@ struct SocketSet {
 };
 
 // Waits until a socket of one of the sets is ready or the time is up. Each set may be null; on a
-// result above 0 the sets hold just their ready sockets, in their former order.
+// result above 0 the sets hold just their ready sockets, in any order; on another result their
+// content is lost.
 //
 // timeout_us: null waits without limit; a value below 1 polls.
 // Result: number of ready entries, 0 on time-out, -1 on error (last_error() of platform/socket.h
 // tells which; kNotASocket when a socket was closed behind the caller's back). Interruptions by
 // signals do not end the wait.
 //
-// A broken connection counts as readable and writable, and as an exception while connecting.
+// A broken connection counts as readable and writable; a refused attempt to connect as writable, as
+// an exception, or both, by system.
 std::int32_t wait_ready(SocketSet* read, SocketSet* write, SocketSet* except,
                         const std::int64_t* timeout_us) noexcept;
 

@@ -1,0 +1,281 @@
+// Helpers over plain sockets.
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <bit>
+#include <charconv>
+#include <cstddef>
+#include <cstring>
+
+#include "kiv_base/event.h"
+#include "platform/socket.h"
+#include "platform/wait.h"
+
+namespace {
+
+namespace platform = kiv::platform;
+using platform::Option;
+using platform::WireAddress;
+
+static_assert(sizeof(zu_sock_peer) == 44 && offsetof(zu_sock_peer, addr_len) == 16 &&
+              offsetof(zu_sock_peer, ip) == 20 && offsetof(zu_sock_peer, address) == 36 &&
+              offsetof(zu_sock_peer, port) == 40);
+static_assert(sizeof(zu_sock_ip_slot) == 21);
+
+constexpr std::size_t kIpText = 16;  // the longest dotted address with its terminator
+
+std::atomic<int> started{0};
+
+// Copies what fits of a text into `size` bytes, terminator included.
+void copy_text(char* out, std::size_t size, const char* text) {
+  const std::size_t length = strnlen(text, size - 1);
+  std::memcpy(out, text, length);
+  out[length] = '\0';
+}
+
+// The dotted text of an address in network order.
+struct IpText {
+  char text[kIpText];
+
+  explicit IpText(std::uint32_t address) {
+    char* end = text;
+    for (const unsigned char part : std::bit_cast<std::array<unsigned char, 4>>(address)) {
+      end = std::to_chars(end, text + kIpText, part).ptr;
+      *end++ = '.';
+    }
+    end[-1] = '\0';
+  }
+};
+
+// Sets an option and gives 1 or 0.
+int set(std::int32_t socket, Option option, std::int32_t value) {
+  zu_sock_startup();
+  return platform::socket_set_option(socket, option, value) >= 0 ? 1 : 0;
+}
+
+int set_linger(std::int32_t socket, bool on, std::uint16_t seconds) {
+  zu_sock_startup();
+  return platform::socket_set_linger(socket, on, seconds) >= 0 ? 1 : 0;
+}
+
+int set_blocking(std::int32_t socket, bool blocking) {
+  zu_sock_startup();
+  return platform::socket_set_blocking(socket, blocking);
+}
+
+int resolve_into(const char* host, zu_sock_ip_slot* slots, std::int32_t max_slots,
+                 std::int32_t* count) {
+  constexpr std::int32_t kMostAddresses = 256;
+  std::uint32_t found[kMostAddresses];
+  const std::int32_t stored =
+      platform::resolve_host(host, found, std::clamp(max_slots, 0, kMostAddresses));
+  if (stored < 0) return 0;
+  for (std::int32_t i = 0; i < stored; ++i) {
+    copy_text(slots[i], sizeof slots[i], IpText(found[i]).text);
+  }
+  if (count != nullptr) *count = stored;
+  return 1;
+}
+
+// First address of a host in network order.
+bool first_address(const char* host, std::uint32_t* address) {
+  *address = platform::numeric_address(host);
+  return *address != platform::kNoAddress || platform::resolve_host(host, address, 1) == 1;
+}
+
+}  // namespace
+
+int KIV_CALL zu_sock_startup(void) KIV_NOEXCEPT {
+  if (started.load(std::memory_order_acquire) == 1) return 1;
+  if (!platform::network_start()) return 0;
+  started.store(1, std::memory_order_release);
+  return 1;
+}
+
+void KIV_CALL zu_sock_cleanup(void) KIV_NOEXCEPT {
+  if (started.exchange(0) == 1) platform::network_stop();
+}
+
+int KIV_CALL zu_sock_set_block(int32_t socket) KIV_NOEXCEPT {
+  return set_blocking(socket, true);
+}
+
+int KIV_CALL zu_sock_set_nonblock(int32_t socket) KIV_NOEXCEPT {
+  return set_blocking(socket, false);
+}
+
+int KIV_CALL zu_sock_set_recv_buff(int32_t socket, int32_t size) KIV_NOEXCEPT {
+  return set(socket, Option::receive_buffer, size);
+}
+
+int KIV_CALL zu_sock_set_send_buff(int32_t socket, int32_t size) KIV_NOEXCEPT {
+  return set(socket, Option::send_buffer, size);
+}
+
+int KIV_CALL zu_sock_keep_alive(int32_t socket) KIV_NOEXCEPT {
+  return set(socket, Option::keep_alive, 1);
+}
+
+int KIV_CALL zu_sock_keep_nonalive(int32_t socket) KIV_NOEXCEPT {
+  return set(socket, Option::keep_alive, 0);
+}
+
+int KIV_CALL zu_sock_set_linger(int32_t socket, uint16_t seconds) KIV_NOEXCEPT {
+  return set_linger(socket, true, seconds);
+}
+
+int KIV_CALL zu_sock_set_nonlinger(int32_t socket) KIV_NOEXCEPT {
+  return set_linger(socket, false, 0);
+}
+
+int KIV_CALL zu_sock_set_delay(int32_t socket) KIV_NOEXCEPT {
+  return set(socket, Option::no_delay, 0);
+}
+
+int KIV_CALL zu_sock_set_nondelay(int32_t socket) KIV_NOEXCEPT {
+  return set(socket, Option::no_delay, 1);
+}
+
+int KIV_CALL zu_sock_set_reuse(int32_t socket) KIV_NOEXCEPT {
+  return set(socket, Option::reuse_address, 1);
+}
+
+int KIV_CALL zu_sock_set_nonreuse(int32_t socket) KIV_NOEXCEPT {
+  return set(socket, Option::reuse_address, 0);
+}
+
+int KIV_CALL zu_sock_fd_status(int32_t socket, int32_t* status) KIV_NOEXCEPT {
+  zu_sock_startup();
+  std::int32_t pending = 0;
+  const bool known = platform::socket_pending_error(socket, &pending) >= 0;
+  if (status != nullptr) *status = known ? pending : platform::last_error();
+  return known ? 1 : 0;
+}
+
+int KIV_CALL zu_sock_is_fd_valid(int32_t socket, int32_t* error) KIV_NOEXCEPT {
+  zu_sock_startup();
+  std::int32_t pending = 0;
+  if (platform::socket_pending_error(socket, &pending) >= 0) return 1;
+  if (error != nullptr) *error = platform::last_error();
+  return 0;
+}
+
+int KIV_CALL zu_sock_is_fd_writable(int32_t socket) KIV_NOEXCEPT {
+  if (socket < 0) return 0;
+  zu_sock_startup();
+  platform::SocketSet write;
+  write.count = 1;
+  write.sockets[0] = socket;
+  const std::int64_t at_once = 0;
+  return platform::wait_ready(nullptr, &write, nullptr, &at_once) > 0 ? 1 : 0;
+}
+
+int KIV_CALL zu_sock_IsRealIp(const char* text) KIV_NOEXCEPT {
+  // deliberate: 255.255.255.255 reads as no address, as the all-ones word of inet_addr means both.
+  return text != nullptr && platform::numeric_address(text) < platform::kNoAddress;
+}
+
+int KIV_CALL zu_sock_GetLocalHostname(char* buffer, int32_t length) KIV_NOEXCEPT {
+  return buffer == nullptr ? -1 : platform::local_host_name(buffer, length);
+}
+
+int KIV_CALL zu_sock_GetHostIP(const char* host, zu_sock_ip_slot* slots, int32_t max_slots,
+                               int32_t* count) KIV_NOEXCEPT {
+  if (host == nullptr || (slots == nullptr && max_slots > 0)) return 0;
+  zu_sock_startup();
+  if (zu_sock_IsRealIp(host) == 1) {
+    if (max_slots > 0) copy_text(slots[0], sizeof slots[0], host);
+    // deliberate: one address is counted even with no slot for it; callers take it for "numeric".
+    if (count != nullptr) *count = 1;
+    return 1;
+  }
+  return resolve_into(host, slots, max_slots, count);
+}
+
+int KIV_CALL zu_sock_GetLocalHostIP(zu_sock_ip_slot* slots, int32_t max_slots,
+                                    int32_t* count) KIV_NOEXCEPT {
+  zu_sock_startup();
+  char name[256];
+  return zu_sock_GetLocalHostname(name, sizeof name) == 0 &&
+         zu_sock_GetHostIP(name, slots, max_slots, count) == 1;
+}
+
+int KIV_CALL zu_sock_GetHostFirstIP(const char* host, char* text) KIV_NOEXCEPT {
+  zu_sock_ip_slot slot;
+  std::int32_t count = 0;
+  if (text == nullptr || zu_sock_GetHostIP(host, &slot, 1, &count) == 0 || count < 1) return 0;
+  copy_text(text, kIpText, slot);
+  return 1;
+}
+
+int KIV_CALL zu_sock_HostnameTo32bits(uint32_t* address, const char* host) KIV_NOEXCEPT {
+  if (address == nullptr || host == nullptr) return 0;
+  zu_sock_startup();
+  // From the whole text of a numeric host: as an address text it might be cut.
+  std::uint32_t found = 0;
+  if (!first_address(host, &found)) return 0;
+  *address = platform::swap_order(found);
+  return 1;
+}
+
+int KIV_CALL zu_sock_GetPeer(int32_t socket, char* text, int32_t size,
+                             uint16_t* port) KIV_NOEXCEPT {
+  zu_sock_startup();
+  WireAddress peer;
+  if (platform::socket_peer_address(socket, &peer) < 0) return 0;
+  if (text != nullptr && size > 0) {
+    copy_text(text, static_cast<std::size_t>(size), IpText(peer.address).text);
+  }
+  if (port != nullptr) *port = platform::swap_order(peer.port);
+  return 1;
+}
+
+int32_t KIV_CALL zu_sock_write_ByPeerIp(int32_t socket, const void* data, int32_t length,
+                                        const char* ip, uint16_t port) KIV_NOEXCEPT {
+  if (data == nullptr || ip == nullptr || length <= 0 || port == 0) return 0;
+  zu_sock_startup();
+  WireAddress to = platform::wire_address(0, port);
+  to.address = platform::numeric_address(ip);
+  return platform::socket_send_to(socket, data, length, to, sizeof to);
+}
+
+int32_t KIV_CALL zu_sock_write_ByAddr(int32_t socket, const void* data, int32_t length,
+                                      const zu_sock_peer* peer) KIV_NOEXCEPT {
+  if (data == nullptr || peer == nullptr || length < 1 || socket < 1) return 0;
+  zu_sock_startup();
+  return platform::socket_send_to(socket, data, length, std::bit_cast<WireAddress>(peer->addr),
+                                  peer->addr_len);
+}
+
+int32_t KIV_CALL zu_sock_read_ByPeerIp(int32_t socket, void* buffer, int32_t length, char* ip,
+                                       uint16_t* port) KIV_NOEXCEPT {
+  zu_sock_startup();
+  if (ip == nullptr) {
+    return platform::socket_receive_from(socket, buffer, length, nullptr);
+  }
+  WireAddress from;
+  const std::int32_t received = platform::socket_receive_from(socket, buffer, length, &from);
+  if (received > 0) {
+    copy_text(ip, kIpText, IpText(from.address).text);
+    if (port != nullptr) *port = platform::swap_order(from.port);
+  }
+  return received;
+}
+
+int32_t KIV_CALL zu_sock_read_ByAddr(int32_t socket, void* buffer, int32_t length,
+                                     zu_sock_peer* peer) KIV_NOEXCEPT {
+  zu_sock_startup();
+  if (peer == nullptr) {
+    return platform::socket_receive_from(socket, buffer, length, nullptr);
+  }
+  WireAddress from;
+  const std::int32_t received = platform::socket_receive_from(socket, buffer, length, &from);
+  peer->addr = std::bit_cast<zu_sock_addr>(from);
+  peer->addr_len = sizeof from;
+  if (received > 0) {
+    copy_text(peer->ip, sizeof peer->ip, IpText(from.address).text);
+    peer->address = platform::swap_order(from.address);
+    peer->port = platform::swap_order(from.port);
+  }
+  return received;
+}
