@@ -1,12 +1,11 @@
 // Helpers over plain sockets.
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <bit>
-#include <charconv>
 #include <cstddef>
 #include <cstring>
 
+#include "event/ip_text.h"
 #include "kiv_base/event.h"
 #include "platform/socket.h"
 #include "platform/wait.h"
@@ -14,6 +13,8 @@
 namespace {
 
 namespace platform = kiv::platform;
+using kiv::event::IpText;
+using kiv::event::kIpText;
 using platform::Option;
 using platform::WireAddress;
 
@@ -21,8 +22,6 @@ static_assert(sizeof(zu_sock_peer) == 44 && offsetof(zu_sock_peer, addr_len) == 
               offsetof(zu_sock_peer, ip) == 20 && offsetof(zu_sock_peer, address) == 36 &&
               offsetof(zu_sock_peer, port) == 40);
 static_assert(sizeof(zu_sock_ip_slot) == 21);
-
-constexpr std::size_t kIpText = 16;  // the longest dotted address with its terminator
 
 std::atomic<int> started{0};
 
@@ -32,20 +31,6 @@ void copy_text(char* out, std::size_t size, const char* text) {
   std::memcpy(out, text, length);
   out[length] = '\0';
 }
-
-// The dotted text of an address in network order.
-struct IpText {
-  char text[kIpText];
-
-  explicit IpText(std::uint32_t address) {
-    char* end = text;
-    for (const unsigned char part : std::bit_cast<std::array<unsigned char, 4>>(address)) {
-      end = std::to_chars(end, text + kIpText, part).ptr;
-      *end++ = '.';
-    }
-    end[-1] = '\0';
-  }
-};
 
 // Sets an option and gives 1 or 0.
 int set(std::int32_t socket, Option option, std::int32_t value) {

@@ -1,0 +1,72 @@
+// The live boxes of the process, their one lock, and the pattern of every operation on them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "base/guard.h"
+#include "base/registry.h"
+#include "kiv_base/event.h"
+
+// The record behind a handle.
+struct kiv_box {
+  zu_box* raw = nullptr;  // shares the registry's lock
+  std::uint32_t wake_port = 0;
+  std::int32_t wake_socket = -1;
+  std::uint32_t send_port = 0;
+  std::int32_t send_socket = -1;
+  std::int32_t owner_thread = 0;
+  std::int32_t keep_alive_timer = -1;
+
+  std::int32_t loop_thread = 0;  // 0: no loop runs
+};
+
+namespace kiv::event {
+
+// Set-up makes the registry present, which kiv_box_new does too. After a shut-down the handles are
+// unknown; loops that run go on, under the same lock.
+bool box_registry_setup();
+void box_registry_shutdown();
+
+base::Registry& box_registry();
+
+// The datagram that tells a loop of a change made by another thread: the name of the operation.
+struct Wake {
+  enum class When { never, always, for_new_id };
+
+  When when = When::never;
+  const char* payload = nullptr;
+  std::int32_t length = 0;
+
+  template <std::size_t Size>
+  static constexpr Wake always(const char (&name)[Size]) {
+    return {When::always, name, static_cast<std::int32_t>(Size) - 1};
+  }
+  // Only when the operation gave an id above 0.
+  template <std::size_t Size>
+  static constexpr Wake for_new_id(const char (&name)[Size]) {
+    return {When::for_new_id, name, static_cast<std::int32_t>(Size) - 1};
+  }
+};
+inline constexpr Wake kNoWake;
+
+// Sends the datagram unless the caller is the box's own thread: the one that runs its loop, or
+// that made it as long as none runs. A wake that gets lost delays the loop until its keep-alive.
+void wake_from_other_thread(const kiv_box& box, const Wake& wake);
+
+// Runs op(box) with the lock held when the handle is a live box, and wakes its loop.
+template <typename Result, typename Operation>
+Result on_live_box(kiv_box* box, Result failure, const Wake& wake, Operation op) {
+  base::Registry& registry = box_registry();
+  if (box == nullptr || !registry.present()) return failure;
+  const base::Guard guard(registry.lock());
+  if (!registry.contains(box)) return failure;
+  const Result result = op(*box);
+  const bool is_new_id = static_cast<std::int32_t>(result) > 0;
+  if (wake.when == Wake::When::always || (wake.when == Wake::When::for_new_id && is_new_id)) {
+    wake_from_other_thread(*box, wake);
+  }
+  return result;
+}
+
+}  // namespace kiv::event
