@@ -1,6 +1,6 @@
 // Base64 after RFC 4648.
 #include <array>
-#include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -78,8 +78,8 @@ std::int32_t decode(const char* text, unsigned char* to, std::int32_t capacity) 
   Output out{to, capacity};
   while (from != end && out.room > 0) {
     for (; end - from >= 4 && out.room >= 3; from += 4) {
-      const std::uint32_t group = kSextets[0][from[0]] | kSextets[1][from[1]] |
-                                  kSextets[2][from[2]] | kSextets[3][from[3]];
+      const std::uint32_t group =
+          kSextets[0][from[0]] | kSextets[1][from[1]] | kSextets[2][from[2]] | kSextets[3][from[3]];
       if (group >= kForeign) break;
       out.put(group, 3);
     }
@@ -115,7 +115,8 @@ int32_t KIV_CALL zu_base64_encode00(char** out, const void* bytes, int32_t lengt
   *out = nullptr;
   if (bytes == nullptr || length < 1 || encoded_length(length) >= INT32_MAX) return -1;
   // deliberate: malloc and not _zu_malloc; callers release the text with free().
-  auto* text = static_cast<char*>(std::malloc(static_cast<std::size_t>(encoded_length(length)) + 1));
+  auto* text =
+      static_cast<char*>(std::malloc(static_cast<std::size_t>(encoded_length(length)) + 1));
   if (text == nullptr) return -1;
   *out = text;
   return zu_base64_encode(text, bytes, length);

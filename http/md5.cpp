@@ -1,6 +1,8 @@
 // The MD5 message digest, RFC 1321.
 #include <bit>
+#include <cstdint>
 #include <cstring>
+#include <initializer_list>
 
 #include "kiv_base/http.h"
 
@@ -57,8 +59,8 @@ void Digest::add_block(const unsigned char* block) noexcept {
   for (std::size_t i = 0; i < 16; ++i) x[i] = load_le(block + 4 * i);
   Digest s = *this;
   // Four steps, each with the words turned by one place.
-  auto four = [&s, &x]<typename Function>(Function, int w0, int w1, int w2, int w3, const int(&r)[4],
-                                          const std::uint32_t(&k)[4]) {
+  auto four = [&s, &x]<typename Function>(Function, int w0, int w1, int w2, int w3,
+                                          const int(&r)[4], const std::uint32_t(&k)[4]) {
     step<Function>(s.a, s.b, s.c, s.d, x[w0], r[0], k[0]);
     step<Function>(s.d, s.a, s.b, s.c, x[w1], r[1], k[1]);
     step<Function>(s.c, s.d, s.a, s.b, x[w2], r[2], k[2]);

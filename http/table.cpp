@@ -257,12 +257,12 @@ kiv_http_table* KIV_CALL kiv_http_table_clone(const kiv_http_table* table) KIV_N
   if (table == nullptr) return nullptr;
   OwnedTable copy(kiv_http_table_make());
   // deliberate: the version stays behind; a clone is written as the default version.
-  const bool done = copy != nullptr &&
-                    (table->method == nullptr || set_text(&copy->method, table->method) == 1) &&
-                    (table->request == nullptr || set_text(&copy->request, table->request) == 1) &&
-                    (table->status == nullptr ||
-                     kiv_http_table_SetStatus(copy.get(), table->status) == 1) &&
-                    clone_entries(*copy, *table);
+  const bool done =
+      copy != nullptr &&
+      (table->method == nullptr || set_text(&copy->method, table->method) == 1) &&
+      (table->request == nullptr || set_text(&copy->request, table->request) == 1) &&
+      (table->status == nullptr || kiv_http_table_SetStatus(copy.get(), table->status) == 1) &&
+      clone_entries(*copy, *table);
   return done ? copy.release() : nullptr;
 }
 
@@ -321,15 +321,14 @@ int KIV_CALL kiv_http_table_SetField(kiv_http_table* table, const char* name,
                                      const char* value) KIV_NOEXCEPT {
   if (table == nullptr || name == nullptr || value == nullptr) return 0;
   zu_list* const node = find_field(*table, name);
-  const bool done = node != nullptr ? replace_value(*Entries<Field>::of(node), name, value)
-                                    : append_field(*table, name, std::strlen(name), value,
-                                                   std::strlen(value));
+  const bool done = node != nullptr
+                        ? replace_value(*Entries<Field>::of(node), name, value)
+                        : append_field(*table, name, std::strlen(name), value, std::strlen(value));
   return done ? 1 : 0;
 }
 
 int KIV_CALL kiv_http_table_UnsetField(kiv_http_table* table, const char* name) KIV_NOEXCEPT {
-  zu_list* const node =
-      table == nullptr || name == nullptr ? nullptr : find_field(*table, name);
+  zu_list* const node = table == nullptr || name == nullptr ? nullptr : find_field(*table, name);
   if (node == nullptr) return 0;
   free_field(fields_of(*table).remove(node), nullptr);
   return 1;

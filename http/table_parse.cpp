@@ -144,8 +144,8 @@ class HeaderParser {
     const char* const name = in_.at;
     const std::size_t name_length = in_.run(kFieldName);
     if (name_length == 0 || (in_.peek() != ':' && in_.peek() != ' ')) {
-      std::printf("error: parse 'field' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n",
-                  shown(), text_);
+      std::printf("error: parse 'field' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n", shown(),
+                  text_);
       return false;
     }
     in_.skip_blanks();

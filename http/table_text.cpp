@@ -39,9 +39,8 @@ class TextBuffer {
     const std::size_t needed = length_ + more + 1;
     if (needed <= size_) return true;
     const std::size_t size = std::max(needed, size_ * 2);
-    void* const grown = size > INT32_MAX
-                            ? nullptr
-                            : _zu_realloc(text_.get(), static_cast<std::uint32_t>(size));
+    void* const grown =
+        size > INT32_MAX ? nullptr : _zu_realloc(text_.get(), static_cast<std::uint32_t>(size));
     if (grown == nullptr) {
       text_.reset();
       return false;

@@ -95,6 +95,10 @@ char* KIV_CALL zu_url_unescape_malloc(const char* text, int32_t length) KIV_NOEX
   return out;
 }
 
-void KIV_CALL zu_url_escape_free(char* text) KIV_NOEXCEPT { _zu_free(text); }
+void KIV_CALL zu_url_escape_free(char* text) KIV_NOEXCEPT {
+  _zu_free(text);
+}
 
-void KIV_CALL zu_url_unescape_free(char* text) KIV_NOEXCEPT { _zu_free(text); }
+void KIV_CALL zu_url_unescape_free(char* text) KIV_NOEXCEPT {
+  _zu_free(text);
+}

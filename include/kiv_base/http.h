@@ -294,8 +294,8 @@ typedef void(KIV_CALL* kiv_http_server_request_fn)(kiv_http_server* server, void
                                                    int32_t socket, kiv_http_table* request,
                                                    zu_jitter* body);
 
-/* The connection closed or its stream is broken. Called again at the next sign of it until the
- * application calls kiv_http_server_DeleteClient. */
+/* The connection closed, or its stream is broken; in the second case it is called again at the
+ * next data. The client stays until the application calls kiv_http_server_DeleteClient. */
 typedef void(KIV_CALL* kiv_http_server_close_fn)(kiv_http_server* server, void* user,
                                                  int32_t socket);
 
