@@ -1,0 +1,67 @@
+# What ./run and ./test share: installing what is missing, and steps with a header and a time.
+# shellcheck shell=bash
+# shellcheck disable=SC2034  # the scripts use the lists
+
+native_packages=(cmake ninja-build g++ googletest)
+windows_packages=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64)
+clang_packages=(clang libclang-rt-14-dev)
+lint_packages=(clang-format clang-tidy)
+
+fail() {
+  printf 'error: %s\n' "$1" >&2
+  exit "${2:-1}"
+}
+
+is_installed() {
+  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+# need_packages NAME...: installs those that are missing; asks no package server when none is.
+need_packages() {
+  local package missing=() as_root=() attempt
+  command -v dpkg-query >/dev/null || fail "no dpkg here: install $* by hand and use the presets"
+  for package; do
+    is_installed "$package" || missing+=("$package")
+  done
+  [ "${#missing[@]}" -gt 0 ] || return 0
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || fail "neither root nor sudo to install: ${missing[*]}"
+    as_root=(sudo)
+  fi
+  printf 'Installing %s\n' "${missing[*]}"
+  for attempt in 1 2 3; do
+    [ "$attempt" -eq 1 ] || sleep $((attempt * 5))
+    # One source out of reach does not matter as long as the packages come from another.
+    "${as_root[@]}" apt-get -q update </dev/null || true
+    if "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o Acquire::Retries=3 \
+      -o DPkg::Lock::Timeout=300 install --no-install-recommends "${missing[@]}" </dev/null; then
+      return 0
+    fi
+  done
+  fail "apt-get could not install: ${missing[*]}"
+}
+
+# build PRESET [TARGET]: configures and builds in the source folder.
+build() {
+  cmake --preset "$1" && cmake --build --preset "$1" ${2:+--target "$2"}
+}
+
+# step TITLE COMMAND...: runs the command under a header; ends the script when it fails.
+step() {
+  local title=$1 start=$SECONDS status=0
+  shift
+  printf '\n== %s\n' "$title"
+  "$@" || status=$?
+  if [ "$status" -ne 0 ]; then
+    printf '== FAILED: %s (exit status %d after %d s)\n' "$title" "$status" $((SECONDS - start)) >&2
+    exit 1
+  fi
+  printf '== %s: %d s\n' "$title" $((SECONDS - start))
+}
+
+CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-$(nproc)}
+export CMAKE_BUILD_PARALLEL_LEVEL
+if command -v ccache >/dev/null; then
+  export CMAKE_C_COMPILER_LAUNCHER=${CMAKE_C_COMPILER_LAUNCHER-ccache}
+  export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER-ccache}
+fi
