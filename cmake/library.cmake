@@ -45,15 +45,25 @@ if(WIN32)
   target_link_options(kiv_base PRIVATE ${PROJECT_BINARY_DIR}/kiv_base.def
     -static -static-libgcc -static-libstdc++ -Wl,--dynamicbase -Wl,--nxcompat)
   target_link_libraries(kiv_base PRIVATE ws2_32 advapi32)
+  set(kiv_needs kernel32.dll ws2_32.dll advapi32.dll msvcrt.dll)
 else()
   find_package(Threads REQUIRED)
   set_target_properties(kiv_base PROPERTIES
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
     LINK_DEPENDS ${PROJECT_BINARY_DIR}/kiv_base.map)
   target_link_options(kiv_base PRIVATE
-    -Wl,--version-script=${PROJECT_BINARY_DIR}/kiv_base.map -Wl,-Bsymbolic-functions)
+    -Wl,--version-script=${PROJECT_BINARY_DIR}/kiv_base.map -Wl,-Bsymbolic-functions
+    -Wl,--as-needed)
   if(NOT KIV_SANITIZE)
     target_link_options(kiv_base PRIVATE -Wl,-z,defs)
   endif()
   target_link_libraries(kiv_base PRIVATE Threads::Threads)
+  set(kiv_needs libc.so.6)
+endif()
+
+# A library that needs more than the system itself does not get out of the build.
+if(NOT KIV_SANITIZE)
+  add_custom_command(TARGET kiv_base POST_BUILD VERBATIM
+    COMMAND ${CMAKE_COMMAND} -D BINARY=$<TARGET_FILE:kiv_base> -D OBJDUMP=${CMAKE_OBJDUMP}
+            -D "NEEDS=${kiv_needs}" -P ${PROJECT_SOURCE_DIR}/cmake/check_binary.cmake)
 endif()

@@ -2,4 +2,5 @@
 add_library(kiv_warnings INTERFACE)
 target_compile_options(kiv_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+  "$<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes;-Wc++-compat>"
   $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wno-gnu-zero-variadic-macro-arguments>)

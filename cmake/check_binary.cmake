@@ -1,0 +1,51 @@
+# Reads a built library with objdump and stops when it is not what is shipped.
+#
+#   cmake -D BINARY=... -D OBJDUMP=... -D NAMES=...    -P check_binary.cmake
+#     its exported names are those of the file NAMES, undecorated, no more and no fewer
+#   cmake -D BINARY=... -D OBJDUMP=... -D NEEDS="a b"  -P check_binary.cmake
+#     it loads no other libraries than these; case does not count
+cmake_minimum_required(VERSION 3.25)
+
+function(objdump option out)
+  execute_process(COMMAND ${OBJDUMP} ${option} ${BINARY} OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
+  # Brackets and semicolons mean something in CMake lists.
+  string(REGEX REPLACE "[][;]" " " text "${text}")
+  set(${out} "${text}" PARENT_SCOPE)
+endfunction()
+
+# report_difference(have want complaint): fails with the entries of `have` that `want` lacks.
+function(report_difference have want complaint)
+  list(REMOVE_ITEM have ${want})
+  if(have)
+    list(JOIN have " " names)
+    message(FATAL_ERROR "${BINARY} ${complaint}: ${names}")
+  endif()
+endfunction()
+
+if(NAMES)
+  file(STRINGS ${NAMES} wanted REGEX "^[A-Za-z_]")
+  objdump(-p headers)
+  if(headers MATCHES "file format pei-")
+    string(REGEX REPLACE ".*Ordinal/Name Pointer  Table" "" headers "${headers}")
+    string(REGEX MATCHALL "\n\t +[0-9]+ +[^ \n]+" lines "${headers}")
+  else()
+    objdump(-T symbols)
+    string(REGEX MATCHALL "\n[0-9a-f]+ [gwu] [^\n]*" lines "${symbols}")
+    list(FILTER lines EXCLUDE REGEX "UND")
+  endif()
+  list(TRANSFORM lines REPLACE ".* " "" OUTPUT_VARIABLE exported)
+  report_difference("${wanted}" "${exported}" "does not export")
+  report_difference("${exported}" "${wanted}" "exports beyond ${NAMES}")
+  list(LENGTH exported count)
+  message(STATUS "${count} names exported")
+endif()
+
+if(NEEDS)
+  objdump(-p headers)
+  string(REGEX MATCHALL "(DLL Name:|NEEDED) +[^ \n]+" lines "${headers}")
+  list(TRANSFORM lines REPLACE ".* " "" OUTPUT_VARIABLE needed)
+  list(TRANSFORM needed TOLOWER)
+  string(TOLOWER "${NEEDS}" allowed)
+  separate_arguments(allowed)
+  report_difference("${needed}" "${allowed}" "needs")
+endif()
