@@ -55,10 +55,10 @@ else()
     -Wl,--version-script=${PROJECT_BINARY_DIR}/kiv_base.map -Wl,-Bsymbolic-functions
     -Wl,--as-needed)
   if(NOT KIV_SANITIZE)
-    target_link_options(kiv_base PRIVATE -Wl,-z,defs)
+    target_link_options(kiv_base PRIVATE -Wl,-z,defs -static-libgcc -static-libstdc++)
   endif()
   target_link_libraries(kiv_base PRIVATE Threads::Threads)
-  set(kiv_needs libc.so.6)
+  set(kiv_needs libc.so.6 ld-linux-x86-64.so.2)
 endif()
 
 # A library that needs more than the system itself does not get out of the build.
