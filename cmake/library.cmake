@@ -36,12 +36,12 @@ file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/kiv_base.def
 file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/kiv_base.map
      CONTENT "{\n  global:\n    @map_names@;\n  local:\n    *;\n};\n" @ONLY)
 
+# The compiler's own run-time libraries go into the library, so that it stands alone.
 add_library(kiv_base SHARED $<TARGET_OBJECTS:kiv_objects> $<TARGET_OBJECTS:kiv_heap_and_clock>)
 target_include_directories(kiv_base INTERFACE ${PROJECT_SOURCE_DIR}/include)
 set_target_properties(kiv_base PROPERTIES LINKER_LANGUAGE CXX)
 if(WIN32)
   set_target_properties(kiv_base PROPERTIES PREFIX "" LINK_DEPENDS ${PROJECT_BINARY_DIR}/kiv_base.def)
-  # The compiler's own run-time libraries go into the DLL, so that it stands alone.
   target_link_options(kiv_base PRIVATE ${PROJECT_BINARY_DIR}/kiv_base.def
     -static -static-libgcc -static-libstdc++ -Wl,--dynamicbase -Wl,--nxcompat)
   target_link_libraries(kiv_base PRIVATE ws2_32 advapi32)
