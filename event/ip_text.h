@@ -12,7 +12,7 @@ namespace kiv::event {
 inline constexpr std::size_t kIpText = 16;  // the longest one with its terminator
 
 struct IpText {
-  char text[kIpText];
+  char text[kIpText + 1];  // the compiler cannot tell that the last dot always fits
 
   // `address` is in network order.
   explicit IpText(std::uint32_t address) {
