@@ -1,0 +1,158 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <regex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "kiv_base/base.h"
+#include "tests/support/temp_dir.h"
+
+namespace {
+
+class Log : public testing::Test {
+ protected:
+  zu_log* open(const char* name = "a.log") { return zu_log_malloc(dir_.file(name).c_str()); }
+  std::string content(const char* name = "a.log") { return dir_.content(name); }
+  kiv::test::TempDir dir_;
+};
+
+TEST_F(Log, AppendsRawTextAndStampedLines) {
+  for (int round = 1; round <= 2; ++round) {
+    zu_log* log = open();
+    ASSERT_NE(nullptr, log);
+    EXPECT_EQ(1, zu_log_printf(log, "abc%s%lld", "", 5LL));
+    EXPECT_EQ(std::size_t(round == 1 ? 4 : 99), content().size()) << "flushed at once";
+    EXPECT_EQ(1, zu_log_notice(log, "one\n"));
+    EXPECT_EQ(1, zu_log_warn(log, "%s\n", "two"));
+    EXPECT_EQ(1, zu_log_error(log, "%c\n", 'e'));
+    zu_log_free(log);
+  }
+  const std::string stamp = "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d ";
+  const std::string round =
+      "abc5" + stamp + "notice: one\n" + stamp + "warn: two\n" + stamp + "error: e\n";
+  EXPECT_TRUE(std::regex_match(content(), std::regex(round + round))) << content();
+}
+
+TEST_F(Log, CutsMessagesAtTheBuffer) {
+  for (std::size_t length : {102370u, 102399u, 102400u, 102401u, 300000u}) {
+    const std::string text(length, 'x');
+    const std::string name = std::to_string(length);
+    zu_log* log = open(name.c_str());
+    zu_log_printf(log, "%s", text.c_str());
+    EXPECT_EQ(std::min<std::size_t>(length, 102400), content(name.c_str()).size());
+    zu_log_error(log, "%s", text.c_str());
+    zu_log_printf(log, "\n");
+    zu_log_free(log);
+    const std::size_t line = content(name.c_str()).size() - std::min<std::size_t>(length, 102400);
+    EXPECT_EQ(std::min<std::size_t>(length + 27, 102400) + 1, line);
+  }
+}
+
+TEST_F(Log, RefusesWhatItCannotOpenOrUse) {
+  EXPECT_EQ(nullptr, open("missing/a.log"));
+  EXPECT_EQ(nullptr, zu_log_malloc(nullptr));
+  EXPECT_EQ(nullptr, zu_log_malloc(""));
+  EXPECT_EQ(0, zu_log_init(nullptr, "a"));
+  zu_log_free(nullptr);
+  zu_log_destroy(nullptr);
+  zu_log log;
+  EXPECT_EQ(0, zu_log_init(&log, dir_.file("missing/a.log").c_str()));
+  zu_log_destroy(&log);
+  ASSERT_EQ(1, zu_log_init(&log, dir_.file("b.log").c_str()));
+  EXPECT_EQ(dir_.file("b.log"), log.path);
+  const char* none = nullptr;
+  EXPECT_EQ(0, zu_log_printf(&log, none));
+  zu_log_destroy(&log);
+  zu_log_destroy(&log);
+  EXPECT_EQ(0, zu_log_notice(&log, "gone"));
+  EXPECT_EQ(0, zu_log_notice(nullptr, "gone"));
+  EXPECT_EQ("", content("b.log"));
+}
+
+TEST_F(Log, KeepsTheLinesOfThreadsApart) {
+  zu_log* log = open();
+  std::vector<std::thread> threads;
+  for (char name = 'a'; name < 'e'; ++name) {
+    threads.emplace_back([=] {
+      const std::string text(200, name);
+      for (int i = 0; i < 50; ++i) zu_log_printf(log, "%s\n", text.c_str());
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  zu_log_free(log);
+  EXPECT_TRUE(
+      std::regex_match(content(), std::regex("(([a-d])\\2{199}\n){200}", std::regex::optimize)));
+}
+
+// Within a directory of its own, as the trace has a fixed name in the current one.
+class Console : public Log {
+ protected:
+  Console() : home_(std::filesystem::current_path()) { std::filesystem::current_path(dir_.path()); }
+  ~Console() override {
+    zu_console_Shutdown();
+    zu_console_Setup(nullptr);
+    std::filesystem::current_path(home_);
+  }
+  std::string trace() { return content("zu_console.txt"); }
+  std::filesystem::path home_;
+};
+
+TEST_F(Console, WritesItsOneFileWhateverTheName) {
+  EXPECT_EQ(1, zu_console_Setup("other.txt"));
+  EXPECT_EQ("(missing)", trace());
+  EXPECT_EQ(1, zu_console_printf("%d,", 1));
+  EXPECT_EQ(1, zu_console_printf("2"));
+  EXPECT_EQ("1,2", trace());
+  EXPECT_EQ("(missing)", content("other.txt"));
+  EXPECT_EQ(1, zu_console_Free());
+  EXPECT_EQ(0, zu_console_printf("off"));
+  EXPECT_EQ("1,2", trace());
+  EXPECT_EQ(1, zu_console_Setup(nullptr));
+  EXPECT_EQ(1, zu_console_printf("%s", std::string(30000, 'x').c_str()));
+  EXPECT_EQ(std::string(20480, 'x'), trace()) << "emptied when opened again, then cut";
+  EXPECT_EQ(0, zu_console_Shutdown());
+  EXPECT_EQ(0, zu_console_Shutdown());
+  EXPECT_EQ(0, zu_console_printf("off"));
+}
+
+TEST_F(Console, SucceedsWithoutAFile) {
+  std::filesystem::create_directory("zu_console.txt");
+  EXPECT_EQ(1, zu_console_Setup(nullptr));
+  EXPECT_EQ(1, zu_console_printf("lost"));
+  const char* none = nullptr;
+  EXPECT_EQ(0, zu_console_printf(none));
+}
+
+TEST_F(Log, HelpersReadAndAppendWholeFiles) {
+  const std::string path = dir_.file("f"), missing = dir_.file("no/f");
+  EXPECT_EQ(1, zu_AppendFile(path.c_str(), "a\r\n\x1a\0b", 6));
+  EXPECT_EQ(1, zu_AppendFile(path.c_str(), nullptr, 5));
+  EXPECT_EQ(1, zu_AppendFile(path.c_str(), "z", -1));
+  EXPECT_EQ(0, zu_AppendFile(missing.c_str(), "z", 1));
+  EXPECT_EQ(std::string("a\r\n\x1a\0b", 6), content("f"));
+  for (int size : {-1, 0, 1, 3, 6, 7, 9}) {
+    char out[10] = "#########";
+    const int got = std::clamp(size, 0, 6);
+    EXPECT_EQ(got, zu_GetFileContent(path.c_str(), out, size));
+    EXPECT_EQ(content("f").substr(0, std::size_t(got)) + std::string(std::size_t(9 - got), '#'),
+              std::string(out, 9));
+    std::fill_n(out, 9, '#');
+    EXPECT_EQ(size > 0, zu_GetTextFileContent(path.c_str(), out, size));
+    EXPECT_TRUE(size < 1 || out[std::min(size - 1, 6)] == '\0');
+    EXPECT_EQ('#', out[std::clamp(size, 0, 7)]);
+  }
+  char out[] = "#";
+  for (const char* none : {static_cast<const char*>(nullptr), missing.c_str()}) {
+    EXPECT_EQ(-1, zu_GetFileContent(none, out, 1));
+    EXPECT_EQ(0, zu_GetTextFileContent(none, out, 1));
+    EXPECT_NE(0, zu_DeleteFile(none));
+  }
+  EXPECT_EQ(0, zu_GetTextFileContent(path.c_str(), nullptr, 9));
+  EXPECT_EQ(0, zu_DeleteFile(path.c_str()));
+  EXPECT_EQ("(missing)", content("f"));
+}
+
+}  // namespace
