@@ -56,21 +56,21 @@ void Registry::shutdown() noexcept {
   for (; holds_ > 0; --holds_) zu_sem_unlock(reinterpret_cast<std::uintptr_t>(&lock_));
 }
 
-bool Registry::known(const void* address) const noexcept {
+bool Registry::contains_nolock(const void* address) const noexcept {
   return table_find(table_of(table_), key_of(address), nullptr) == 1;
 }
 
 bool Registry::insert(const void* address) noexcept {
   if (!setup()) return false;
   Guard guard(lock_);
-  return known(address) ||
+  return contains_nolock(address) ||
          table_insert(table_of(table_), key_of(address), const_cast<void*>(address)) == 1;
 }
 
 bool Registry::contains(const void* address) noexcept {
   if (!setup()) return false;
   Guard guard(lock_);
-  return known(address);
+  return contains_nolock(address);
 }
 
 void Registry::remove(const void* address) noexcept {
@@ -82,7 +82,7 @@ void Registry::remove(const void* address) noexcept {
 bool Registry::lock_if_known(const void* address) noexcept {
   if (!setup()) return false;
   zu_sem_lock(reinterpret_cast<std::uintptr_t>(&lock_));
-  if (known(address)) {
+  if (contains_nolock(address)) {
     ++holds_;
     return true;
   }
@@ -91,7 +91,8 @@ bool Registry::lock_if_known(const void* address) noexcept {
 }
 
 bool Registry::unlock() noexcept {
-  if (!present()) return false;
+  // Releasing a lock that is not held would break it, and a shut-down may have released it.
+  if (holds_ == 0) return false;
   --holds_;
   return zu_sem_unlock(reinterpret_cast<std::uintptr_t>(&lock_)) == 1;
 }

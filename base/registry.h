@@ -37,15 +37,16 @@ class Registry {
   bool contains(const void* address) noexcept;
   void remove(const void* address) noexcept;
 
+  // For a caller that holds the lock; false while the registry is absent.
+  bool contains_nolock(const void* address) const noexcept;
+
   // Takes the lock and keeps it when the address is known. Only unlock() releases it again.
   bool lock_if_known(const void* address) noexcept;
 
-  // Undoes one successful lock_if_known; false while the registry is absent.
+  // Undoes one successful lock_if_known; false when there is none, as while the registry is absent.
   bool unlock() noexcept;
 
  private:
-  bool known(const void* address) const noexcept;
-
   zu_sem lock_;
   std::atomic<bool> present_{false};
   std::int32_t buckets_;

@@ -1,18 +1,90 @@
-// What the runtime does when memory runs out, and with the clock at known moments.
+// The runtime when memory runs out, and its use of the clock.
 #include <gtest/gtest.h>
 
 #include "kiv_base/base.h"
+#include "tests/seams/clock_seam.h"
 #include "tests/seams/heap_seam.h"
+#include "tests/support/temp_dir.h"
 
 namespace {
 
-TEST(Seam, CountsAndFails) {
-  EXPECT_SURVIVES_FAILING_ALLOCATIONS(2, [] {
-    void* first = _zu_malloc(8);
-    void* second = _zu_realloc(nullptr, 8);
-    _zu_free(first);
-    _zu_free(second);
+TEST(BaseFailures, TextsAreMadeWholeOrNotAtAll) {
+  EXPECT_SURVIVES_FAILING_ALLOCATIONS(8, [] {
+    void* made[] = {zu_strdup("abc"),
+                    zu_strndup("abc", 2),
+                    zu_strdup2("a", "b"),
+                    zu_strdup3("a", "b", "c"),
+                    zu_memdup("abc", 3),
+                    zu_strreverse("abc", 3),
+                    zu_GetFilenameFromPath("a/b"),
+                    _zu_realloc(nullptr, 8)};
+    for (void* text : made) _zu_free(text);
   });
+}
+
+TEST(BaseFailures, LocksAndRegistryReportIt) {
+  char object;
+  EXPECT_SURVIVES_FAILING_ALLOCATIONS(2, [&] {
+    zu_sem_free(zu_sem_malloc());
+    const bool inserted = __kiv_sem_insert(&object) == 1;
+    EXPECT_EQ(inserted, __kiv_sem_check(&object) == 1);
+    EXPECT_EQ(inserted, __kiv_sem_lock(&object) == 1);
+    EXPECT_EQ(inserted, __kiv_sem_unlock() == 1);
+    __kiv_sem_remove(&object);
+    kiv_sem_Shutdown();
+  });
+  kiv::test::fail_allocation(1, true);
+  EXPECT_EQ(0, kiv_sem_Setup());
+  EXPECT_EQ(0, __kiv_sem_lock(&object));
+  EXPECT_EQ(1, kiv_Setup()) << "its steps can be repeated";
+  kiv::test::fail_allocation(0);
+  EXPECT_EQ(1, kiv_sem_Setup());
+  EXPECT_EQ(0, kiv_Shutdown());
+}
+
+TEST(BaseFailures, LogsAndTraceCloseWhatTheyOpened) {
+  const kiv::test::TempDir dir;
+  const auto home = std::filesystem::current_path();
+  std::filesystem::current_path(dir.path());
+  EXPECT_SURVIVES_FAILING_ALLOCATIONS(3, [] {
+    zu_log* log = zu_log_malloc("a.log");
+    EXPECT_EQ(log != nullptr, zu_log_notice(log, "x") == 1);
+    zu_log_free(log);
+    zu_console_Setup(nullptr);
+    const bool printed = zu_console_printf("x") == 1;
+    EXPECT_TRUE(printed || kiv::test::allocation_failed());
+    EXPECT_EQ(0, zu_console_Shutdown());
+    // Windows removes no file that is still open.
+    EXPECT_TRUE(zu_DeleteFile("a.log") == 0 || kiv::test::allocation_failed());
+    EXPECT_EQ(printed, zu_DeleteFile("zu_console.txt") == 0);
+  });
+  std::filesystem::current_path(home);
+}
+
+TEST(Clock, StampsLinesAndCountsMicroseconds) {
+  const kiv::test::TempDir dir;
+  std::tm local{};
+  local.tm_year = 2009 - 1900;
+  local.tm_mon = 2;
+  local.tm_mday = 7;
+  local.tm_hour = 9;
+  local.tm_min = 5;
+  local.tm_sec = 1;
+  local.tm_isdst = -1;
+  const std::int64_t moment = std::int64_t{std::mktime(&local)} * 1000000 + 999999;
+  kiv::test::StoppedClock clock(moment);
+  zu_log* log = zu_log_malloc(dir.file("a.log").c_str());
+  zu_log_notice(log, "%d\n", 1);
+  zu_sleep(86400000u * 40);
+  zu_log_error(log, "%d\n", 2);
+  zu_log_free(log);
+  EXPECT_EQ("2009-03-07 09:05:01 notice: 1\n", dir.content("a.log").substr(0, 30));
+  EXPECT_NE(std::string::npos, dir.content("a.log").find(":05:01 error: 2\n"));
+  zu_timeval pair;
+  clock.step_wall_ms(moment / -1000 - 86400000LL * 40 + 1234);
+  EXPECT_EQ(1234999, zu_timenow());
+  EXPECT_EQ(234999, zu_gettimeofday(&pair));
+  EXPECT_EQ(1, pair.seconds);
 }
 
 }  // namespace
