@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
-#include <regex>
+#include <map>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -30,10 +30,12 @@ TEST_F(Log, AppendsRawTextAndStampedLines) {
     EXPECT_EQ(1, zu_log_error(log, "%c\n", 'e'));
     zu_log_free(log);
   }
-  const std::string stamp = "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d ";
+  std::string text = content();
+  for (char& c : text) c = c >= '0' && c <= '9' ? '9' : c;
+  const std::string stamp = "9999-99-99 99:99:99 ";
   const std::string round =
-      "abc5" + stamp + "notice: one\n" + stamp + "warn: two\n" + stamp + "error: e\n";
-  EXPECT_TRUE(std::regex_match(content(), std::regex(round + round))) << content();
+      "abc9" + stamp + "notice: one\n" + stamp + "warn: two\n" + stamp + "error: e\n";
+  EXPECT_EQ(round + round, text);
 }
 
 TEST_F(Log, CutsMessagesAtTheBuffer) {
@@ -83,8 +85,11 @@ TEST_F(Log, KeepsTheLinesOfThreadsApart) {
   }
   for (auto& thread : threads) thread.join();
   zu_log_free(log);
-  EXPECT_TRUE(
-      std::regex_match(content(), std::regex("(([a-d])\\2{199}\n){200}", std::regex::optimize)));
+  std::map<std::string, int> lines;
+  std::istringstream written(content());
+  for (std::string line; std::getline(written, line);) ++lines[line];
+  EXPECT_EQ(4u, lines.size());
+  for (const auto& [line, count] : lines) EXPECT_EQ(50, count) << line;
 }
 
 // Within a directory of its own, as the trace has a fixed name in the current one.

@@ -106,7 +106,7 @@ TEST_F(Registry, StartsAfreshAfterAShutdown) {
 // Objects come and go on some threads while others use them; the lock covers each object's content.
 TEST_F(Registry, SerialisesOperationsOfAllThreads) {
   struct Object {
-    int uses = 0;
+    int uses;
   };
   std::atomic<Object*> slots[4] = {};
   std::atomic<long> used{0};
@@ -115,12 +115,13 @@ TEST_F(Registry, SerialisesOperationsOfAllThreads) {
   for (auto& slot : slots) {
     threads.emplace_back([&] {
       for (int i = 0; i < 300; ++i) {
-        auto* object = new Object;
+        auto* object = static_cast<Object*>(_zu_malloc(sizeof(Object)));
+        object->uses = 0;
         __kiv_sem_insert(object);
         slot = object;
         ASSERT_EQ(1, __kiv_sem_lock(object));
         used += object->uses;
-        delete object;
+        _zu_free(object);
         __kiv_sem_remove(object);
         __kiv_sem_unlock();
       }
