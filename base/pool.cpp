@@ -104,9 +104,9 @@ void* Pool::format(void* region, std::uint32_t size) {
   area[kUsedAt] = 0;
   store(area + kPrevSizeAt, 0);
 
-  const std::uintptr_t base = sizeof(void*) == sizeof(std::uint32_t)
-                                  ? reinterpret_cast<std::uintptr_t>(area)
-                                  : area - record;
+  constexpr bool kHoldsAddress = sizeof(void*) == sizeof(std::uint32_t);
+  const std::uintptr_t base =
+      kHoldsAddress ? reinterpret_cast<std::uintptr_t>(area) : kControlBytes;
   store(record + 4 * kBase, base);
   store(record + 4 * kLength, size - kControlBytes);
   store(record + 4 * kCursor, 0);
