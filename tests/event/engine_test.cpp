@@ -1,0 +1,188 @@
+// The rules of the loop, seen through raw boxes and the caller's own sockets.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kiv_base/event.h"
+#include "tests/support/sockets.h"
+#include "tests/support/stdout_capture.h"
+
+namespace {
+
+using kiv::test::Socket;
+
+// A box over UDP sockets that the test owns. Every callback of the loop writes what it served into
+// a log, such as "r1 w0 ": kind and number of the socket, the numbers rising with the ids.
+struct Engine : testing::Test {
+  ~Engine() override { zu_box_free(box_); }
+
+  struct Hook {
+    Engine* test;
+    char kind;
+    std::size_t number;
+    void (*then)(Engine& test, std::size_t number);
+  };
+  using Then = void (*)(Engine&, std::size_t);
+
+  static void KIV_CALL served(void* user) {
+    const Hook& hook = *static_cast<Hook*>(user);
+    Engine& test = *hook.test;
+    test.log_.append(1, hook.kind).append(std::to_string(hook.number)).append(" ");
+    EXPECT_EQ(zu_box_sock_GetThisId(test.box_), test.id(hook.number));
+    hook.then(test, hook.number);
+  }
+
+  // Makes readable sockets; their numbers follow the order of their ids.
+  void open(std::size_t count) {
+    sockets_.clear();
+    for (std::size_t i = 0; i < count; ++i) sockets_.push_back(kiv::test::udp_socket());
+    std::sort(sockets_.begin(), sockets_.end(),
+              [](const Socket& a, const Socket& b) { return a.id() < b.id(); });
+    for (const Socket& socket : sockets_) {
+      EXPECT_TRUE(socket.send_to(socket.local_port(), "data"));
+      EXPECT_TRUE(socket.readable_within(20000));
+    }
+  }
+
+  std::int32_t id(std::size_t number) const { return sockets_[number].id(); }
+
+  void on(char kind, std::size_t number, Then then) {
+    hooks_.push_back(std::make_unique<Hook>(Hook{this, kind, number, then}));
+    const auto import = kind == 'r'   ? zu_box_sock_ImportSocketId_ForRead
+                        : kind == 'w' ? zu_box_sock_ImportSocketId_ForWrite
+                                      : zu_box_sock_ImportSocketId_ForExcept;
+    EXPECT_EQ(import(box_, id(number), served, hooks_.back().get()), 1);
+  }
+
+  // Ways to go on after a callback.
+  static void done_reading(Engine& test, std::size_t number) {
+    zu_box_sock_ExportSocketId_ForRead(test.box_, test.id(number));
+  }
+  static void done_writing(Engine& test, std::size_t number) {
+    zu_box_sock_ExportSocketId_ForWrite(test.box_, test.id(number));
+  }
+  static void stop(Engine& test, std::size_t) { zu_box_BreakLoop(test.box_); }
+
+  std::string run() {
+    log_.clear();
+    zu_box_StartLoop(box_);
+    EXPECT_EQ(zu_box_sock_GetThisId(box_), -1);
+    EXPECT_EQ(zu_box_timer_GetThisId(box_), -1);
+    return log_;
+  }
+
+  zu_box* box_ = zu_box_malloc();
+  std::vector<Socket> sockets_;
+  std::vector<std::unique_ptr<Hook>> hooks_;
+  std::string log_;
+};
+
+TEST_F(Engine, ServesOneSocketOfEachKindAPassHighestIdFirst) {
+  open(3);
+  for (const std::size_t i : {1U, 2U, 0U}) {
+    on('r', i, done_reading);
+    on('w', i, done_writing);
+  }
+  EXPECT_EQ(run(), "r2 w2 r1 w1 r0 w0 ");
+}
+
+TEST_F(Engine, ServesNoRegistrationMadeSinceTheWait) {
+  open(3);
+  on('w', 2, done_writing);
+  on('w', 0, done_writing);
+  on('r', 1, [](Engine& test, std::size_t number) {
+    done_reading(test, number);
+    done_writing(test, 2);
+    test.on('w', 2, done_writing);  // the same number, as if it had been closed and taken again
+  });
+  EXPECT_EQ(run(), "r1 w0 w2 ");
+}
+
+TEST_F(Engine, ACallbackMayEndEveryWait) {
+  open(2);
+  on('w', 0, done_writing);
+  on('w', 1, done_writing);
+  on('r', 1, [](Engine& test, std::size_t) {
+    for (const Socket& socket : test.sockets_) zu_box_sock_ExportSocketId(test.box_, socket.id());
+  });
+  EXPECT_EQ(run(), "r1 ");
+}
+
+TEST_F(Engine, StopsAtOnceAndForGood) {
+  open(2);
+  on('r', 1, stop);
+  on('w', 1, done_writing);
+  EXPECT_EQ(run(), "r1 ");
+  EXPECT_EQ(run(), "") << "the mark stays";
+}
+
+TEST_F(Engine, AReadySocketHoldsUpEveryTimer) {
+  open(1);
+  static std::chrono::steady_clock::time_point overdue;
+  overdue = std::chrono::steady_clock::now() + std::chrono::milliseconds(30);
+  on('r', 0, [](Engine& test, std::size_t number) {
+    test.log_.clear();
+    if (std::chrono::steady_clock::now() < overdue) return;
+    done_reading(test, number);
+  });
+  const auto fired = [](void*, void* log, std::int32_t, std::int32_t times) {
+    static_cast<std::string*>(log)->append("t").append(std::to_string(times)).append(" ");
+  };
+  zu_box_timer_AddLimitTimer(box_, 3, 1, fired, &log_);
+  EXPECT_EQ(run(), "t1 t2 t3 ");
+}
+
+TEST_F(Engine, SweepsSocketsClosedBehindItsBack) {
+  open(3);
+  on('r', 2, done_reading);
+  on('w', 2, done_writing);
+  on('r', 1, done_reading);
+  on('r', 0, done_reading);
+  const std::string high = std::to_string(id(2));
+  const std::string low = std::to_string(id(0));
+  sockets_[2].close();
+  sockets_[0].close();
+  const std::string text = "_zu_fd_delete_InvalidFd_foreach()->InvalidFd=";
+  EXPECT_EQ(kiv::test::printed_by([&] { run(); }),
+            text + high + "\n" + text + low + "\n" + text + high + "\n");
+  EXPECT_EQ(log_, "r1 ");
+}
+
+TEST_F(Engine, TakesAsManySocketsOfAKindAsAWaitCan) {
+  const auto import = [&](auto form, std::int32_t socket) {
+    return form(
+        box_, socket, [](void*) {}, nullptr);
+  };
+  std::vector<std::int32_t> ids;
+  for (std::int32_t i = 0; i < 1024; ++i) ids.push_back(4 + (i * 389) % 1024 * 4);
+  for (const std::int32_t socket : ids) {
+    ASSERT_EQ(import(zu_box_sock_ImportSocketId_ForRead, socket), 1);
+    ASSERT_EQ(import(zu_box_sock_ImportSocketId_ForExcept, socket), 1);
+    ASSERT_EQ(import(zu_box_sock_ImportSocketId_ForRead, socket), 0);
+  }
+  EXPECT_EQ(import(zu_box_sock_ImportSocketId_ForRead, 9999), 0);
+  EXPECT_EQ(import(zu_box_sock_ImportSocketId_ForWrite, 9999), 1);
+  zu_box_sock_ExportSocketId_ForRead(box_, ids[500]);
+  EXPECT_EQ(import(zu_box_sock_ImportSocketId_ForRead, 9999), 1);
+  EXPECT_EQ(import(zu_box_sock_ImportSocketId_ForRead, ids[500]), 0);
+  EXPECT_EQ(zu_box_sock_ImportSocketId_ForWrite(box_, 4, nullptr, nullptr), 0);
+  EXPECT_EQ(import(zu_box_sock_ImportSocketId_ForWrite, -1), 0);
+}
+
+// More registrations than many systems give a process descriptors.
+TEST_F(Engine, WaitsForHundredsOfSocketsRegisteredForEveryKind) {
+  constexpr std::size_t kMany = 400;
+  open(kMany);
+  for (std::size_t i = 0; i < kMany; ++i) {
+    on('r', i, done_reading);
+    on('w', i, stop);
+    on('x', i, stop);
+  }
+  EXPECT_EQ(run(), "r399 w399 ");
+}
+
+}  // namespace
