@@ -1,0 +1,92 @@
+// A static file server on kiv_base: shows a folder to the browsers of this machine, or with
+// --public of the network.
+//
+//   http_files [--port N] [--public] [--log FILE] [--idle SECONDS] [FOLDER]
+//
+// Ctrl-C ends it with exit status 0; what keeps it from starting is told in one line and gives 2.
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "folder.h"
+#include "options.h"
+#include "server.h"
+
+namespace {
+
+using namespace http_files;
+
+constexpr int kCannotStart = 2;
+
+enum Stop { kRunning, kAsked, kEnded };
+std::atomic<int> stop{kRunning};
+static_assert(std::atomic<int>::is_always_lock_free);
+
+extern "C" void on_signal(int) {
+  stop = kAsked;
+  stop.notify_one();
+}
+
+// Runs the loop until it is asked to end. A signal can break into any step of the loop's own
+// thread, so that the box is told by another one, which also wakes the loop.
+void run_until_signal(kiv_box* box) {
+  std::signal(SIGINT, on_signal);
+  std::signal(SIGTERM, on_signal);
+  std::thread breaker([box] {
+    stop.wait(kRunning);
+    kiv_box_BreakLoop(box);
+  });
+  kiv_box_loop(box);
+  stop = kEnded;
+  stop.notify_one();
+  breaker.join();
+}
+
+int fail(const std::string& why) {
+  std::fprintf(stderr, "http_files: %s\n", why.c_str());
+  return kCannotStart;
+}
+
+int serve(const Options& options) {
+  const auto folder = Folder::open(options.folder);
+  if (!folder) return fail("there is no folder '" + options.folder + "'");
+  std::unique_ptr<zu_log, void (*)(zu_log*)> log(
+      options.log_file.empty() ? nullptr : zu_log_malloc(options.log_file.c_str()),
+      [](zu_log* old) { zu_log_free(old); });
+  if (!options.log_file.empty() && !log) {
+    return fail("the log file '" + options.log_file + "' cannot be written");
+  }
+  kiv_box* box = kiv_box_new();
+  if (box == nullptr) return fail("no event loop: memory or ports of 127.0.0.1 have run out");
+  Server server(box, *folder, log.get(), options.server);
+  if (!server.listen()) {
+    kiv_box_free(box);
+    return fail("port " + std::to_string(options.server.port) +
+                " cannot be had: it is in use, or needs other rights");
+  }
+  std::printf("serving %s to %s: open http://127.0.0.1:%d/ (Ctrl-C ends)\n",
+              to_utf8(folder->path()).c_str(),
+              options.server.is_public ? "everyone" : "this machine", int{options.server.port});
+  std::fflush(stdout);
+  run_until_signal(box);
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  const std::string wrong = parse_options(argc, argv, options);
+  if (!wrong.empty()) return fail(wrong + "; " + kUsage);
+  if (options.wants_help) {
+    std::puts(kUsage);
+    return 0;
+  }
+  kiv_Setup();
+  const int status = serve(options);
+  kiv_Shutdown();
+  return status;
+}
