@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iomanip>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -50,34 +52,42 @@ class Model {
   // Index of the used block with this payload offset, or -1.
   long find(long payload) const {
     for (std::size_t i = 0; i < blocks_.size(); ++i) {
-      if (blocks_[i].used && blocks_[i].at + 9 == payload) return static_cast<long>(i);
+      if (blocks_[i].used && static_cast<long>(blocks_[i].at) + 9 == payload)
+        return static_cast<long>(i);
     }
     return -1;
   }
   std::uint32_t size(long i) const { return blocks_[static_cast<std::size_t>(i)].size; }
 
   std::string print() const {
-    auto line = [](const char* title, std::size_t value) {
-      std::string number = std::to_string(value);
-      number.resize(std::max<std::size_t>(number.size(), 10), ' ');
-      return "|" + (title + (" = " + number)) + "|\n";
+    std::ostringstream text;
+    auto line = [&](const char* title, std::uint32_t value) {
+      text << "|" << title << " = " << std::left << std::setw(10) << value << "|\n";
     };
-    std::string text = "zu_mem_print:\nsize         = " + std::to_string(length_) +
-                       "\npos          = " + std::to_string(cursor_) + "\nmemory block list:\n";
+    auto border = [&](std::size_t width, char c) { text << '|' << std::string(width, c) << "|\n"; };
+    text << "zu_mem_print:\nsize         = " << length_ << "\npos          = " << cursor_
+         << "\nmemory block list:\n";
     std::uint32_t largest[2] = {}, count[2] = {};
     for (std::size_t i = 0; i < blocks_.size(); ++i) {
       const Block& block = blocks_[i];
-      const std::string border = "|" + std::string(30, block.used ? '+' : '-') + "|\n";
-      text += "*" + std::to_string(i) + (block.used ? "* - malloc\n" : "* - free\n") + border +
-              line("mem_pos          ", block.at) + line("mem_size         ", block.size) + border +
-              "\n";
+      text << "*" << i << (block.used ? "* - malloc\n" : "* - free\n");
+      border(30, block.used ? '+' : '-');
+      line("mem_pos          ", block.at);
+      line("mem_size         ", block.size);
+      border(30, block.used ? '+' : '-');
+      text << "\n";
       largest[block.used] = std::max(largest[block.used], block.size);
       ++count[block.used];
     }
-    const std::string border = "|" + std::string(32, '!') + "|\n";
-    return text + "ALL:\n" + border + line("max_free_block_size", largest[0]) +
-           line("max_used_block_size", largest[1]) + line("free_block_count   ", count[0]) +
-           line("used_block_count   ", count[1]) + border + "\n";
+    text << "ALL:\n";
+    border(32, '!');
+    line("max_free_block_size", largest[0]);
+    line("max_used_block_size", largest[1]);
+    line("free_block_count   ", count[0]);
+    line("used_block_count   ", count[1]);
+    border(32, '!');
+    text << "\n";
+    return text.str();
   }
 
  private:
