@@ -268,7 +268,7 @@ TEST(KivBox, FreedWhileOtherThreadsCallIt) {
     for (int i = 0; i < 3; ++i) {
       callers.emplace_back([&] {
         for (; kiv_box_GetNumSock(box) >= 0; ++rounds) {
-          kiv_box_DeleteTimer(box, kiv_box_NewLoopTimer(box, 1, on_timer, nullptr));
+          kiv_box_DeleteTimer(box, kiv_box_NewLoopTimer(box, 60000, on_timer, nullptr));
           kiv_box_DeleteSock(box, kiv_box_NewUdpServer(box, nullptr, 0, on_datagram, nullptr));
         }
       });
