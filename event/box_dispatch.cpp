@@ -59,8 +59,8 @@ LocalTcpClient* end_connecting(Served& served) {
   return served.entry != nullptr ? served.entry->local_tcp_client() : nullptr;
 }
 
-// Asks for the error once, since asking clears it. A connect that failed at once has left no error
-// to ask for, but no peer either.
+// Asks for the error once, since asking clears it. A connect that failed within the call has left
+// no error to ask for, but no peer either.
 bool is_connected(std::int32_t socket) {
   std::int32_t error = 0;
   platform::WireAddress peer;

@@ -28,25 +28,36 @@ std::int32_t open_socket(Transport transport) {
   return -1;
 }
 
-bool start_client(const ClientEndpoint& endpoint, std::int32_t socket) {
+// How a connect goes the loop finds out: a writable socket without a peer has failed. One that
+// fails within the call is not reported by every system's wait; a datagram socket takes its place,
+// which is writable at once and has no peer either.
+void start_connecting(const ClientEndpoint& endpoint, std::int32_t& socket) {
+  if (platform::socket_connect(socket, wire(endpoint.peer)) == 0) return;
+  if (platform::last_error() == platform::kWouldBlock) return;
+  const std::int32_t stand_in = open_socket(Transport::udp);
+  if (stand_in < 1) return;
+  platform::socket_close(socket);
+  socket = stand_in;
+}
+
+bool start_client(const ClientEndpoint& endpoint, std::int32_t& socket) {
   if (endpoint.transport == Transport::tcp) {
-    // How it goes, the loop finds out.
-    platform::socket_connect(socket, wire(endpoint.peer));
+    start_connecting(endpoint, socket);
     return true;
   }
   // Windows refuses to read a datagram socket that has no local port yet.
   return platform::socket_bind(socket, platform::wire_address(0, 0)) == 0;
 }
 
-bool start_server(const ServerEndpoint& endpoint, std::int32_t socket) {
+bool start_server(const ServerEndpoint& endpoint, std::int32_t& socket) {
   if (platform::socket_bind(socket, wire(endpoint.local)) != 0) return false;
   return endpoint.transport == Transport::udp ||
          platform::socket_listen(socket, endpoint.backlog) == 0;
 }
 
 template <typename Endpoint>
-bool open_with(Endpoint& endpoint, bool (*start)(const Endpoint&, std::int32_t)) {
-  const std::int32_t socket = open_socket(endpoint.transport);
+bool open_with(Endpoint& endpoint, bool (*start)(const Endpoint&, std::int32_t&)) {
+  std::int32_t socket = open_socket(endpoint.transport);
   if (socket < 1) return false;
   if (!start(endpoint, socket)) {
     platform::socket_close(socket);
