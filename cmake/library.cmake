@@ -14,7 +14,9 @@ function(kiv_library_sources target)
   target_link_libraries(${target} PRIVATE kiv_warnings)
   if(WIN32)
     # Windows 7 is the oldest system that the library runs on.
-    target_compile_definitions(${target} PRIVATE _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN NOMINMAX)
+    # The printf family follows C99 under either C runtime.
+    target_compile_definitions(${target} PRIVATE _WIN32_WINNT=0x0601 WIN32_LEAN_AND_MEAN NOMINMAX
+      __USE_MINGW_ANSI_STDIO=1)
   else()
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
   endif()
