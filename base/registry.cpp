@@ -4,6 +4,7 @@
 
 #include "base/guard.h"
 #include "kiv_base/containers.h"
+#include "platform/thread.h"
 
 namespace kiv::base {
 
@@ -53,6 +54,7 @@ void Registry::shutdown() noexcept {
   table_free(table_of(table_));
   table_ = nullptr;
   // The unlock that belongs to them does nothing from now on, and the lock outlives this.
+  holder_.store(0, std::memory_order_relaxed);
   for (; holds_ > 0; --holds_) zu_sem_unlock(reinterpret_cast<std::uintptr_t>(&lock_));
 }
 
@@ -61,7 +63,7 @@ bool Registry::contains_nolock(const void* address) const noexcept {
 }
 
 bool Registry::insert(const void* address) noexcept {
-  if (!setup()) return false;
+  if (address == nullptr || !setup()) return false;
   Guard guard(lock_);
   return contains_nolock(address) ||
          table_insert(table_of(table_), key_of(address), const_cast<void*>(address)) == 1;
@@ -83,6 +85,7 @@ bool Registry::lock_if_known(const void* address) noexcept {
   if (!setup()) return false;
   zu_sem_lock(reinterpret_cast<std::uintptr_t>(&lock_));
   if (contains_nolock(address)) {
+    holder_.store(platform::current_thread_id(), std::memory_order_relaxed);
     ++holds_;
     return true;
   }
@@ -91,9 +94,10 @@ bool Registry::lock_if_known(const void* address) noexcept {
 }
 
 bool Registry::unlock() noexcept {
-  // Releasing a lock that is not held would break it, and a shut-down may have released it.
-  if (holds_ == 0) return false;
-  --holds_;
+  // Releasing a lock that is not held would break it, and a shut-down may have released it. Only
+  // the holder itself finds its own id here, so that it may read on.
+  if (holder_.load(std::memory_order_relaxed) != platform::current_thread_id()) return false;
+  if (--holds_ == 0) holder_.store(0, std::memory_order_relaxed);
   return zu_sem_unlock(reinterpret_cast<std::uintptr_t>(&lock_)) == 1;
 }
 

@@ -32,7 +32,8 @@ class Registry {
   // The lock, for Guard and for those that share it. It is usable at all times.
   zu_sem* lock() noexcept { return &lock_; }
 
-  // Each takes the lock for itself; a caller that holds it may call them too.
+  // Each takes the lock for itself; a caller that holds it may call them too. A null address is
+  // never registered.
   bool insert(const void* address) noexcept;
   bool contains(const void* address) noexcept;
   void remove(const void* address) noexcept;
@@ -43,14 +44,16 @@ class Registry {
   // Takes the lock and keeps it when the address is known. Only unlock() releases it again.
   bool lock_if_known(const void* address) noexcept;
 
-  // Undoes one successful lock_if_known; false when there is none, as while the registry is absent.
+  // Undoes one successful lock_if_known of the calling thread; false when there is none, as while
+  // the registry is absent.
   bool unlock() noexcept;
 
  private:
   zu_sem lock_;
   std::atomic<bool> present_{false};
   std::int32_t buckets_;
-  std::int32_t holds_ = 0;  // successful lock_if_known of the thread that has the lock
+  std::atomic<std::int32_t> holder_{0};  // the thread between lock_if_known and unlock
+  std::int32_t holds_ = 0;               // how often; belongs to the holder
   void* table_ = nullptr;
 };
 

@@ -75,7 +75,8 @@ KIV_API int KIV_CALL kiv_sem_Setup(void) KIV_NOEXCEPT;
 /* Forgets all addresses. A caller that holds the registry's lock no longer holds it afterwards. */
 KIV_API void KIV_CALL kiv_sem_Shutdown(void) KIV_NOEXCEPT;
 
-/* Registers the address; 1 when it is registered afterwards, also when it was before. */
+/* Registers the address; 1 when it is registered afterwards, also when it was before. 0 for NULL
+ * and when memory runs out. */
 KIV_API int KIV_CALL __kiv_sem_insert(void* object) KIV_NOEXCEPT;
 
 /* Is the address registered? The answer may be stale when it arrives: see __kiv_sem_lock. */
@@ -84,7 +85,8 @@ KIV_API int KIV_CALL __kiv_sem_check(void* object) KIV_NOEXCEPT;
 /* 1 with the registry's lock held when the address is registered, else 0 with the lock free. */
 KIV_API int KIV_CALL __kiv_sem_lock(void* object) KIV_NOEXCEPT;
 
-/* Releases what one successful __kiv_sem_lock took. 0 while there is no registry. */
+/* Releases what one successful __kiv_sem_lock of this thread took. 0, with nothing released, when
+ * there is none left, as after a shut-down. */
 KIV_API int KIV_CALL __kiv_sem_unlock(void) KIV_NOEXCEPT;
 
 /* Takes the address out. Unknown addresses are ignored. */

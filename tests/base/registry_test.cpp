@@ -74,7 +74,9 @@ TEST_F(Registry, KnowsLiveObjectsOnly) {
   EXPECT_EQ(1, kiv_sem_Setup() & kiv_sem_Setup());
   EXPECT_EQ(1, __kiv_sem_insert(&object_) & __kiv_sem_insert(&object_));
   EXPECT_EQ(1, __kiv_sem_lock(&object_) & __kiv_sem_lock(&object_));
+  EXPECT_EQ(0, elsewhere(__kiv_sem_unlock)) << "not the holder";
   EXPECT_EQ(1, __kiv_sem_unlock() & __kiv_sem_unlock());
+  EXPECT_EQ(0, __kiv_sem_unlock() | __kiv_sem_insert(nullptr) | __kiv_sem_lock(nullptr));
   EXPECT_TRUE(is_free_for_others());
   __kiv_sem_remove(&object_);
   __kiv_sem_remove(&object_);
