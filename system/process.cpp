@@ -35,5 +35,6 @@ int32_t KIV_CALL zu_RandomValue(void) KIV_NOEXCEPT {
 }
 
 int32_t KIV_CALL zu_GetPid(void) KIV_NOEXCEPT {
+  // deliberate: the thread's id despite the name; hosts tell a box's own thread by it.
   return platform::current_thread_id();
 }

@@ -9,8 +9,8 @@
  *
  * Threads: locks, the object registry, allocation, logs and the console may be used by any thread
  * at any time. A memory pool belongs to one thread at a time. The text, file and time helpers keep
- * no state. Set-up and shut-down may be called while other threads use the registry, but what
- * those threads had locked is then no longer protected: stop them first.
+ * no state. Stop the threads that use the library before a shut-down: it waits for operations that
+ * run on registered objects, but every handle is unknown afterwards and no object can be freed.
  */
 #ifndef KIV_BASE_BASE_H
 #define KIV_BASE_BASE_H
@@ -186,8 +186,8 @@ KIV_API KIV_PRINTF(2, 3) int KIV_CALL
 /* ---- Console trace -------------------------------------------------------------------------
  *
  * One trace file of the process, "zu_console.txt" in the current directory, enabled from the
- * start. It is opened, and emptied, by the first print after the start and after each of the
- * calls below. Every message is flushed; 20480 bytes at most. */
+ * start. It is opened, and emptied, by the first print after the start and after each
+ * zu_console_Setup. Every message is flushed; 20480 bytes at most. */
 
 /* Enables the trace. The name is taken for compatibility only: the file is always
  * "zu_console.txt". 1. */
@@ -216,8 +216,8 @@ KIV_API void KIV_CALL zu_strncpy(char* destination, const char* source, int32_t 
 KIV_API uint32_t KIV_CALL zu_strlen(const char* text) KIV_NOEXCEPT;
 
 /* Compare as unsigned bytes: below, at or above 0 (zu_strcmp: -1, 0 or 1). The i forms fold case,
- * the n forms compare at most n bytes. One pointer given twice is equal, NULL included; NULL sorts
- * before every text, the empty one too. */
+ * the n forms compare at most n bytes, none when n is negative. One pointer given twice is equal,
+ * NULL included; NULL sorts before every text, the empty one too. */
 KIV_API int KIV_CALL zu_strcmp(const char* a, const char* b) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_stricmp(const char* a, const char* b) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_strncmp(const char* a, const char* b, int32_t n) KIV_NOEXCEPT;

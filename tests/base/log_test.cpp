@@ -61,7 +61,8 @@ TEST_F(Log, RefusesWhatItCannotOpenOrUse) {
   zu_log_free(nullptr);
   zu_log_destroy(nullptr);
   zu_log log;
-  EXPECT_EQ(0, zu_log_init(&log, dir_.file("missing/a.log").c_str()));
+  EXPECT_EQ(0, zu_log_init(&log, ("missing/" + std::string(300, 'x')).c_str()));
+  EXPECT_EQ(260u, std::string(log.path).size());
   zu_log_destroy(&log);
   ASSERT_EQ(1, zu_log_init(&log, dir_.file("b.log").c_str()));
   EXPECT_EQ(dir_.file("b.log"), log.path);
