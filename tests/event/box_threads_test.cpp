@@ -69,7 +69,8 @@ TEST(KivBox, WakesAreSentFromOtherThreadsWithExactNames) {
   const Socket wakes(own.wake);
 
   const Socket listener = tcp_listener(), taken = tcp_listener();
-  auto [adopted, far] = tcp_pair();
+  const auto connection = tcp_pair();
+  const Socket& adopted = connection.first;
   std::int32_t made[8] = {};
   const std::uint16_t port = listener.local_port();
   const struct {
