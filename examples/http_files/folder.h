@@ -42,7 +42,8 @@ class Folder {
 
   const std::filesystem::path& path() const { return root_; }
 
-  // Links are followed as long as they stay inside the folder; one that leads out gives 403.
+  // Links are followed as long as they stay inside the folder; one that leads out gives 403. The
+  // standard library that MinGW comes with sees no links: there, they lead where they lead.
   Resource find(const UrlPath& url) const;
 
   // The file and 200, or nothing and 403, 404 or 500.
