@@ -28,7 +28,7 @@ table { width: 100%; border-collapse: collapse; }
 th { font-size: .8rem; font-weight: 600; text-align: left; opacity: .65; }
 th, td { padding: .45rem .5rem; border-bottom: 1px solid var(--line); }
 tbody tr:hover { background: #8881; }
-.name { overflow-wrap: anywhere; }
+.name { width: 100%; overflow-wrap: anywhere; }
 .folder .name a { font-weight: 600; }
 .size, .date { white-space: nowrap; text-align: right; font-variant-numeric: tabular-nums; opacity: .75; }
 .none { text-align: center; opacity: .65; }
@@ -37,7 +37,7 @@ footer { margin: 1rem .5rem; font-size: .8rem; opacity: .65; }
   thead { position: absolute; clip-path: inset(50%); }
   tr { display: grid; grid-template-columns: 1fr auto; border-bottom: 1px solid var(--line); padding: .4rem 0; }
   td { border: 0; padding: 0 .5rem; }
-  .name { grid-column: 1 / -1; }
+  .name { grid-column: 1 / -1; width: auto; }
   .size { order: 3; } .date { order: 2; text-align: left; }
   .size, .date { font-size: .85rem; }
 }
