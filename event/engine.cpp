@@ -101,7 +101,11 @@ class Loop {
   Wait sleep(const Moment& timeout) {
     const std::int64_t milliseconds =
         std::int64_t{timeout.seconds} * 1000 + timeout.microseconds / 1000;
-    platform::sleep_ms(static_cast<std::uint32_t>(std::min<std::int64_t>(milliseconds, INT32_MAX)));
+    const bool overdue = timeout.seconds == 0 && timeout.microseconds == 0;
+    if (!overdue) {
+      platform::sleep_ms(
+          static_cast<std::uint32_t>(std::min<std::int64_t>(milliseconds, INT32_MAX)));
+    }
     return stopped() ? Wait::nothing_left : Wait::timed_out;
   }
 
