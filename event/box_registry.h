@@ -1,6 +1,7 @@
 // The live boxes of the process, their one lock, and the pattern of every operation on them.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -18,7 +19,8 @@ struct kiv_box {
   std::int32_t owner_thread = 0;
   std::int32_t keep_alive_timer = -1;
 
-  std::int32_t loop_thread = 0;  // 0: no loop runs
+  std::int32_t loop_thread = 0;          // 0: no loop runs
+  std::atomic<std::int32_t> wakers = 0;  // threads that are sending a wake; the box waits for them
 };
 
 namespace kiv::event {
@@ -50,22 +52,31 @@ struct Wake {
 };
 inline constexpr Wake kNoWake;
 
-// Sends the datagram unless the caller is the box's own thread: the one that runs its loop, or
-// that made it as long as none runs. A wake that gets lost delays the loop until its keep-alive.
-void wake_from_other_thread(const kiv_box& box, const Wake& wake);
+// Does a change by the calling thread need a wake? Not on the box's own thread: the one that runs
+// its loop, or that made it as long as none runs.
+bool is_own_thread(const kiv_box& box);
 
-// Runs op(box) with the lock held when the handle is a live box, and wakes its loop.
+// Sends the datagram and counts the caller out of the wakers. One that gets lost delays the loop
+// until its keep-alive.
+void send_wake(kiv_box& box, const Wake& wake);
+
+// Runs op(box) with the lock held when the handle is a live box, and wakes its loop. The wake goes
+// out after the lock is released: the loop would run into it at once.
 template <typename Result, typename Operation>
 Result on_live_box(kiv_box* box, Result failure, const Wake& wake, Operation op) {
   base::Registry& registry = box_registry();
   if (box == nullptr || !registry.present()) return failure;
-  const base::Guard guard(registry.lock());
-  if (!registry.contains_nolock(box)) return failure;
+  base::Guard guard(registry.lock());
+  if (!registry.contains(box)) return failure;
   const Result result = op(*box);
   const bool is_new_id = static_cast<std::int32_t>(result) > 0;
-  if (wake.when == Wake::When::always || (wake.when == Wake::When::for_new_id && is_new_id)) {
-    wake_from_other_thread(*box, wake);
+  if (wake.when == Wake::When::never || (wake.when == Wake::When::for_new_id && !is_new_id) ||
+      is_own_thread(*box)) {
+    return result;
   }
+  ++box->wakers;
+  guard.unlock();
+  send_wake(*box, wake);
   return result;
 }
 

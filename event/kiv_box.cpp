@@ -5,6 +5,7 @@
 
 #include "base/owned.h"
 #include "event/box_registry.h"
+#include "platform/clock.h"
 #include "platform/thread.h"
 
 namespace kiv::event {
@@ -53,15 +54,12 @@ bool fill(kiv_box& box) {
   return box.keep_alive_timer > 0;
 }
 
-// Its sockets and timers go with the raw box. No other thread reaches the box any more.
+// Its sockets and timers go with the raw box. No other thread finds the box any more, but one that
+// did may still be using its send socket.
 void release(kiv_box* box) {
+  while (box->wakers != 0) platform::sleep_ms(0);
   zu_box_free(box->raw);
   _zu_free(box);
-}
-
-bool is_own_thread(const kiv_box& box) {
-  const std::int32_t own = box.loop_thread != 0 ? box.loop_thread : box.owner_thread;
-  return own == platform::current_thread_id();
 }
 
 bool begin_loop(kiv_box* box) {
@@ -98,10 +96,15 @@ void box_registry_shutdown() {
   box_registry().shutdown();
 }
 
-void wake_from_other_thread(const kiv_box& box, const Wake& wake) {
-  if (is_own_thread(box)) return;
+bool is_own_thread(const kiv_box& box) {
+  const std::int32_t own = box.loop_thread != 0 ? box.loop_thread : box.owner_thread;
+  return own == platform::current_thread_id();
+}
+
+void send_wake(kiv_box& box, const Wake& wake) {
   zu_box_sock_UdpWriteByIp(box.raw, box.send_socket, wake.payload, wake.length, kLoopback,
                            static_cast<std::uint16_t>(box.wake_port));
+  --box.wakers;
 }
 
 }  // namespace kiv::event
