@@ -10,18 +10,23 @@
 namespace kiv::http {
 namespace {
 
-constexpr char kHexDigits[] = "0123456789ABCDEF";
-
-// What each byte becomes; 0 for the bytes that become "%" and two digits.
-constexpr std::array<char, 256> make_escapes() {
-  std::array<char, 256> escapes{};
+// What a byte becomes: "+", itself, or "%" and two digits.
+struct Escape {
+  char text[3];
+  unsigned char length;
+};
+constexpr std::array<Escape, 256> make_escapes() {
+  constexpr char digits[] = "0123456789ABCDEF";
+  std::array<Escape, 256> escapes{};
   for (std::size_t i = 0; i < escapes.size(); ++i) {
-    if ((kCharClasses[i] & kEscapePlain) != 0) escapes[i] = static_cast<char>(i);
+    const bool plain = (kCharClasses[i] & kEscapePlain) != 0;
+    escapes[i] = plain ? Escape{{static_cast<char>(i)}, 1}
+                       : Escape{{'%', digits[i >> 4], digits[i & 15]}, 3};
   }
-  escapes[' '] = '+';
+  escapes[' '] = Escape{{'+'}, 1};
   return escapes;
 }
-constexpr std::array<char, 256> kEscapes = make_escapes();
+constexpr std::array<Escape, 256> kEscapes = make_escapes();
 
 // Length of an argument pair where 0 means "up to the terminator"; -1 when unusable.
 std::int64_t text_length(const char* text, std::int32_t length) noexcept {
@@ -31,25 +36,13 @@ std::int64_t text_length(const char* text, std::int32_t length) noexcept {
   return whole < INT_MAX ? static_cast<std::int64_t>(whole) : -1;
 }
 
-std::int64_t escaped_length(const char* text, std::int64_t length) noexcept {
-  std::int64_t escaped = length;
-  for (std::int64_t i = 0; i < length; ++i) {
-    escaped += kEscapes[static_cast<unsigned char>(text[i])] == 0 ? 2 : 0;
-  }
-  return escaped;
-}
-
+// Writes a whole entry for each byte and moves on by its length: no branch to guess. So the output
+// has one byte more than three for each, and one for the terminator.
 char* escape(const char* text, std::int64_t length, char* out) noexcept {
-  for (const char* end = text + length; text != end; ++text) {
-    const auto byte = static_cast<unsigned char>(*text);
-    if (kEscapes[byte] != 0) {
-      *out++ = kEscapes[byte];
-    } else {
-      out[0] = '%';
-      out[1] = kHexDigits[byte >> 4];
-      out[2] = kHexDigits[byte & 15];
-      out += 3;
-    }
+  for (const char* const end = text + length; text != end; ++text) {
+    const Escape& entry = kEscapes[static_cast<unsigned char>(*text)];
+    std::memcpy(out, &entry, sizeof entry);
+    out += entry.length;
   }
   return out;
 }
@@ -79,10 +72,9 @@ using namespace kiv::http;
 
 char* KIV_CALL zu_url_escape_malloc(const char* text, int32_t length) KIV_NOEXCEPT {
   const std::int64_t n = text_length(text, length);
-  if (n < 0) return nullptr;
-  const std::int64_t escaped = escaped_length(text, n);
-  if (escaped >= INT_MAX) return nullptr;
-  auto* out = static_cast<char*>(_zu_malloc(static_cast<int>(escaped + 1)));
+  const std::int64_t size = n * 3 + 2;
+  if (n < 0 || size > INT_MAX) return nullptr;
+  auto* out = static_cast<char*>(_zu_malloc(static_cast<int>(size)));
   if (out != nullptr) *escape(text, n, out) = '\0';
   return out;
 }
