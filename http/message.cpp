@@ -16,7 +16,7 @@ constexpr std::int32_t kUntilCloseLength = 0x40000000;
 
 // The held bytes and the input behind them as one text, cut at a limit.
 struct Window {
-  const char* text;  // null without memory
+  const char* text;
   std::int32_t length;
   std::int32_t held;  // how many of these bytes are not from the input
 };
@@ -78,23 +78,18 @@ std::int32_t find_line_end(const Window& window) noexcept {
   return -1;
 }
 
-bool equals(const char* text, const char* lower_case) noexcept {
-  const std::size_t length = std::strlen(lower_case);
-  return std::strlen(text) == length && base::equal_ignoring_case(text, lower_case, length);
-}
-
 // How the body of a response without Content-Length comes: the state to wait for it in.
 std::int32_t response_body(Message& message, const char* head, std::int32_t head_length) noexcept {
   const kiv_http_table& table = *message.table;
   if (table.method != nullptr) return KIV_HTTP_COMPLETE;
   if (const char* coding = kiv_http_table_GetField(&table, "Transfer-Encoding")) {
-    if (equals(coding, "chunked")) return KIV_HTTP_CHUNKED;
+    if (same_name(coding, "chunked")) return KIV_HTTP_CHUNKED;
     std::printf("error: not find 'chunked' in 'Transfer-Encoding' field in HTTP header(\n%.*s)!\n",
                 static_cast<int>(head_length), head);
     return KIV_HTTP_BROKEN;
   }
   const char* const connection = kiv_http_table_GetField(&table, "Connection");
-  if (connection != nullptr && equals(connection, "close") && table.status_value == 200) {
+  if (connection != nullptr && same_name(connection, "close") && table.status_value == 200) {
     message.expected = kUntilCloseLength;
     return KIV_HTTP_UNTIL_CLOSE;
   }

@@ -94,12 +94,8 @@ char* put_text(char* to, const char* text, std::size_t length) {
 }
 
 zu_list* find_field(const kiv_http_table& table, const char* name) {
-  const std::size_t length = std::strlen(name);
   zu_list* node = table.fields;
-  for (; node != nullptr; node = node->next) {
-    const char* const own = Entries<Field>::of(node)->name;
-    if (std::strlen(own) == length && base::equal_ignoring_case(own, name, length)) break;
-  }
+  while (node != nullptr && !same_name(Entries<Field>::of(node)->name, name)) node = node->next;
   return node;
 }
 
@@ -164,6 +160,11 @@ int unset_text(char** slot) {
 }
 
 }  // namespace
+
+bool same_name(const char* a, const char* b) noexcept {
+  while (*a != '\0' && (*a == *b || base::to_lower(*a) == base::to_lower(*b))) ++a, ++b;
+  return *a == *b;
+}
 
 OwnedText copy_text(const char* text, std::size_t length) noexcept {
   auto copy = OwnedText::allocate(length + 1);

@@ -60,6 +60,9 @@ struct FreedBy {
 using OwnedTable = std::unique_ptr<kiv_http_table, FreedBy<kiv_http_table_free>>;
 using OwnedText = base::Owned<char>;
 
+// Are two names equal but for the case of ASCII letters?
+bool same_name(const char* a, const char* b) noexcept;
+
 // A copy of `length` bytes with a terminator, empty when memory runs out.
 OwnedText copy_text(const char* text, std::size_t length) noexcept;
 

@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "base/text.h"
 #include "http/table.h"
 
 namespace kiv::http {
@@ -56,10 +55,6 @@ class TextBuffer {
   std::size_t length_ = 0;
 };
 
-bool is_post(const char* method) {
-  return std::strlen(method) == 4 && base::equal_ignoring_case(method, "POST", 4);
-}
-
 bool set_form_fields(kiv_http_table* table) {
   char length[16];
   std::snprintf(length, sizeof length, "%d", static_cast<int>(kiv_http_table_GetFormStrLen(table)));
@@ -96,7 +91,7 @@ char* KIV_CALL kiv_http_table_GetHeaderStr(kiv_http_table* table) KIV_NOEXCEPT {
     std::printf("error: method or status is NULL in kiv_http_table_GetHeaderStr()!\n");
     return nullptr;
   }
-  if (table->method != nullptr && is_post(table->method) && table->forms != nullptr &&
+  if (table->method != nullptr && same_name(table->method, "POST") && table->forms != nullptr &&
       !set_form_fields(table)) {
     return nullptr;
   }

@@ -10,46 +10,28 @@
 
 namespace {
 
-using kiv::test::printed_by;
-
 TEST(HttpFailures, Tables) {
-  printed_by([] {
-    EXPECT_SURVIVES_FAILING_ALLOCATIONS(40, [] {
+  kiv::test::printed_by([] {
+    const std::string longest(30000, 'v');  // the text outgrows its first buffer
+    EXPECT_SURVIVES_FAILING_ALLOCATIONS(40, [&] {
       kiv_http_table* table = kiv_http_table_ParseHeaderStr(
           "POST /a HTTP/1.1\r\nHost: x\r\nContent-Length: 1\r\nhost: y\r\n\r\n");
       const bool longer = kiv_http_table_SetField(table, "HOST", "much longer") == 1;
-      if (table != nullptr) {
-        EXPECT_STREQ(kiv_http_table_GetField(table, "host"), longer ? "much longer" : "x");
-      }
+      const char* const host = kiv_http_table_GetField(table, "host");
+      EXPECT_TRUE(table == nullptr || host == std::string(longer ? "much longer" : "x"));
       const bool set = kiv_http_table_SetForm(table, "a", "b c") == 1;
       EXPECT_EQ(kiv_http_table_GetFormStrLen(table), set ? 5 : 0);
       const bool replaced = kiv_http_table_SetForm(table, "a", "xyz") == 1;
-      if (set) {
-        EXPECT_STREQ(kiv_http_table_GetForm(table, "a"), replaced ? "xyz" : "b+c");
-      }
+      const char* const form = kiv_http_table_GetForm(table, "a");
+      EXPECT_TRUE(!set || form == std::string(replaced ? "xyz" : "b+c"));
+      kiv_http_table_SetField(table, "A", longest.c_str());
       kiv_http_table* clone = kiv_http_table_clone(table);
-      if (clone != nullptr) {
-        char* text = kiv_http_table_GetHeaderStr(clone);
-        if (text != nullptr && set) {
-          EXPECT_NE(std::string(text).find("Content-Length: 5\r\n"), std::string::npos);
-        }
-        _zu_free(text);
-        _zu_free(kiv_http_table_GetFormStr(clone));
-      }
+      _zu_free(kiv_http_table_GetHeaderStr(clone));
+      _zu_free(kiv_http_table_GetFormStr(clone));
       kiv_http_table_free(clone);
       kiv_http_table_free(table);
       kiv_http_table_free(kiv_http_table_ParseFormStr("a=1&b=%41&c="));
     });
-  });
-}
-
-TEST(HttpFailures, AFieldLargerThanTheTextBuffer) {
-  const std::string value(30000, 'v');
-  EXPECT_SURVIVES_FAILING_ALLOCATIONS(5, [&] {
-    kiv_http_table* table = kiv_http_table_ParseHeaderStr("HTTP/1.1 200 OK\r\nA: b\r\n");
-    kiv_http_table_SetField(table, "A", value.c_str());
-    _zu_free(kiv_http_table_GetHeaderStr(table));
-    kiv_http_table_free(table);
   });
 }
 
@@ -58,7 +40,7 @@ TEST(HttpFailures, AFilterWithoutMemoryIsBrokenForGood) {
   const std::string head = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
   const std::string pieces[] = {head.substr(0, 9), head.substr(9) + "3",      "\r\nab",
                                 "c\r\n0\r\nH",     head.substr(1) + "1\r\nx", "0\r\n\r\n" + head};
-  printed_by([&] {
+  kiv::test::printed_by([&] {
     EXPECT_SURVIVES_FAILING_ALLOCATIONS(30, [&] {
       kiv_http_filter* filter = kiv_http_filter_response_make();
       bool broken = filter == nullptr;
@@ -75,13 +57,6 @@ TEST(HttpFailures, AFilterWithoutMemoryIsBrokenForGood) {
       }
       kiv_http_filter_response_free(filter);
     });
-  });
-}
-
-TEST(HttpFailures, Encodings) {
-  EXPECT_SURVIVES_FAILING_ALLOCATIONS(2, [] {
-    zu_url_escape_free(zu_url_escape_malloc("a b", 0));
-    zu_url_unescape_free(zu_url_unescape_malloc("a+b", 0));
   });
 }
 
