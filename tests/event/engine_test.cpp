@@ -185,4 +185,22 @@ TEST_F(Engine, WaitsForHundredsOfSocketsRegisteredForEveryKind) {
   EXPECT_EQ(run(), "r399 w399 ");
 }
 
+// Once, a listener that could not accept stayed ready, and a ready socket stops every timer.
+TEST_F(Engine, AListenerWithoutDescriptorsLetsTheTimersRun) {
+  const std::uint16_t port = kiv::test::free_tcp_port();
+  ASSERT_GT(zu_box_sock_AddLocalTcpServer(box_, "127.0.0.1", port, nullptr, nullptr), 0);
+  zu_box_timer_AddOnceTimer(
+      box_, 1,
+      [](void* box, void*, std::int32_t, std::int32_t) {
+        zu_box_BreakLoop(static_cast<zu_box*>(box));
+      },
+      nullptr);
+  const Socket client = kiv::test::tcp_connect(port);
+  {
+    const std::vector<Socket> hog = kiv::test::every_descriptor();
+    run();
+  }
+  EXPECT_EQ(client.receive_to_end(), "") << "the connection was closed";
+}
+
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <limits>
 
 #include "platform/socket.h"
@@ -128,6 +129,17 @@ std::pair<Socket, Socket> tcp_pair() {
   const Socket listener = tcp_listener();
   Socket client = tcp_connect(listener.local_port());
   return {std::move(client), tcp_accept(listener)};
+}
+
+std::vector<Socket> every_descriptor() {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+  std::vector<Socket> all;
+  while (all.size() < 25000 && std::chrono::steady_clock::now() < deadline) {
+    Socket socket(platform::socket_open(platform::Transport::udp));
+    if (socket.id() < 1) break;
+    all.push_back(std::move(socket));
+  }
+  return all;
 }
 
 std::uint16_t free_tcp_port() {

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace kiv::test {
 
@@ -51,6 +52,9 @@ Socket tcp_accept(const Socket& listener);
 Socket udp_socket(std::uint16_t port = 0);
 // Both ends of a connection.
 std::pair<Socket, Socket> tcp_pair();
+
+// Sockets until the process may have no more; fewer where that takes too long.
+std::vector<Socket> every_descriptor();
 
 // A port that nobody listens on just now.
 std::uint16_t free_tcp_port();
