@@ -193,8 +193,16 @@ struct HashCore {
   }
 };
 
-// The keys of the two integer tables. The absolute value and the remainder are taken unsigned,
-// so that the smallest key, which has no positive counterpart, finds a bucket like any other.
+// The absolute value of a key or hash, given as its unsigned bits, with no branch on its sign. The
+// smallest one has no positive counterpart, but as the remainder is taken unsigned as well, it
+// finds a bucket like any other.
+template <typename Unsigned>
+Unsigned magnitude_of(Unsigned bits) {
+  const Unsigned sign = Unsigned{0} - (bits >> (sizeof(Unsigned) * 8 - 1));
+  return (bits ^ sign) - sign;
+}
+
+// The keys of the two integer tables.
 template <typename TableType, typename NodeType, typename KeyType, typename UnsignedKey>
 struct IntegerKeys {
   using Table = TableType;
@@ -203,8 +211,7 @@ struct IntegerKeys {
   using Key = KeyType;
 
   static Count bucket_index(Key key, Count count) {
-    const auto bits = static_cast<UnsignedKey>(key);
-    const UnsignedKey magnitude = key < 0 ? UnsignedKey{0} - bits : bits;
+    const UnsignedKey magnitude = magnitude_of(static_cast<UnsignedKey>(key));
     return static_cast<Count>(remainder(magnitude, static_cast<UnsignedKey>(count)));
   }
 

@@ -37,7 +37,7 @@ auto on_key(const zu_itree* tree, std::int32_t key, Op op) {
 
 TreeNode* node_of(const zu_itree* tree, std::int32_t key) {
   if (!tree) return nullptr;
-  return on_key(tree, key, [&](const auto& probe) { return lookup(tree, probe); });
+  return on_key(tree, key, [&](auto probe) { return lookup(tree, probe); });
 }
 
 }  // namespace
@@ -52,7 +52,7 @@ zu_itree* KIV_CALL zu_itree_malloc(void) KIV_NOEXCEPT {
 
 int KIV_CALL zu_itree_insert(zu_itree* tree, int32_t key, void* value) KIV_NOEXCEPT {
   if (!tree) return 0;
-  return on_key(tree, key, [&](const auto& probe) {
+  return on_key(tree, key, [&](auto probe) {
     return store(tree, probe, as_pointer(key), value, OnEqual::keep_key);
   });
 }
@@ -72,7 +72,7 @@ int KIV_CALL zu_itree_deletex(zu_itree* tree, int32_t key, zu_release_fn release
                               void* user) KIV_NOEXCEPT {
   if (!tree) return 0;
   return on_key(tree, key,
-                [&](const auto& probe) { return release_and_remove(tree, probe, release, user); });
+                [&](auto probe) { return release_and_remove(tree, probe, release, user); });
 }
 
 int KIV_CALL zu_itree_delete(zu_itree* tree, int32_t key) KIV_NOEXCEPT {

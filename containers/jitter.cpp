@@ -1,9 +1,9 @@
 // The jitter buffer: a byte FIFO over a list of ring blocks.
-#include "kiv_base/base.h"
-#include "kiv_base/containers.h"
-
 #include <algorithm>
 #include <cstddef>
+
+#include "containers/jitter_block.h"
+#include "kiv_base/base.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ int32_t available(const zu_jitter* jitter) {
 // Adds an empty block at the end. The list is extended by hand: appending would walk it.
 zu_jitter_block* add_block(zu_jitter* jitter) {
   if (jitter->block_count >= jitter->max_blocks) return nullptr;
-  zu_jitter_block* block = _zu_jitter_block_new(jitter->block_size);
+  zu_jitter_block* block = kiv::containers::new_raw_block(jitter->block_size);
   if (!block) return nullptr;
   zu_list* node = zu_list_new();
   if (!node) {

@@ -1,6 +1,6 @@
-// One block of a jitter buffer: a ring of fixed capacity.
+#include "containers/jitter_block.h"
+
 #include "kiv_base/base.h"
-#include "kiv_base/containers.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -55,15 +55,17 @@ int32_t count_zeros(const zu_jitter_block* block, int32_t position, int32_t coun
 
 }  // namespace
 
-// Record and ring are one allocation. The ring starts out as zeros, for PeekData_ext can reach
-// bytes that were never written.
-zu_jitter_block* KIV_CALL _zu_jitter_block_new(int32_t capacity) KIV_NOEXCEPT {
+zu_jitter_block* kiv::containers::new_raw_block(int32_t capacity) {
   constexpr int32_t record_size = sizeof(zu_jitter_block);
   if (capacity < 1 || capacity > INT32_MAX - record_size) return nullptr;
   auto* block = static_cast<zu_jitter_block*>(_zu_malloc(record_size + capacity));
-  if (!block) return nullptr;
-  *block = {reinterpret_cast<uint8_t*>(block + 1), 0, capacity, 0, 0};
-  std::memset(block->data, 0, static_cast<std::size_t>(capacity));
+  if (block) *block = {reinterpret_cast<uint8_t*>(block + 1), 0, capacity, 0, 0};
+  return block;
+}
+
+zu_jitter_block* KIV_CALL _zu_jitter_block_new(int32_t capacity) KIV_NOEXCEPT {
+  zu_jitter_block* block = kiv::containers::new_raw_block(capacity);
+  if (block) std::memset(block->data, 0, static_cast<std::size_t>(capacity));
   return block;
 }
 

@@ -1,4 +1,6 @@
 // Two stable merge sorts of the linked list. Both relink the nodes and allocate nothing.
+#include <cstddef>
+
 #include "kiv_base/containers.h"
 
 namespace {
@@ -43,38 +45,41 @@ zu_list* sort_part(zu_list** rest, uint32_t count, zu_compare_fn compare) {
   return merge(front, back, compare);
 }
 
-// Cuts the list into its ascending runs. The runs are chained through the `prev` of their first
-// nodes, which a first node has no other use for: so sorting never needs memory.
-zu_list* cut_into_runs(zu_list* list, zu_compare_fn compare) {
-  zu_list* run = list;
-  for (zu_list* node = list; node->next;) {
-    zu_list* next = node->next;
-    if (compare(node->data, next->data) > 0) {
-      node->next = nullptr;
-      run->prev = next;
-      run = next;
-    }
-    node = next;
-  }
-  run->prev = nullptr;
-  return list;
+// Cuts the ascending run off that `*rest` begins with.
+zu_list* take_run(zu_list** rest, zu_compare_fn compare) {
+  zu_list* run = *rest;
+  zu_list* last = run;
+  while (last->next && compare(last->data, last->next->data) <= 0) last = last->next;
+  *rest = last->next;
+  last->next = nullptr;
+  return run;
 }
 
-// One pass over the chain of runs: merges them two by two; an odd last one stays as it is.
-zu_list* merge_pairs(zu_list* runs, zu_compare_fn compare) {
-  zu_list* first = nullptr;
-  zu_list** link = &first;
-  while (runs) {
-    zu_list* front = runs;
-    zu_list* back = front->prev;
-    runs = back ? back->prev : nullptr;
-    zu_list* merged = back ? merge(front, back, compare) : front;
-    *link = merged;
-    link = &merged->prev;
+// Sorted lists on their way to one. Like the digits of a binary number, the list in place i is
+// made of 2^i runs or missing, and older runs lie higher: merging neighbours soon after they were
+// cut finds them in the cache.
+class MergeCounter {
+ public:
+  explicit MergeCounter(zu_compare_fn compare) : compare_(compare) {}
+
+  void add(zu_list* run) {
+    int place = 0;
+    for (; lists_[place]; lists_[place++] = nullptr) run = merge(lists_[place], run, compare_);
+    lists_[place] = run;
   }
-  *link = nullptr;
-  return first;
-}
+
+  zu_list* sum() const {
+    zu_list* sorted = nullptr;
+    for (zu_list* older : lists_) {
+      if (older) sorted = sorted ? merge(older, sorted, compare_) : older;
+    }
+    return sorted;
+  }
+
+ private:
+  zu_compare_fn compare_;
+  zu_list* lists_[sizeof(std::size_t) * 8] = {};  // more runs than memory holds
+};
 
 }  // namespace
 
@@ -85,9 +90,9 @@ zu_list* KIV_CALL zu_list_sort(zu_list* list, zu_compare_fn compare) KIV_NOEXCEP
 
 zu_list* KIV_CALL zu_list_sort2(zu_list* list, zu_compare_fn compare) KIV_NOEXCEPT {
   if (!list || !compare) return list;
-  zu_list* runs = cut_into_runs(list, compare);
-  while (runs->prev) runs = merge_pairs(runs, compare);
-  return runs;
+  MergeCounter runs(compare);
+  for (zu_list* rest = list; rest;) runs.add(take_run(&rest, compare));
+  return runs.sum();
 }
 
 zu_list* KIV_CALL zu_list_sort_merge(zu_list* list1, zu_list* list2,

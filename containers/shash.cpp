@@ -30,6 +30,19 @@ std::uint32_t text_hash(const Text& text) {
   return hash;
 }
 
+std::uint64_t word_at(const char* bytes) {
+  std::uint64_t word;
+  std::memcpy(&word, bytes, sizeof(word));
+  return word;
+}
+
+// Keys of common length compare as two words that may overlap, without a call.
+bool same_bytes(const char* a, const char* b, std::size_t length) {
+  if (length < 8 || length > 16) return std::memcmp(a, b, length) == 0;
+  const std::size_t last = length - 8;
+  return word_at(a) == word_at(b) && word_at(a + last) == word_at(b + last);
+}
+
 struct TextKeys {
   using Table = zu_shash;
   using Node = zu_shash_node;
@@ -37,14 +50,13 @@ struct TextKeys {
   using Key = Text;
 
   static Count bucket_index(const Text& key, Count count) {
-    const std::uint32_t hash = text_hash(key);
-    const std::uint32_t magnitude = hash > INT32_MAX ? 0U - hash : hash;
-    return static_cast<Count>(magnitude % static_cast<std::uint32_t>(count));
+    const std::uint32_t index = magnitude_of(text_hash(key)) % static_cast<std::uint32_t>(count);
+    return static_cast<Count>(index);
   }
 
   static bool matches(const Node* node, const Text& key) {
     return node->key_length == key.length &&
-           std::memcmp(node->key, key.bytes, static_cast<std::size_t>(key.length)) == 0;
+           same_bytes(node->key, key.bytes, static_cast<std::size_t>(key.length));
   }
 
   // On the heap node and copy are one block: half the allocations, and a look-up that finds the

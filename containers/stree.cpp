@@ -1,4 +1,5 @@
 // The balanced tree over texts, of which it keeps copies.
+#include <algorithm>
 #include <cstring>
 
 #include "containers/tree_core.h"
@@ -11,12 +12,24 @@ int KIV_CALL compare(const void* stored_key, const void* probe, void*) {
   return zu_strcmp(static_cast<const char*>(probe), static_cast<const char*>(stored_key));
 }
 
-// Zero bytes end a text, also one stored with its length.
+// Compares in a descent from the root. All keys between the nearest ones passed so far begin with
+// the bytes that the probe shares with both, so those are not compared again. Zero bytes end a
+// text, also one stored with its length.
 struct TextProbe {
-  const char* key;
-  int operator()(const void* stored_key) const {
-    return std::strcmp(key, static_cast<const char*>(stored_key));
+  explicit TextProbe(const char* text) : key(reinterpret_cast<const unsigned char*>(text)) {}
+
+  int operator()(const void* stored_key) {
+    const auto* stored = static_cast<const unsigned char*>(stored_key);
+    std::size_t at = std::min(shared_below, shared_above);
+    while (key[at] == stored[at] && key[at] != 0) ++at;
+    const int order = key[at] - stored[at];
+    (order < 0 ? shared_above : shared_below) = at;
+    return order;
   }
+
+  const unsigned char* key;
+  std::size_t shared_below = 0;
+  std::size_t shared_above = 0;
 };
 
 void KIV_CALL free_key(void* key, void* tree) {
@@ -32,7 +45,7 @@ auto on_key(const zu_stree* tree, const char* key, Op op) {
 
 TreeNode* node_of(const zu_stree* tree, const char* key) {
   if (!tree || !key) return nullptr;
-  return on_key(tree, key, [&](const auto& probe) { return lookup(tree, probe); });
+  return on_key(tree, key, [&](auto probe) { return lookup(tree, probe); });
 }
 
 char* copy_of(void* pool, const void* key, std::size_t length) {
@@ -47,9 +60,8 @@ char* copy_of(void* pool, const void* key, std::size_t length) {
 int insert_copy(zu_stree* tree, const void* key, std::size_t length, void* value) {
   char* copy = copy_of(tree->pool, key, length);
   if (!copy) return 0;
-  const int stored = on_key(tree, copy, [&](const auto& probe) {
-    return store(tree, probe, copy, value, OnEqual::keep_key);
-  });
+  const int stored = on_key(
+      tree, copy, [&](auto probe) { return store(tree, probe, copy, value, OnEqual::keep_key); });
   if (!stored) give_back(tree->pool, copy);
   return stored;
 }
@@ -93,7 +105,7 @@ int KIV_CALL zu_stree_deletex(zu_stree* tree, const char* key, zu_release_fn rel
                               void* user) KIV_NOEXCEPT {
   if (!tree || !key) return 0;
   return on_key(tree, key,
-                [&](const auto& probe) { return release_and_remove(tree, probe, release, user); });
+                [&](auto probe) { return release_and_remove(tree, probe, release, user); });
 }
 
 int KIV_CALL zu_stree_delete(zu_stree* tree, const char* key) KIV_NOEXCEPT {

@@ -1,7 +1,8 @@
 // The ordered map over a threaded AVL tree, for any kind of key.
 //
 // A Probe is the key looked for with the comparison that goes with it: probe(stored_key) is
-// negative when the probe sorts before the stored key, 0 when equal, positive when after.
+// negative when the probe sorts before the stored key, 0 when equal, positive when after. Each
+// descent from the root gets a probe of its own, which may remember what it has passed.
 #pragma once
 
 #include "containers/storage.h"
@@ -24,7 +25,7 @@ struct CallbackProbe {
 };
 
 template <typename Probe>
-TreeNode* lookup(const zu_xtree* tree, const Probe& probe) {
+TreeNode* lookup(const zu_xtree* tree, Probe probe) {
   TreeNode* node = tree->root;
   while (node) {
     const int order = probe(node->key);
@@ -37,7 +38,7 @@ TreeNode* lookup(const zu_xtree* tree, const Probe& probe) {
 
 // As lookup, and the path to the node or to the place where it belongs.
 template <typename Probe>
-TreeNode* descend(const zu_xtree* tree, const Probe& probe, Path& path) {
+TreeNode* descend(const zu_xtree* tree, Probe probe, Path& path) {
   TreeNode* node = tree->root;
   while (node) {
     const int order = probe(node->key);
@@ -74,7 +75,7 @@ inline void overwrite(zu_xtree* tree, TreeNode* node, void* key, void* value, On
 }
 
 template <typename Probe>
-int store(zu_xtree* tree, const Probe& probe, void* key, void* value, OnEqual on_equal) {
+int store(zu_xtree* tree, Probe probe, void* key, void* value, OnEqual on_equal) {
   Path path;
   if (TreeNode* node = descend(tree, probe, path)) {
     overwrite(tree, node, key, value, on_equal);
@@ -92,7 +93,7 @@ int store(zu_xtree* tree, const Probe& probe, void* key, void* value, OnEqual on
 enum class Destroy { no, yes };
 
 template <typename Probe>
-int remove(zu_xtree* tree, const Probe& probe, Destroy destroy) {
+int remove(zu_xtree* tree, Probe probe, Destroy destroy) {
   Path path;
   TreeNode* node = descend(tree, probe, path);
   if (!node) return 0;
@@ -109,7 +110,7 @@ int remove(zu_xtree* tree, const Probe& probe, Destroy destroy) {
 // Finds the value, lets `release` see it and then removes the entry by a search of its own:
 // `release` may have changed the tree.
 template <typename Probe>
-int release_and_remove(zu_xtree* tree, const Probe& probe, zu_release_fn release, void* user) {
+int release_and_remove(zu_xtree* tree, Probe probe, zu_release_fn release, void* user) {
   if (release) {
     const TreeNode* node = lookup(tree, probe);
     if (!node) return 0;
