@@ -563,8 +563,9 @@ KIV_API int32_t KIV_CALL _zu_jitter_block_PeekData(zu_jitter_block* block, void*
 
 /* Copies the bytes from `start` up to `end`, counted from the oldest, and gives their number:
  * end - start, at most the length. That number is not cut at the last byte: what lies beyond it
- * comes from the ring as it stands, zero where nothing was ever written. 0 for a NULL destination,
- * an empty range, a negative start or one past the stored bytes.
+ * comes from the ring as it stands, zero where nothing was ever written (a jitter buffer does not
+ * clear its own blocks). 0 for a NULL destination, an empty range, a negative start or one past the
+ * stored bytes.
  */
 KIV_API int32_t KIV_CALL _zu_jitter_block_PeekData_ext(zu_jitter_block* block, void* destination,
                                                        int32_t start, int32_t end) KIV_NOEXCEPT;
