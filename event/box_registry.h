@@ -40,6 +40,8 @@ struct Wake {
   const char* payload = nullptr;
   std::int32_t length = 0;
 
+  // deliberate: an operation that failed wakes the loop too; who watches the datagrams counts on
+  // one for each call.
   template <std::size_t Size>
   static constexpr Wake always(const char (&name)[Size]) {
     return {When::always, name, static_cast<std::int32_t>(Size) - 1};

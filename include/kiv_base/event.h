@@ -142,8 +142,9 @@ typedef void(KIV_CALL* zu_event_fn)(void* user);
  * call is noticed when the wait ends for some other reason. `kiv_box` does all this by itself.
  *
  * Socket ids are the system's socket numbers; every socket that a box opens, accepts or adopts is
- * non-blocking. Timer ids are random, 51200 or more. All functions take a NULL box: ids, counts
- * and lengths are then -1, the other results 0.
+ * non-blocking. A box's socket is closed by deleting it and never by other means: its number would
+ * soon be another socket's, which a later delete would close. Timer ids are random, 51200 or more.
+ * All functions take a NULL box: ids, counts and lengths are then -1, the other results 0.
  */
 
 typedef struct zu_box zu_box;
@@ -329,7 +330,8 @@ KIV_API int KIV_CALL zu_box_timer_IsExist(zu_box* box, int32_t timer) KIV_NOEXCE
  *   kiv_box_loop(box);                   // frees the box at its end
  *
  * A box has two UDP sockets of its own, on the first free ports of 127.0.0.1 from 21800 and from
- * 31800 on, and one timer of 10 s; they count in GetNumSock and GetNumTimer.
+ * 31800 on, and one timer of 10 s; they count in GetNumSock and GetNumTimer. Every program of this
+ * machine can send to the first, and each datagram costs a turn of the loop.
  *
  * What the functions share: a handle that is not a live box gives -1 (ids, counts, lengths) or 0,
  * and does nothing. Otherwise arguments and results are those of the zu_box_* function of like
