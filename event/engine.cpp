@@ -116,7 +116,7 @@ class Loop {
       const platform::SocketSet* ready = engine_.ready[index_of(kind)];
       if (ready == nullptr) return true;
       const FdRecord* record = engine_.sockets.first_ready(kind, *ready);
-      if (record == nullptr) return true;
+      if (record == nullptr) return !stopped();
       call = {record->callback, record->user};
       engine_.sockets.current.store(record->socket, std::memory_order_relaxed);
     }
@@ -129,7 +129,7 @@ class Loop {
     Call call;
     {
       const base::Guard guard(lock_);
-      if (!engine_.timers.take_due(present(), &call)) return true;
+      if (!engine_.timers.take_due(present(), &call)) return !stopped();
     }
     call();
     engine_.timers.current.store(-1, std::memory_order_relaxed);
