@@ -152,27 +152,6 @@ TEST_F(Engine, SweepsSocketsClosedBehindItsBack) {
   EXPECT_EQ(log_, "r1 ");
 }
 
-TEST_F(Engine, TakesAsManySocketsOfAKindAsAWaitCan) {
-  const auto import = [&](auto form, std::int32_t socket) {
-    return form(
-        box_, socket, [](void*) {}, nullptr);
-  };
-  std::vector<std::int32_t> ids;
-  for (std::int32_t i = 0; i < 1024; ++i) ids.push_back(4 + (i * 389) % 1024 * 4);
-  for (const std::int32_t socket : ids) {
-    ASSERT_EQ(import(zu_box_sock_ImportSocketId_ForRead, socket), 1);
-    ASSERT_EQ(import(zu_box_sock_ImportSocketId_ForExcept, socket), 1);
-    ASSERT_EQ(import(zu_box_sock_ImportSocketId_ForRead, socket), 0);
-  }
-  EXPECT_EQ(import(zu_box_sock_ImportSocketId_ForRead, 9999), 0);
-  EXPECT_EQ(import(zu_box_sock_ImportSocketId_ForWrite, 9999), 1);
-  zu_box_sock_ExportSocketId_ForRead(box_, ids[500]);
-  EXPECT_EQ(import(zu_box_sock_ImportSocketId_ForRead, 9999), 1);
-  EXPECT_EQ(import(zu_box_sock_ImportSocketId_ForRead, ids[500]), 0);
-  EXPECT_EQ(zu_box_sock_ImportSocketId_ForWrite(box_, 4, nullptr, nullptr), 0);
-  EXPECT_EQ(import(zu_box_sock_ImportSocketId_ForWrite, -1), 0);
-}
-
 // More registrations than many systems give a process descriptors.
 TEST_F(Engine, WaitsForHundredsOfSocketsRegisteredForEveryKind) {
   constexpr std::size_t kMany = 400;
