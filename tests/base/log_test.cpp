@@ -1,11 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <map>
+#include <set>
 #include <sstream>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "kiv_base/base.h"
 #include "tests/support/temp_dir.h"
@@ -20,13 +19,12 @@ class Log : public testing::Test {
 };
 
 TEST_F(Log, AppendsRawTextAndStampedLines) {
-  for (int round = 1; round <= 2; ++round) {
+  for (std::size_t before : {4, 99}) {
     zu_log* log = open();
     ASSERT_NE(nullptr, log);
     EXPECT_EQ(1, zu_log_printf(log, "abc%s%lld", "", 5LL));
-    EXPECT_EQ(std::size_t(round == 1 ? 4 : 99), content().size()) << "flushed at once";
-    EXPECT_EQ(1, zu_log_notice(log, "one\n"));
-    EXPECT_EQ(1, zu_log_warn(log, "%s\n", "two"));
+    EXPECT_EQ(before, content().size()) << "flushed at once";
+    EXPECT_EQ(1, zu_log_notice(log, "one\n") & zu_log_warn(log, "%s\n", "two"));
     EXPECT_EQ(1, zu_log_error(log, "%c\n", 'e'));
     zu_log_free(log);
   }
@@ -39,58 +37,50 @@ TEST_F(Log, AppendsRawTextAndStampedLines) {
 }
 
 TEST_F(Log, CutsMessagesAtTheBuffer) {
-  for (std::size_t length : {102370u, 102399u, 102400u, 102401u, 300000u}) {
+  std::size_t expected = 0;
+  zu_log* log = open();
+  for (std::size_t length : {102373u, 102374u, 102399u, 102401u, 300000u}) {
     const std::string text(length, 'x');
-    const std::string name = std::to_string(length);
-    zu_log* log = open(name.c_str());
     zu_log_printf(log, "%s", text.c_str());
-    EXPECT_EQ(std::min<std::size_t>(length, 102400), content(name.c_str()).size());
     zu_log_error(log, "%s", text.c_str());
-    zu_log_printf(log, "\n");
-    zu_log_free(log);
-    const std::size_t line = content(name.c_str()).size() - std::min<std::size_t>(length, 102400);
-    EXPECT_EQ(std::min<std::size_t>(length + 27, 102400) + 1, line);
+    expected += std::min<std::size_t>(length, 102400) + std::min<std::size_t>(length + 27, 102400);
+    EXPECT_EQ(expected, content().size()) << length;
   }
+  zu_log_free(log);
 }
 
 TEST_F(Log, RefusesWhatItCannotOpenOrUse) {
-  EXPECT_EQ(nullptr, open("missing/a.log"));
-  EXPECT_EQ(nullptr, zu_log_malloc(nullptr));
-  EXPECT_EQ(nullptr, zu_log_malloc(""));
-  EXPECT_EQ(0, zu_log_init(nullptr, "a"));
+  for (void* none : {open("missing/a.log"), zu_log_malloc(nullptr), zu_log_malloc("")}) {
+    EXPECT_EQ(nullptr, none);
+  }
   zu_log_free(nullptr);
-  zu_log_destroy(nullptr);
   zu_log log;
-  EXPECT_EQ(0, zu_log_init(&log, ("missing/" + std::string(300, 'x')).c_str()));
-  EXPECT_EQ(260u, std::string(log.path).size());
+  EXPECT_EQ(0, zu_log_init(nullptr, "a") |
+                   zu_log_init(&log, ("missing/" + std::string(300, 'x')).c_str()));
+  EXPECT_EQ(260u, zu_strlen(log.path));
   zu_log_destroy(&log);
   ASSERT_EQ(1, zu_log_init(&log, dir_.file("b.log").c_str()));
-  EXPECT_EQ(dir_.file("b.log"), log.path);
   int(KIV_CALL * print)(zu_log*, const char*, ...) = zu_log_printf;  // past the format checks
   EXPECT_EQ(0, print(&log, nullptr));
   zu_log_destroy(&log);
   zu_log_destroy(&log);
-  EXPECT_EQ(0, zu_log_notice(&log, "gone"));
-  EXPECT_EQ(0, zu_log_notice(nullptr, "gone"));
+  EXPECT_EQ(0, zu_log_notice(&log, "gone") | zu_log_notice(nullptr, "gone"));
   EXPECT_EQ("", content("b.log"));
 }
 
 TEST_F(Log, KeepsTheLinesOfThreadsApart) {
   zu_log* log = open();
-  std::vector<std::thread> threads;
-  for (char name = 'a'; name < 'e'; ++name) {
-    threads.emplace_back([=] {
-      const std::string text(200, name);
-      for (int i = 0; i < 50; ++i) zu_log_printf(log, "%s\n", text.c_str());
-    });
-  }
-  for (auto& thread : threads) thread.join();
+  auto write = [log](char name) {
+    for (int i = 0; i < 50; ++i) zu_log_printf(log, "%s\n", std::string(200, name).c_str());
+  };
+  std::thread other(write, 'b');
+  write('a');
+  other.join();
   zu_log_free(log);
-  std::map<std::string, int> lines;
   std::istringstream written(content());
-  for (std::string line; std::getline(written, line);) ++lines[line];
-  EXPECT_EQ(4u, lines.size());
-  for (const auto& [line, count] : lines) EXPECT_EQ(50, count) << line;
+  std::set<std::string> lines;
+  for (std::string line; std::getline(written, line);) lines.insert(line);
+  EXPECT_EQ((std::set<std::string>{std::string(200, 'a'), std::string(200, 'b')}), lines);
 }
 
 // Within a directory of its own, as the trace has a fixed name in the current one.
@@ -108,10 +98,7 @@ class Console : public Log {
 
 TEST_F(Console, WritesItsOneFileWhateverTheName) {
   EXPECT_EQ(1, zu_console_Setup("other.txt"));
-  EXPECT_EQ("(missing)", trace());
-  EXPECT_EQ(1, zu_console_printf("%d,", 1));
-  EXPECT_EQ(1, zu_console_printf("2"));
-  EXPECT_EQ("1,2", trace());
+  EXPECT_EQ(1, zu_console_printf("%d,", 1) & zu_console_printf("2"));
   EXPECT_EQ("(missing)", content("other.txt"));
   EXPECT_EQ(1, zu_console_Free());
   EXPECT_EQ(0, zu_console_printf("off"));
@@ -119,15 +106,11 @@ TEST_F(Console, WritesItsOneFileWhateverTheName) {
   EXPECT_EQ(1, zu_console_Setup(nullptr));
   EXPECT_EQ(1, zu_console_printf("%s", std::string(30000, 'x').c_str()));
   EXPECT_EQ(std::string(20480, 'x'), trace()) << "emptied when opened again, then cut";
-  EXPECT_EQ(0, zu_console_Shutdown());
-  EXPECT_EQ(0, zu_console_Shutdown());
-  EXPECT_EQ(0, zu_console_printf("off"));
-}
+  EXPECT_EQ(0, zu_console_Shutdown() | zu_console_Shutdown() | zu_console_printf("off"));
 
-TEST_F(Console, SucceedsWithoutAFile) {
+  std::filesystem::remove("zu_console.txt");
   std::filesystem::create_directory("zu_console.txt");
-  EXPECT_EQ(1, zu_console_Setup(nullptr));
-  EXPECT_EQ(1, zu_console_printf("lost"));
+  EXPECT_EQ(1, zu_console_Setup(nullptr) & zu_console_printf("lost"));
   int(KIV_CALL * print)(const char*, ...) = zu_console_printf;
   EXPECT_EQ(0, print(nullptr));
 }
@@ -135,20 +118,19 @@ TEST_F(Console, SucceedsWithoutAFile) {
 TEST_F(Log, HelpersReadAndAppendWholeFiles) {
   const std::string path = dir_.file("f"), missing = dir_.file("no/f");
   EXPECT_EQ(1, zu_AppendFile(path.c_str(), "a\r\n\x1a\0b", 6));
-  EXPECT_EQ(1, zu_AppendFile(path.c_str(), nullptr, 5));
-  EXPECT_EQ(1, zu_AppendFile(path.c_str(), "z", -1));
+  EXPECT_EQ(1, zu_AppendFile(path.c_str(), nullptr, 5) & zu_AppendFile(path.c_str(), "z", -1));
   EXPECT_EQ(0, zu_AppendFile(missing.c_str(), "z", 1));
-  EXPECT_EQ(std::string("a\r\n\x1a\0b", 6), content("f"));
+  const std::string all = content("f");
+  EXPECT_EQ(std::string("a\r\n\x1a\0b", 6), all);
   for (int size : {-1, 0, 1, 3, 6, 7, 9}) {
-    char out[10] = "#########";
+    char raw[] = "#########", text[] = "#########";
     const int got = std::clamp(size, 0, 6);
-    EXPECT_EQ(got, zu_GetFileContent(path.c_str(), out, size));
-    EXPECT_EQ(content("f").substr(0, std::size_t(got)) + std::string(std::size_t(9 - got), '#'),
-              std::string(out, 9));
-    std::fill_n(out, 9, '#');
-    EXPECT_EQ(size > 0, zu_GetTextFileContent(path.c_str(), out, size));
-    EXPECT_TRUE(size < 1 || out[std::min(size - 1, 6)] == '\0');
-    EXPECT_EQ('#', out[std::clamp(size, 0, 7)]);
+    EXPECT_EQ(got, zu_GetFileContent(path.c_str(), raw, size));
+    EXPECT_EQ(all.substr(0, unsigned(got)) + std::string(unsigned(9 - got), '#'),
+              std::string(raw, 9));
+    EXPECT_EQ(size > 0, zu_GetTextFileContent(path.c_str(), text, size));
+    EXPECT_TRUE(size < 1 || text[std::min(size - 1, 6)] == '\0');
+    EXPECT_EQ('#', text[std::clamp(size, 0, 7)]);
   }
   char out[] = "#";
   for (const char* none : {static_cast<const char*>(nullptr), missing.c_str()}) {
@@ -156,8 +138,7 @@ TEST_F(Log, HelpersReadAndAppendWholeFiles) {
     EXPECT_EQ(0, zu_GetTextFileContent(none, out, 1));
     EXPECT_NE(0, zu_DeleteFile(none));
   }
-  EXPECT_EQ(0, zu_GetTextFileContent(path.c_str(), nullptr, 9));
-  EXPECT_EQ(0, zu_DeleteFile(path.c_str()));
+  EXPECT_EQ(0, zu_GetTextFileContent(path.c_str(), nullptr, 9) | zu_DeleteFile(path.c_str()));
   EXPECT_EQ("(missing)", content("f"));
 }
 
