@@ -19,7 +19,7 @@ class Log : public testing::Test {
 };
 
 TEST_F(Log, AppendsRawTextAndStampedLines) {
-  for (std::size_t before : {4, 99}) {
+  for (std::size_t before : {4u, 99u}) {
     zu_log* log = open();
     ASSERT_NE(nullptr, log);
     EXPECT_EQ(1, zu_log_printf(log, "abc%s%lld", "", 5LL));
