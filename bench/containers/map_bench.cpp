@@ -1,5 +1,7 @@
 // Hash tables and trees beside std::unordered_map, std::map and uthash: every key inserted, found
 // and deleted once, in random order. Tables have as many buckets as keys; the peers reserve.
+// What the integer rows of 100000 keys show is memory: on 64-bit builds a node with its link back
+// takes 48 bytes of heap, the peer's 32; with a value that evens it out the peer is behind.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
