@@ -52,11 +52,14 @@ bool datagram_handler_of(SocketEntry* entry, DatagramHandler& handler) {
   return true;
 }
 
-// The waits of a connecting socket are over, however it went.
-LocalTcpClient* end_connecting(Served& served) {
-  served.box.engine->delete_socket(Kind::write, served.socket);
-  served.box.engine->delete_socket(Kind::except, served.socket);
-  return served.entry != nullptr ? served.entry->local_tcp_client() : nullptr;
+// The waits of a connecting socket are over, however it went. Null, and no change, when another
+// thread deleted it just now, even if a new client has its number already.
+LocalTcpClient* end_connecting(Served& served, Kind kind) {
+  Engine& engine = *served.box.engine;
+  if (served.entry == nullptr || !engine.sockets.took_part(kind, served.socket)) return nullptr;
+  engine.delete_socket(Kind::write, served.socket);
+  engine.delete_socket(Kind::except, served.socket);
+  return served.entry->local_tcp_client();
 }
 
 // Asks for the error once, since asking clears it. A connect that failed within the call has left
@@ -128,7 +131,7 @@ void KIV_CALL dispatch_accept(void* box) {
 
 void KIV_CALL dispatch_connected(void* box) {
   Served served(box);
-  const LocalTcpClient* client = end_connecting(served);
+  const LocalTcpClient* client = end_connecting(served, Kind::write);
   if (client == nullptr) return;
   SocketHandler outcome = client->failure;
   if (is_connected(served.socket)) {
@@ -146,7 +149,7 @@ void KIV_CALL dispatch_connected(void* box) {
 
 void KIV_CALL dispatch_connect_failed(void* box) {
   Served served(box);
-  const LocalTcpClient* client = end_connecting(served);
+  const LocalTcpClient* client = end_connecting(served, Kind::except);
   if (client == nullptr) return;
   const SocketHandler failure = client->failure;
   served.guard.unlock();

@@ -43,8 +43,8 @@ class Loop {
   bool pass() {
     switch (wait()) {
       case Wait::ready:
-        // deliberate: one socket per kind, and no timer in a pass that had a ready socket, not even
-        // an overdue one; applications rely on this order.
+        // deliberate: one socket per kind, the highest, and no timer in a pass that had a ready
+        // socket, not even an overdue one; applications rely on this order.
         return serve_first(Kind::read) && serve_first(Kind::write) && serve_first(Kind::except);
       case Wait::timed_out:
         return fire_due_timer();
@@ -142,6 +142,7 @@ class Loop {
     return true;
   }
 
+  // deliberate: no run clears the mark; a box stopped before its loop starts must not start.
   bool stopped() const { return engine_.break_flag.load(std::memory_order_acquire) == 1; }
 
   Engine& engine_;

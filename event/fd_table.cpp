@@ -112,6 +112,11 @@ void FdTable::clear() noexcept {
   highest = -1;
 }
 
+bool FdTable::took_part(Kind kind, std::int32_t socket) const noexcept {
+  const auto* node = static_cast<const FdNode*>(index[index_of(kind)].find(socket));
+  return node != nullptr && node->born != pass;
+}
+
 const FdRecord* FdTable::first_ready(Kind kind, const platform::SocketSet& ready) const noexcept {
   const FdNode* best = nullptr;
   for (std::int32_t i = 0; i < ready.count; ++i) {

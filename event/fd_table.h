@@ -59,6 +59,7 @@ struct FdTable {
 
   // Starts a pass: registrations made from now on take no part in it.
   void begin_pass() noexcept { ++pass; }
+  bool took_part(Kind kind, std::int32_t socket) const noexcept;
   // The highest socket of `ready` that took part in this pass; null when there is none.
   const FdRecord* first_ready(Kind kind, const platform::SocketSet& ready) const noexcept;
   // Looks for a socket that was closed behind the loop's back, and removes and prints the first.

@@ -125,6 +125,7 @@ kiv_box* KIV_CALL kiv_box_new(void) KIV_NOEXCEPT {
 void KIV_CALL kiv_box_loop(kiv_box* box) KIV_NOEXCEPT {
   if (!begin_loop(box)) return;
   zu_box_StartLoop(box->raw);
+  // deliberate: the box dies with its loop, whatever ended it; owners do not free it again.
   box_registry().remove(box);
   release(box);
 }

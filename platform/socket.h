@@ -71,7 +71,7 @@ std::int32_t socket_accept(std::int32_t listener, WireAddress* peer) noexcept;
 // Number of bytes moved; receiving gives 0 at the end of a stream.
 std::int32_t socket_send(std::int32_t socket, const void* data, std::int32_t length) noexcept;
 std::int32_t socket_receive(std::int32_t socket, void* buffer, std::int32_t length) noexcept;
-// The address length goes to the system as it stands; below 16 the call fails.
+// An address length below 16 fails; all of `peer` is used otherwise.
 std::int32_t socket_send_to(std::int32_t socket, const void* data, std::int32_t length,
                             const WireAddress& peer, std::int32_t address_length) noexcept;
 // `peer` may be null. A datagram longer than the buffer is lost: -1 with kMessageTooLong.
