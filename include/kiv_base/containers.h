@@ -119,8 +119,8 @@ KIV_API zu_list* KIV_CALL zu_list_concat(zu_list* list1, zu_list* list2) KIV_NOE
 KIV_API void KIV_CALL zu_list_foreach(zu_list* list, zu_visit_fn visit, void* user) KIV_NOEXCEPT;
 KIV_API void KIV_CALL zu_list_foreach_if(zu_list* list, zu_test_fn test, void* user) KIV_NOEXCEPT;
 
-/* Unlinks and frees the first node with this data (the node at position n, every node with this
- * data), after `release` has seen its data, and gives the list. `release` may be NULL.
+/* Unlinks and frees the first node with this data (the node that zu_list_nth gives, every node with
+ * this data), after `release` has seen its data, and gives the list. `release` may be NULL.
  */
 KIV_API zu_list* KIV_CALL zu_list_remove(zu_list* list, const void* data, zu_release_fn release,
                                          void* user) KIV_NOEXCEPT;

@@ -25,6 +25,13 @@ inline int number_of(const void* value) {
   return static_cast<int>(reinterpret_cast<std::intptr_t>(value));
 }
 
+// The number written out; good until the next call.
+inline const char* digits(int number) {
+  static std::string text;
+  text = std::to_string(number);
+  return text.c_str();
+}
+
 // A visit or release callback that collects what it sees in Numbers.
 inline void KIV_CALL collect(void* value, void* seen) {
   static_cast<Numbers*>(seen)->push_back(number_of(value));
