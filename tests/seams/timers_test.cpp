@@ -36,15 +36,6 @@ struct Timers : testing::Test {
   std::string log_;
 };
 
-TEST_F(Timers, FireInOrderAndTheNewestFirstAmongEquals) {
-  const std::uint32_t intervals[] = {30, 10, 30, 20, 10, 30};
-  for (int i = 0; i < 6; ++i) zu_box_timer_AddOnceTimer(box_, intervals[i], note, digit(i));
-  EXPECT_EQ(run(), "413520");
-  EXPECT_EQ(clock_.slept_ms(), 30);
-  EXPECT_EQ(zu_box_timer_GetNumTimer(box_), 6) << "fired timers stay known until deleted";
-  EXPECT_EQ(run(), "");
-}
-
 TEST_F(Timers, ALateLoopTimerCatchesUpInABurst) {
   static int late;
   late = 0;
@@ -58,14 +49,6 @@ TEST_F(Timers, ALateLoopTimerCatchesUpInABurst) {
   run();
   EXPECT_EQ(late, 4) << "due at 10, 20, 30 and 40, all served at 45";
   EXPECT_EQ(clock_.slept_ms(), 10 + 5 + 10);
-}
-
-TEST_F(Timers, ALimitTimerFiresThatOften) {
-  EXPECT_EQ(zu_box_timer_AddLimitTimer(box_, 0, 10, note, nullptr), -1);
-  zu_box_timer_AddLimitTimer(box_, 3, 10, note, digit(3));
-  zu_box_timer_AddLimitTimer(box_, 1, 15, note, digit(1));
-  EXPECT_EQ(run(), "3133");
-  EXPECT_EQ(clock_.slept_ms(), 30);
 }
 
 TEST_F(Timers, RefreshMovesOneFiringFromWhereItWasDue) {
