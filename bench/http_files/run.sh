@@ -23,7 +23,7 @@ start() {
   "$@" >"$dir/out" &
   server=$!
   exec 9<"$dir/out"
-  IFS= read -r line <&9 || { echo "$1 does not start" >&2; exit 1; }
+  IFS= read -r _ <&9 || { echo "$1 does not start" >&2; exit 1; }
 }
 
 # What wrk tells, on one line.

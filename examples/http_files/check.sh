@@ -4,6 +4,7 @@
 #   check.sh PROGRAM [ARGUMENT...]     for example: check.sh build/release/bin/http_files
 #
 # One line for each check, a summary at the end, exit status 0 when all is right.
+# shellcheck disable=SC2016,SC2034  # texts in single quotes are for eval, which also uses the names
 set -u
 [ $# -ge 1 ] || { echo "usage: $0 PROGRAM [ARGUMENT...]" >&2; exit 2; }
 command -v curl cmp >/dev/null || { echo "$0 needs curl and cmp" >&2; exit 2; }
@@ -20,8 +21,8 @@ trap 'stop_host; rm -rf "$dir"' EXIT
 
 # start_host ARGUMENT...: starts it on a free port and waits for the line that says it is ready.
 start_host() {
-  local try line
-  for try in {1..50}; do
+  local line
+  for _ in {1..50}; do
     port=$((20000 + RANDOM % 20000))
     rm -f "$dir/out"
     mkfifo "$dir/out"
