@@ -24,8 +24,8 @@ void round_trip(const std::string& text, kiv_http_table* parse(const char*) noex
                 char* print(kiv_http_table*) noexcept) {
   kiv_http_table* table = parse(text.c_str());
   kiv_http_table* clone = kiv_http_table_clone(table);
-  const std::string printed = taken(print(table)), cloned = taken(print(clone));
-  check(printed.empty() == cloned.empty());
+  const std::string printed = taken(print(table));
+  check(printed.empty() == taken(print(clone)).empty());
   kiv_http_table* again = printed.empty() ? nullptr : parse(printed.c_str());
   check(taken(print(again)) == printed);
   for (kiv_http_table* made : {table, clone, again}) kiv_http_table_free(made);
@@ -44,7 +44,5 @@ extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size) {
   zu_url_unescape_free(zu_url_unescape_malloc(text.c_str(), 0));
   const std::string escaped = taken(zu_url_escape_malloc(text.c_str(), 0));
   check(taken(zu_url_unescape_malloc(escaped.c_str(), 0)) == text.c_str());
-  std::string decoded(size / 2 + 1, '\0');
-  zu_base64_decode(decoded.data(), text.c_str(), static_cast<int>(decoded.size()));
   return 0;
 }

