@@ -35,11 +35,12 @@ struct Table {
     _zu_free(text);
     return result;
   }
-  // The name of the next field, "" at the end.
-  std::string next() {
-    const char* name = "";
-    kiv_http_table_GetNextField(self, &name, nullptr);
-    return name;
+  // The names of the next fields, up to the end.
+  std::string next(int count) {
+    std::string names;
+    const char* name;
+    while (count-- > 0 && kiv_http_table_GetNextField(self, &name, nullptr) == 1) names += name;
+    return names;
   }
   // All it holds, in one line.
   std::string shown() {
@@ -133,11 +134,11 @@ TEST(HttpTable, FieldsAreReplacedInPlaceAndKeepTheirOrder) {
   table.set("D", "8");
   EXPECT_EQ(table.shown(), "GET / (null) -1|b:4|a:3|D:8");
   table.set("E", "9");  // the walk that had ended goes on
-  EXPECT_EQ(table.next(), "E");
+  EXPECT_EQ(table.next(1), "E");
   kiv_http_table_RewindField(table.self);
-  EXPECT_EQ(table.next(), "b");
+  EXPECT_EQ(table.next(1), "b");
   table.unset("b");  // passed already: the cursor counts, so the walk misses the next
-  EXPECT_EQ(table.next() + table.next() + table.next(), "DE");
+  EXPECT_EQ(table.next(9), "DE");
 }
 
 TEST(HttpTable, FormsGoOutWithTheirLength) {
