@@ -23,7 +23,7 @@ namespace {
 template <typename Key>
 Key key_of(int number) {
   if constexpr (std::is_same_v<Key, std::string>) {
-    return "session-" + std::to_string(number);
+    return "element-" + std::to_string(number);
   } else if constexpr (sizeof(Key) == 8) {
     return Key{number} * 0x10001;  // beyond 32 bits
   } else {
