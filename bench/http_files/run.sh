@@ -17,7 +17,6 @@ head -c 104857600 /dev/urandom >"$dir/site/100m.bin"
 
 # start COMMAND...: waits for the line that says it is ready.
 start() {
-  local line
   rm -f "$dir/out"
   mkfifo "$dir/out"
   "$@" >"$dir/out" &
