@@ -16,11 +16,11 @@ using OwnedJitter = std::unique_ptr<zu_jitter, FreedBy<zu_jitter_free>>;
 struct Message {
   kiv_http_table* table;
   char* held;  // a head or a chunk-size line that is not complete; null until there is one
-  std::int32_t held_length;
   zu_jitter* body;
   std::int32_t expected;  // body bytes announced, for the message or for the chunk being read
   std::int32_t received;  // how many of them came
   std::int32_t state;
+  std::int32_t held_length;
   Message* next;
 };
 

@@ -164,7 +164,7 @@ TEST(KivBox, FreedWhileOtherThreadsCallIt) {
     std::atomic<int> rounds{0};
     const std::uint16_t port = port_of(kiv_box_NewUdpServer(box, "127.0.0.1", 0, free_box, &freed));
     std::vector<std::thread> callers;
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 4; ++i) {
       callers.emplace_back([&] {
         for (; kiv_box_GetNumSock(box) >= 0; ++rounds) {
           const std::int32_t timer = kiv_box_NewLoopTimer(box, 60000, on_timer, nullptr);
