@@ -45,7 +45,8 @@ set_target_properties(kiv_base PROPERTIES LINKER_LANGUAGE CXX)
 if(WIN32)
   set_target_properties(kiv_base PROPERTIES PREFIX "" LINK_DEPENDS ${PROJECT_BINARY_DIR}/kiv_base.def)
   target_link_options(kiv_base PRIVATE ${PROJECT_BINARY_DIR}/kiv_base.def
-    -static -static-libgcc -static-libstdc++ -Wl,--dynamicbase -Wl,--nxcompat)
+    -static -static-libgcc -static-libstdc++ -Wl,--dynamicbase -Wl,--nxcompat
+    $<$<CONFIG:Release>:-s>)
   target_link_libraries(kiv_base PRIVATE ws2_32 advapi32)
   set(kiv_needs kernel32.dll ws2_32.dll advapi32.dll msvcrt.dll)
 else()

@@ -214,8 +214,8 @@ KIV_API kiv_http_table* KIV_CALL kiv_http_table_ParseFormStr(const char* text) K
  * the last chunk are not supported.
  *
  * Limits: 5120 bytes for a head, 1024 for a chunk-size line, INT32_MAX for one Content-Length or
- * chunk size, and what a jitter buffer holds (1.6 GB) for body bytes not yet taken out. The number of
- * waiting messages has no limit: take them out.
+ * chunk size, and what a jitter buffer holds (1.6 GB) for body bytes not yet taken out. The number
+ * of waiting messages has no limit: take them out.
  */
 
 /* States of a message, and the status values handed out. */
