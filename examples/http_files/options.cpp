@@ -57,7 +57,7 @@ std::string parse_options(int argc, char** argv, Options& options) {
       options.server.is_public = true;
     } else if (argument == "--port" || argument == "--idle" || argument == "--log") {
       if (++i == argc) return argument + " needs a value";
-      const std::string wrong = take_value(options, argument, argv[i]);
+      std::string wrong = take_value(options, argument, argv[i]);
       if (!wrong.empty()) return wrong;
     } else {
       return "there is no option '" + argument + "'";
