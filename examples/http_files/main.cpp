@@ -71,9 +71,12 @@ int serve(const Options& options) {
     return fail("port " + std::to_string(options.server.port) +
                 " cannot be had: it is in use, or needs other rights");
   }
-  std::printf("serving %s to %s: open http://127.0.0.1:%d/ (Ctrl-C ends)\n",
-              to_utf8(folder->path()).c_str(),
-              options.server.is_public ? "everyone" : "this machine", int{options.server.port});
+  const int port = options.server.port;
+  std::printf(
+      "serving %s to %s: open http://127.0.0.1:%d/ or type curl http://127.0.0.1:%d/ (Ctrl-C "
+      "ends)\n",
+      to_utf8(folder->path()).c_str(), options.server.is_public ? "everyone" : "this machine", port,
+      port);
   std::fflush(stdout);
   run_until_signal(box);
   return 0;
