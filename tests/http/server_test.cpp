@@ -36,9 +36,9 @@ class HttpServer : public testing::Test {
     port_ = kiv::test::free_tcp_port();
   }
   ~HttpServer() override {
-    kiv_http_server_free(server_);
     kiv_box_BreakLoop(box_);
-    loop_.join();
+    loop_.join();  // first: callbacks that still run find their server
+    kiv_http_server_free(server_);
   }
 
   void listen() { ASSERT_EQ(kiv_http_server_attach(box_, server_, port_, on_accept, this), 1); }
