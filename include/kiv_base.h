@@ -6,6 +6,7 @@
 #include "kiv_base/containers.h"
 #include "kiv_base/event.h"
 #include "kiv_base/http.h"
+#include "kiv_base/protocol.h"
 #include "kiv_base/system.h"
 
 #endif
