@@ -49,12 +49,24 @@ zu_jitter_block* writable_block(zu_jitter* jitter) {
   return block && block->length < block->capacity ? block : add_block(jitter);
 }
 
-void drop_first_block(zu_jitter* jitter) {
-  zu_list* node = jitter->blocks;
+void drop_block(zu_jitter* jitter, zu_list* node) {
+  if (jitter->last == node) jitter->last = node->prev;
   _zu_jitter_block_free(block_of(node));
-  jitter->blocks = zu_list_delete_link_only(node, node);
-  if (jitter->last == node) jitter->last = jitter->blocks;
+  jitter->blocks = zu_list_delete_link_only(jitter->blocks, node);
   --jitter->block_count;
+}
+
+// Takes back the newest `count` stored bytes.
+void drop_newest(zu_jitter* jitter, int32_t count) {
+  jitter->length -= count;
+  while (count > 0) {
+    zu_jitter_block* block = block_of(jitter->last);
+    const int32_t piece = std::min(count, block->length);
+    block->length -= piece;
+    block->write_pos = (block->write_pos - piece + block->capacity) % block->capacity;
+    count -= piece;
+    if (block->length == 0) drop_block(jitter, jitter->last);
+  }
 }
 
 void KIV_CALL free_block(void* block, void*) {
@@ -78,6 +90,13 @@ void copy_out(const zu_jitter* jitter, uint8_t* destination, int32_t offset, int
 }
 
 }  // namespace
+
+bool kiv::containers::set_all_data(zu_jitter* jitter, const void* data, int32_t count) {
+  const int32_t stored = zu_jitter_SetData(jitter, data, count);
+  if (stored == count) return true;
+  drop_newest(jitter, stored);
+  return false;
+}
 
 int KIV_CALL zu_jitter_init(zu_jitter* jitter, int32_t block_size, int32_t max_blocks,
                             void* user_data) KIV_NOEXCEPT {
@@ -143,7 +162,7 @@ int32_t KIV_CALL zu_jitter_GetData(zu_jitter* jitter, void* destination,
     if (at) at += piece;
     taken += piece;
     jitter->length -= piece;
-    if (block->length == 0) drop_first_block(jitter);
+    if (block->length == 0) drop_block(jitter, jitter->blocks);
   }
   return taken;
 }

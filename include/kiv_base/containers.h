@@ -1,4 +1,5 @@
-/* Containers of untyped values: linked list, hash tables, balanced trees and a byte FIFO.
+/* Containers of untyped values: linked list, hash tables, balanced trees,
+ * queue and stack, and a byte FIFO.
  *
  *     zu_list* list = NULL;
  *     list = zu_list_append(list, item);      every change hands back the first node: store it
@@ -515,6 +516,60 @@ KIV_API void KIV_CALL zu_stree_freex(zu_stree* tree, zu_release_fn release,
                                      void* user) KIV_NOEXCEPT;
 KIV_API void KIV_CALL zu_itree_free(zu_itree* tree) KIV_NOEXCEPT;
 KIV_API void KIV_CALL zu_stree_free(zu_stree* tree) KIV_NOEXCEPT;
+
+/* ---- queue and stack --------------------------------------------------------------------- */
+
+/* First in, first out; and last in, first out. Both count their elements and reach their ends in
+ * constant time. A record is all zero when it is made.
+ */
+typedef struct kiv_queue {
+  zu_list* head; /* the oldest element */
+  zu_list* tail; /* the newest one's node */
+  int32_t count;
+} kiv_queue;
+
+typedef struct kiv_stack {
+  zu_list* top; /* the newest element */
+  int32_t count;
+} kiv_stack;
+
+/* Makes an empty one; NULL without memory. */
+KIV_API kiv_queue* KIV_CALL kiv_queue_make(void) KIV_NOEXCEPT;
+KIV_API kiv_stack* KIV_CALL kiv_stack_make(void) KIV_NOEXCEPT;
+
+/* Adds an element: 1, or 0 for NULL. Without memory for its node the element is counted and 1
+ * given all the same, but it is not stored; the count stays too high until pops bring it down.
+ */
+KIV_API int KIV_CALL kiv_queue_push(kiv_queue* queue, void* data) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_stack_push(kiv_stack* stack, void* data) KIV_NOEXCEPT;
+
+/* Takes the next element and gives its value; NULL when there is none, as for a stored NULL. */
+KIV_API void* KIV_CALL kiv_queue_pop(kiv_queue* queue) KIV_NOEXCEPT;
+KIV_API void* KIV_CALL kiv_stack_pop(kiv_stack* stack) KIV_NOEXCEPT;
+
+/* The value that `index` further pops would come to, which stays; NULL when there is none. */
+KIV_API void* KIV_CALL kivx_queue_peek(kiv_queue* queue, int32_t index) KIV_NOEXCEPT;
+KIV_API void* KIV_CALL kivx_stack_peek(kiv_stack* stack, int32_t index) KIV_NOEXCEPT;
+
+/* Visits every value in the order of pops. */
+KIV_API void KIV_CALL kivx_queue_foreach(kiv_queue* queue, zu_visit_fn visit,
+                                         void* user) KIV_NOEXCEPT;
+KIV_API void KIV_CALL kivx_stack_foreach(kiv_stack* stack, zu_visit_fn visit,
+                                         void* user) KIV_NOEXCEPT;
+
+/* Frees it with its nodes; the kivx_ forms release each value first, in the order of pops.
+ * `release` may be NULL, and so may the record.
+ */
+KIV_API void KIV_CALL kiv_queue_free(kiv_queue* queue) KIV_NOEXCEPT;
+KIV_API void KIV_CALL kivx_queue_free(kiv_queue* queue, zu_release_fn release,
+                                      void* user) KIV_NOEXCEPT;
+KIV_API void KIV_CALL kiv_stack_free(kiv_stack* stack) KIV_NOEXCEPT;
+KIV_API void KIV_CALL kivx_stack_free(kiv_stack* stack, zu_release_fn release,
+                                      void* user) KIV_NOEXCEPT;
+
+/* The number of elements; 0 for NULL. */
+KIV_API int32_t KIV_CALL kiv_queue_nnodes(kiv_queue* queue) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kiv_stack_nnodes(kiv_stack* stack) KIV_NOEXCEPT;
 
 /* ---- jitter buffer ----------------------------------------------------------------------- */
 

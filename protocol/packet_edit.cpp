@@ -1,0 +1,131 @@
+// Changes a packet in place: only the bytes concerned move.
+#include <cstdio>
+#include <cstring>
+
+#include "protocol/packet.h"
+#include "protocol/packet_syntax.h"
+
+namespace kiv::protocol {
+namespace {
+
+// Is the parameter in the text? What was received behind a zero byte is not, and edits beside it
+// can leave offsets that mean nothing.
+bool is_in_text(const kiv_proto& packet, std::int32_t i) {
+  return 0 <= packet.name_starts[i] && packet.name_starts[i] <= packet.value_starts[i] &&
+         packet.value_starts[i] <= packet.value_ends[i] &&
+         packet.value_ends[i] < packet.packet_length - 1;
+}
+
+// Replaces a part of the text, which grows by `growth`.
+void splice(kiv_proto& packet, const Span& old, const char* bytes, std::int32_t growth) {
+  zu_strreplace(packet.packet, old.start, old.length(), bytes, old.length() + growth);
+  packet.packet_length += growth;
+  packet.packet[packet.packet_length - 1] = 0;
+}
+
+void shift_parameters(kiv_proto& packet, std::int32_t first, std::int32_t distance) {
+  for (std::int32_t i = first; i < packet.count; ++i) {
+    packet.name_starts[i] += distance;
+    packet.name_ends[i] += distance;
+    packet.value_starts[i] += distance;
+    packet.value_ends[i] += distance;
+  }
+}
+
+bool has_sane_command(const kiv_proto& packet) {
+  return packet.packet_length >= 1 && packet.packet_length <= kMaxPacket &&
+         packet.command_length >= 1 && packet.command_length <= kMaxName &&
+         packet.command_start >= 0 && packet.command_end > packet.command_start &&
+         packet.command_end < packet.packet_length;
+}
+
+bool modify_parameter(kiv_proto& packet, std::int32_t i, const char* value) {
+  const std::int32_t escaped = escape(packet, value, text_length(value));
+  if (escaped < 0 || !is_in_text(packet, i)) return false;
+  const Span old = {packet.value_starts[i], packet.value_ends[i]};
+  const std::int32_t growth = escaped - old.length();
+  if (packet.packet_length + growth > kMaxPacket) {
+    std::printf("warn: packet too big(content=%s)!\n", value);
+    return false;
+  }
+  // deliberate: with the same length in the text the stored copy stays as it was, else it holds the
+  // escaped text, and its length is never updated; programs compare with what they read before.
+  if (growth != 0) {
+    char* const copy = pool_copy(packet, packet.scratch, escaped);
+    if (!copy) {
+      std::printf("warn: zu_mem_malloc()->modify return NULL!\n");
+      return false;
+    }
+    zu_mem_free(packet.pool, packet.values[i]);
+    packet.values[i] = copy;
+  }
+  splice(packet, old, packet.scratch, growth);
+  packet.value_ends[i] += growth;
+  shift_parameters(packet, i + 1, growth);
+  return true;
+}
+
+// Moves what is behind a removed parameter one entry down.
+void close_gap(kiv_proto& packet, std::int32_t removed) {
+  --packet.count;
+  for (std::int32_t i = removed; i < packet.count; ++i) {
+    // deliberate: the lengths stay where they are; programs that delete count with strlen.
+    packet.names[i] = packet.names[i + 1];
+    packet.values[i] = packet.values[i + 1];
+    packet.name_starts[i] = packet.name_starts[i + 1];
+    packet.name_ends[i] = packet.name_ends[i + 1];
+    packet.value_starts[i] = packet.value_starts[i + 1];
+    packet.value_ends[i] = packet.value_ends[i + 1];
+  }
+}
+
+}  // namespace
+}  // namespace kiv::protocol
+
+using namespace kiv::protocol;
+
+int KIV_CALL kiv_proto_ModifyCmd(kiv_proto* packet, const char* command) KIV_NOEXCEPT {
+  if (!packet || !command) return 0;
+  const int32_t length = text_length(command);
+  if (!is_packable(kCommandMessages, command, length) || !has_sane_command(*packet)) return 0;
+  const Span old = {packet->command_start, packet->command_end};
+  const int32_t growth = length - old.length();
+  if (packet->packet_length + growth > kMaxPacket) {
+    std::printf("warn: packet too big(cmd=%s)!\n", command);
+    return 0;
+  }
+  std::memmove(packet->command, command, static_cast<std::size_t>(length) + 1);
+  splice(*packet, old, packet->command, growth);
+  packet->command_length += growth;
+  packet->command_end += growth;
+  shift_parameters(*packet, 0, growth);
+  return 1;
+}
+
+int KIV_CALL kiv_proto_ModifyPara(kiv_proto* packet, const char* name,
+                                  const char* value) KIV_NOEXCEPT {
+  if (!packet || !name || !value) return 0;
+  const int32_t i = find_parameter(*packet, name);
+  if (i >= 0) return modify_parameter(*packet, i, value) ? 1 : 0;
+  std::printf("info: para(%s) is not exist!\n", name);
+  return 0;
+}
+
+int KIV_CALL kiv_proto_DeletePara(kiv_proto* packet, const char* name) KIV_NOEXCEPT {
+  if (!packet || !name) return 0;
+  const int32_t i = find_parameter(*packet, name);
+  if (i < 0) {
+    std::printf("info: deleted para(%s) is not exist!\n", name);
+    return 0;
+  }
+  if (!is_in_text(*packet, i)) return 0;
+  int32_t end = packet->value_ends[i] + 1;
+  while (is(packet->packet[end], kSeparator)) ++end;
+  const Span removed = {packet->name_starts[i], end};
+  splice(*packet, removed, nullptr, -removed.length());
+  shift_parameters(*packet, i + 1, -removed.length());
+  zu_mem_free(packet->pool, packet->names[i]);
+  zu_mem_free(packet->pool, packet->values[i]);
+  close_gap(*packet, i);
+  return 1;
+}
