@@ -3,6 +3,8 @@
  * zu_sock_*  small helpers over plain sockets
  * zu_box_*   sockets and timers served by one loop, for one thread
  * kiv_box_*  the same for any thread, behind checked handles (kivx_box_* are their variants)
+ * kivx_ThreadBox_*  such a box on a thread of its own
+ * kiv_bigbox_*      TCP clients spread over several such boxes
  *
  *   zu_sock_peer peer;
  *   char text[512];
@@ -442,5 +444,147 @@ KIV_API void KIV_CALL kiv_box_DeleteTimer(kiv_box* box, int32_t timer) KIV_NOEXC
 KIV_API int32_t KIV_CALL kiv_box_GetNumTimer(kiv_box* box) KIV_NOEXCEPT;
 KIV_API int32_t KIV_CALL kiv_box_GetThisTimerId(kiv_box* box) KIV_NOEXCEPT;
 KIV_API int KIV_CALL kiv_box_IsTimerExist(kiv_box* box, int32_t timer) KIV_NOEXCEPT;
+
+/* ---- kivx_ThreadBox: a box on a thread of its own ---------------------------------------------- */
+
+/* Starts a thread that makes a box and runs its loop, and returns that box: it is live by then, and
+ * all its callbacks run on the new thread. NULL, with a line printed, when the thread cannot be
+ * started; NULL when the box cannot be made. */
+KIV_API kiv_box* KIV_CALL kivx_ThreadBox_create(void) KIV_NOEXCEPT;
+
+/* Ends the loop of a box; its thread then frees the box and exits by itself. Does not wait for
+ * that: the handle may live on for a moment, and a callback that runs is not cut short. From any
+ * thread, also from a callback of the box; what is no live box is ignored. */
+KIV_API void KIV_CALL kivx_ThreadBox_destroy(kiv_box* box) KIV_NOEXCEPT;
+
+/* ---- kiv_bigbox: TCP clients spread over threads -------------------------------------------------
+ *
+ * A big box has a master, a thread box that accepts connections, and a fixed number of slaves,
+ * thread boxes among which the clients are spread.
+ *
+ *   void on_read(void* big, void* user, int32_t socket, char* data, int32_t length) {
+ *     kiv_bigbox_write(big, socket, data, length);
+ *   }
+ *   void on_close(void* big, void* user, int32_t socket) {
+ *     kiv_bigbox_DeleteSock(big, socket);  // forgets it; see below for closing
+ *   }
+ *   void on_accept(void* big, void* user, int32_t listener, int32_t socket, const char* ip,
+ *                  uint16_t port) {
+ *     if (kiv_bigbox_accept(big, socket, ip, port, on_read, user, on_close, user) == 0) ...
+ *   }
+ *   kiv_bigbox* big = kiv_bigbox_make(4, 1000);
+ *   kiv_bigbox_attach(big, NULL, 8080, on_accept, user);
+ *
+ * Callbacks are those of a box, with the big box as their first argument. They run with no lock of
+ * the library held and may call everything, kiv_bigbox_free included: accept callbacks on the
+ * master's thread, those of a client always on the thread of its slave. One that has begun, or is
+ * about to, when another thread deletes its socket or frees the big box still runs to its end.
+ *
+ * Closing: the big box never closes a client's socket; nor does freeing it. It lets go of the
+ * socket, and whoever deleted it then closes it, for instance by handing it to the master:
+ *
+ *   kiv_bigbox_DeleteSock(big, socket);
+ *   kiv_box* master = kiv_bigbox_GetMasterBox(big);
+ *   if (kiv_box_AcceptTcpClient(master, socket, NULL, NULL, NULL, NULL) > 0)
+ *     kiv_box_DeleteSock(master, socket);
+ *
+ * Close it only after that. A close callback repeats in every turn of the loop, and holds up the
+ * lower sockets of its slave, until the socket is deleted.
+ *
+ * A box waits for at most 1022 clients, so a big box of n slaves has room for 1022 * n.
+ *
+ * What the functions share: every call checks the handle, from any thread, and a handle that is
+ * not a live big box gives the failure value and does nothing. They may be called with the object
+ * lock held, never the other way round.
+ */
+
+typedef struct kiv_bigbox kiv_bigbox;
+
+/* Makes a big box of `slaves` slaves (1 to 1000) for `max_clients` clients (1 to 50000); other
+ * numbers count as the nearer end. NULL when memory, threads, ports or descriptors run out. */
+KIV_API kiv_bigbox* KIV_CALL kiv_bigbox_make(int32_t slaves, int32_t max_clients) KIV_NOEXCEPT;
+
+/* Closes the listening sockets that the big box opened, lets go of all others, and ends the
+ * threads, without waiting for them. The handle is dead at once. From any thread, also from a
+ * callback of the big box; what is no live big box is ignored. */
+KIV_API void KIV_CALL kiv_bigbox_free(kiv_bigbox* big) KIV_NOEXCEPT;
+
+/* Opens a listening socket on the master, as zu_box_sock_AddLocalTcpServer does, and returns its
+ * id; -1 on failure and for a NULL callback. A connection that comes while the big box has its
+ * maximum of clients is closed without a callback. The new socket in the callback is non-blocking
+ * and belongs to nobody: pass it to kiv_bigbox_accept, or elsewhere, or close it. */
+KIV_API int32_t KIV_CALL kiv_bigbox_attach(kiv_bigbox* big, const char* local_ip, uint16_t port,
+                                           zu_box_accept_fn on_accept,
+                                           void* accept_arg) KIV_NOEXCEPT;
+
+/* Makes a connected socket a client of the slave that has the fewest, the first in the order of
+ * their thread ids; the socket is made non-blocking. A NULL `peer_ip` asks the socket for address
+ * and port. 1, or 0 for one that is a client already, for a full slave and for any other failure:
+ * the socket is then still the caller's to close. The maximum of clients is not looked at here.
+ *
+ * A read callback gets what has come: up to 204799 bytes from one of 20 buffers that all big boxes
+ * share, or up to 1023 while those are in use. `data` is valid during the call, with a NUL behind
+ * it. */
+KIV_API int KIV_CALL kiv_bigbox_accept(kiv_bigbox* big, int32_t socket, const char* peer_ip,
+                                       uint16_t peer_port, zu_box_read_fn on_read, void* read_arg,
+                                       zu_box_socket_fn on_close, void* close_arg) KIV_NOEXCEPT;
+
+/* Sends at once; nothing is queued. Bytes sent, which may be fewer than given, or -1 when the
+ * system refuses, also because its buffer is full; 0 for NULL data, a length below 1 or a socket
+ * that is no client. The kivx_ form checks neither the socket nor a handle: for callbacks. */
+KIV_API int32_t KIV_CALL kiv_bigbox_write(kiv_bigbox* big, int32_t socket, const void* data,
+                                          int32_t length) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL kivx_bigbox_write(int32_t socket, const void* data,
+                                           int32_t length) KIV_NOEXCEPT;
+
+/* Lets go of a client without closing its socket; closes a listening socket that the big box
+ * opened and lets go of one that was imported; any other socket is deleted from the master. Once
+ * this returns, the big box does not read from the client again. */
+KIV_API void KIV_CALL kiv_bigbox_DeleteSock(kiv_bigbox* big, int32_t socket) KIV_NOEXCEPT;
+
+/* The number of clients, 0 on failure. */
+KIV_API int32_t KIV_CALL kiv_bigbox_nnodes(kiv_bigbox* big) KIV_NOEXCEPT;
+
+/* The box of a client's slave, and the master; NULL on failure. For timers and sockets of one's
+ * own on their threads. */
+KIV_API kiv_box* KIV_CALL kiv_bigbox_GetSlaveBox(kiv_bigbox* big, int32_t socket) KIV_NOEXCEPT;
+KIV_API kiv_box* KIV_CALL kiv_bigbox_GetMasterBox(kiv_bigbox* big) KIV_NOEXCEPT;
+
+/* The address of a client's peer (cut to `size` - 1 characters; at most 19 are kept) and its port:
+ * 1, or 0 when the socket is no client. Both outputs may be NULL. */
+KIV_API int KIV_CALL kiv_bigbox_GetSockIP(kiv_bigbox* big, int32_t socket, char* text, int32_t size,
+                                          uint16_t* port) KIV_NOEXCEPT;
+
+/* For callbacks on a slave's thread: the socket whose callback is running, and the slave's box.
+ * 0 or NULL outside of a socket's callback, and on any other thread. */
+KIV_API int32_t KIV_CALL kiv_bigbox_InvokeClientID(kiv_bigbox* big) KIV_NOEXCEPT;
+KIV_API kiv_box* KIV_CALL kiv_bigbox_InvokeSlaveBox(kiv_bigbox* big) KIV_NOEXCEPT;
+
+/* Wait for reading or writing on a connected socket that stays the caller's. A socket that is no
+ * client becomes one, as in kiv_bigbox_accept with no address; a client gets the callbacks given
+ * and keeps its slave and its others. `on_write` runs in every turn of the loop in which the
+ * socket takes data, so export it when there is nothing left to write. 1, or 0 on failure and for
+ * a NULL `on_write`. */
+KIV_API int KIV_CALL kivx_bigbox_import_ForRead(kiv_bigbox* big, int32_t socket,
+                                                zu_box_read_fn on_read, void* read_arg,
+                                                zu_box_socket_fn on_close,
+                                                void* close_arg) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_bigbox_import_ForWrite(kiv_bigbox* big, int32_t socket,
+                                                 zu_box_socket_fn on_write,
+                                                 void* write_arg) KIV_NOEXCEPT;
+
+/* End one kind of waiting; with the last kind the socket is no client any more, and still open.
+ * 1, or 0 for a socket that is no client. */
+KIV_API int KIV_CALL kivx_bigbox_export_ForRead(kiv_bigbox* big, int32_t socket) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_bigbox_export_ForWrite(kiv_bigbox* big, int32_t socket) KIV_NOEXCEPT;
+
+/* Accept on a listening socket that stays the caller's; it is made non-blocking. One that the big
+ * box listens on already only gets the callback given. 1, or 0 on failure and for a NULL callback.
+ * Exporting ends the accepting, also of a socket that kiv_bigbox_attach opened, which then is the
+ * caller's: 1, or 0 when the big box does not listen on it. */
+KIV_API int KIV_CALL kivx_bigbox_import_ForListen(kiv_bigbox* big, int32_t socket,
+                                                  zu_box_accept_fn on_accept,
+                                                  void* accept_arg) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_bigbox_export_ForListen(kiv_bigbox* big, int32_t socket) KIV_NOEXCEPT;
 
 #endif
