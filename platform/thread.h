@@ -1,4 +1,4 @@
-// Threads and their ids.
+// Threads, their ids, and events that one waits for.
 #pragma once
 
 #include <cstdint>
@@ -10,9 +10,17 @@ std::int32_t current_thread_id() noexcept;
 
 using ThreadEntry = void (*)(void* argument);
 
-// Starts a thread that runs entry(argument) and ends when it returns. The handle goes to
-// thread_join exactly once; 0 when no thread could be made.
-std::uintptr_t thread_start(ThreadEntry entry, void* argument) noexcept;
-void thread_join(std::uintptr_t thread) noexcept;
+// Starts a thread that runs entry(argument) and ends when it returns, on a stack of `stack_bytes`
+// or, where that would not do, more. The handle goes to thread_close exactly once, which the thread
+// does not notice; 0 when no thread could be made.
+std::uintptr_t thread_start(ThreadEntry entry, void* argument, std::uint32_t stack_bytes) noexcept;
+void thread_close(std::uintptr_t thread) noexcept;
+
+// An event: event_wait returns once it is set and resets it again. 0 when none could be made. The
+// thread that waited may close it at once, while event_set has yet to return.
+std::uintptr_t event_make() noexcept;
+void event_set(std::uintptr_t event) noexcept;
+void event_wait(std::uintptr_t event) noexcept;
+void event_close(std::uintptr_t event) noexcept;
 
 }  // namespace kiv::platform

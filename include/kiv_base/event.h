@@ -445,7 +445,8 @@ KIV_API int32_t KIV_CALL kiv_box_GetNumTimer(kiv_box* box) KIV_NOEXCEPT;
 KIV_API int32_t KIV_CALL kiv_box_GetThisTimerId(kiv_box* box) KIV_NOEXCEPT;
 KIV_API int KIV_CALL kiv_box_IsTimerExist(kiv_box* box, int32_t timer) KIV_NOEXCEPT;
 
-/* ---- kivx_ThreadBox: a box on a thread of its own ---------------------------------------------- */
+/* ---- kivx_ThreadBox: a box on a thread of its own ---------------------------------------------
+ */
 
 /* Starts a thread that makes a box and runs its loop, and returns that box: it is live by then, and
  * all its callbacks run on the new thread. NULL, with a line printed, when the thread cannot be
@@ -457,7 +458,7 @@ KIV_API kiv_box* KIV_CALL kivx_ThreadBox_create(void) KIV_NOEXCEPT;
  * thread, also from a callback of the box; what is no live box is ignored. */
 KIV_API void KIV_CALL kivx_ThreadBox_destroy(kiv_box* box) KIV_NOEXCEPT;
 
-/* ---- kiv_bigbox: TCP clients spread over threads -------------------------------------------------
+/* ---- kiv_bigbox: TCP clients spread over threads ------------------------------------------------
  *
  * A big box has a master, a thread box that accepts connections, and a fixed number of slaves,
  * thread boxes among which the clients are spread.

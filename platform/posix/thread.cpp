@@ -4,11 +4,18 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <new>
+
 #include "platform/heap.h"
 
 namespace kiv::platform {
 
 namespace {
+
+// Thread-local storage lies on the stack too, which under the sanitizers is large.
+constexpr std::size_t kSmallestStack = 1024 * 1024;
 
 struct Start {
   ThreadEntry entry;
@@ -22,6 +29,16 @@ void* run(void* start_memory) {
   return nullptr;
 }
 
+struct Event {
+  pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+  pthread_cond_t changed = PTHREAD_COND_INITIALIZER;
+  bool is_set = false;
+};
+
+Event* event_of(std::uintptr_t handle) {
+  return reinterpret_cast<Event*>(handle);
+}
+
 }  // namespace
 
 std::int32_t current_thread_id() noexcept {
@@ -31,12 +48,17 @@ std::int32_t current_thread_id() noexcept {
   return id;
 }
 
-std::uintptr_t thread_start(ThreadEntry entry, void* argument) noexcept {
+std::uintptr_t thread_start(ThreadEntry entry, void* argument, std::uint32_t stack_bytes) noexcept {
   auto* start = static_cast<Start*>(heap_alloc(sizeof(Start)));
   if (start == nullptr) return 0;
   *start = {entry, argument};
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  pthread_attr_setstacksize(&attributes, std::max<std::size_t>(stack_bytes, kSmallestStack));
   pthread_t thread;
-  if (pthread_create(&thread, nullptr, run, start) != 0) {
+  const int error = pthread_create(&thread, &attributes, run, start);
+  pthread_attr_destroy(&attributes);
+  if (error != 0) {
     heap_free(start);
     return 0;
   }
@@ -44,8 +66,37 @@ std::uintptr_t thread_start(ThreadEntry entry, void* argument) noexcept {
   return static_cast<std::uintptr_t>(thread);
 }
 
-void thread_join(std::uintptr_t thread) noexcept {
-  pthread_join(static_cast<pthread_t>(thread), nullptr);
+void thread_close(std::uintptr_t thread) noexcept {
+  pthread_detach(static_cast<pthread_t>(thread));
+}
+
+std::uintptr_t event_make() noexcept {
+  void* memory = heap_alloc(sizeof(Event));
+  return memory == nullptr ? 0 : reinterpret_cast<std::uintptr_t>(new (memory) Event);
+}
+
+void event_set(std::uintptr_t handle) noexcept {
+  Event* event = event_of(handle);
+  pthread_mutex_lock(&event->mutex);
+  event->is_set = true;
+  // Within the lock: once it is released, the event may be gone.
+  pthread_cond_signal(&event->changed);
+  pthread_mutex_unlock(&event->mutex);
+}
+
+void event_wait(std::uintptr_t handle) noexcept {
+  Event* event = event_of(handle);
+  pthread_mutex_lock(&event->mutex);
+  while (!event->is_set) pthread_cond_wait(&event->changed, &event->mutex);
+  event->is_set = false;
+  pthread_mutex_unlock(&event->mutex);
+}
+
+void event_close(std::uintptr_t handle) noexcept {
+  Event* event = event_of(handle);
+  pthread_cond_destroy(&event->changed);
+  pthread_mutex_destroy(&event->mutex);
+  heap_free(event);
 }
 
 }  // namespace kiv::platform

@@ -21,25 +21,46 @@ unsigned __stdcall run(void* start_memory) {
   return 0;
 }
 
+HANDLE handle_of(std::uintptr_t handle) {
+  return reinterpret_cast<HANDLE>(handle);
+}
+
 }  // namespace
 
 std::int32_t current_thread_id() noexcept {
   return static_cast<std::int32_t>(GetCurrentThreadId());
 }
 
-std::uintptr_t thread_start(ThreadEntry entry, void* argument) noexcept {
+std::uintptr_t thread_start(ThreadEntry entry, void* argument, std::uint32_t stack_bytes) noexcept {
   auto* start = static_cast<Start*>(heap_alloc(sizeof(Start)));
   if (start == nullptr) return 0;
   *start = {entry, argument};
-  const std::uintptr_t thread = _beginthreadex(nullptr, 0, run, start, 0, nullptr);
+  // Reserved rather than committed: at the program's own stack size a thousand threads would not
+  // fit into 32 bits of addresses.
+  const std::uintptr_t thread =
+      _beginthreadex(nullptr, stack_bytes, run, start, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
   if (thread == 0) heap_free(start);
   return thread;
 }
 
-void thread_join(std::uintptr_t thread) noexcept {
-  const auto handle = reinterpret_cast<HANDLE>(thread);
-  WaitForSingleObject(handle, INFINITE);
-  CloseHandle(handle);
+void thread_close(std::uintptr_t thread) noexcept {
+  CloseHandle(handle_of(thread));
+}
+
+std::uintptr_t event_make() noexcept {
+  return reinterpret_cast<std::uintptr_t>(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+}
+
+void event_set(std::uintptr_t event) noexcept {
+  SetEvent(handle_of(event));
+}
+
+void event_wait(std::uintptr_t event) noexcept {
+  WaitForSingleObject(handle_of(event), INFINITE);
+}
+
+void event_close(std::uintptr_t event) noexcept {
+  CloseHandle(handle_of(event));
 }
 
 }  // namespace kiv::platform

@@ -1,0 +1,60 @@
+// Boxes that live on a thread of their own.
+#include <cstdio>
+
+#include "event/box_registry.h"
+#include "platform/thread.h"
+
+namespace kiv::event {
+namespace {
+
+constexpr std::uint32_t kStackBytes = 0x30000;
+
+// Lies with the creator, who waits until `made` is set.
+struct Birth {
+  std::uintptr_t made;
+  kiv_box* box = nullptr;
+};
+
+void live(void* birth_of_box) {
+  auto* birth = static_cast<Birth*>(birth_of_box);
+  kiv_box* const box = kiv_box_new();
+  birth->box = box;
+  platform::event_set(birth->made);
+  kiv_box_loop(box);
+}
+
+bool start_thread(Birth& birth) {
+  const std::uintptr_t thread = platform::thread_start(live, &birth, kStackBytes);
+  if (thread == 0) return false;
+  platform::event_wait(birth.made);
+  platform::thread_close(thread);
+  return true;
+}
+
+}  // namespace
+}  // namespace kiv::event
+
+using namespace kiv;
+using namespace kiv::event;
+
+kiv_box* KIV_CALL kivx_ThreadBox_create(void) KIV_NOEXCEPT {
+  Birth birth{platform::event_make()};
+  if (birth.made == 0) {
+    std::printf("kivx_ThreadBox_create()->CreateEvent() error!\n");
+    return nullptr;
+  }
+  if (!start_thread(birth)) {
+    // deliberate: no line end; the text is known as it is.
+    std::printf("error: kivx_ThreadBox_create()->CreateThread() error!");
+  }
+  platform::event_close(birth.made);
+  return birth.box;
+}
+
+void KIV_CALL kivx_ThreadBox_destroy(kiv_box* box) KIV_NOEXCEPT {
+  on_live_box(box, 0, Wake::always("ThreadBox_destroy"), [](kiv_box& live_box) {
+    // deliberate: this sends a wake of its own, so that two arrive.
+    kiv_box_BreakLoop(&live_box);
+    return 1;
+  });
+}
