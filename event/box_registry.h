@@ -69,7 +69,7 @@ Result on_live_box(kiv_box* box, Result failure, const Wake& wake, Operation op)
   base::Registry& registry = box_registry();
   if (box == nullptr || !registry.present()) return failure;
   base::Guard guard(registry.lock());
-  if (!registry.contains(box)) return failure;
+  if (!registry.contains_nolock(box)) return failure;
   const Result result = op(*box);
   const bool is_new_id = static_cast<std::int32_t>(result) > 0;
   if (wake.when == Wake::When::never || (wake.when == Wake::When::for_new_id && !is_new_id) ||

@@ -19,8 +19,6 @@ static_assert(sizeof(void*) != 4 ||
 
 constexpr std::int32_t kRegistryBuckets = 16;
 constexpr char kLoopback[] = "127.0.0.1";
-constexpr std::uint16_t kFirstWakePort = 21800;
-constexpr std::uint16_t kFirstSendPort = 31800;
 constexpr std::uint16_t kPortTries = 10000;
 constexpr std::uint32_t kKeepAliveMs = 10000;
 
@@ -28,12 +26,27 @@ constexpr std::uint32_t kKeepAliveMs = 10000;
 void KIV_CALL ignore_datagram(void*, void*, std::int32_t, char*, std::int32_t, zu_sock_peer*) {}
 void KIV_CALL ignore_timer(void*, void*, std::int32_t, std::int32_t) {}
 
-std::int32_t add_loopback_socket(kiv_box& box, std::uint16_t first_port, std::uint32_t& port) {
+// Ports of one purpose, and which of them boxes of this process hold: to try those again would
+// cost a thousand boxes a million tries.
+struct Ports {
+  std::uint16_t first;
+  std::atomic<bool> held[kPortTries] = {};
+
+  void release(std::uint32_t port) {
+    if (port != 0) held[port - first] = false;
+  }
+};
+Ports wake_ports{21800};
+Ports send_ports{31800};
+
+std::int32_t add_loopback_socket(kiv_box& box, Ports& ports, std::uint32_t& port) {
   for (std::uint16_t i = 0; i < kPortTries; ++i) {
-    const auto tried = static_cast<std::uint16_t>(first_port + i);
+    if (ports.held[i]) continue;
+    const auto tried = static_cast<std::uint16_t>(ports.first + i);
     const std::int32_t socket =
         zu_box_sock_AddLocalUdpServer(box.raw, kLoopback, tried, ignore_datagram, &box);
     if (socket <= 0) continue;
+    ports.held[i] = true;
     port = tried;
     return socket;
   }
@@ -45,20 +58,26 @@ bool fill(kiv_box& box) {
   box.raw = zu_box_mallocx(reinterpret_cast<std::uintptr_t>(box_registry().lock()));
   if (box.raw == nullptr) return false;
   zu_box_SetUserCallbackHandle(box.raw, &box);
-  box.wake_socket = add_loopback_socket(box, kFirstWakePort, box.wake_port);
+  box.wake_socket = add_loopback_socket(box, wake_ports, box.wake_port);
   if (box.wake_socket < 1) return false;
-  box.send_socket = add_loopback_socket(box, kFirstSendPort, box.send_port);
+  box.send_socket = add_loopback_socket(box, send_ports, box.send_port);
   if (box.send_socket < 1) return false;
   box.owner_thread = platform::current_thread_id();
   box.keep_alive_timer = zu_box_timer_AddLoopTimer(box.raw, kKeepAliveMs, ignore_timer, &box);
   return box.keep_alive_timer > 0;
 }
 
+void free_raw(kiv_box& box) {
+  zu_box_free(box.raw);
+  wake_ports.release(box.wake_port);
+  send_ports.release(box.send_port);
+}
+
 // Its sockets and timers go with the raw box. No other thread finds the box any more, but one that
 // did may still be using its send socket.
 void release(kiv_box* box) {
   while (box->wakers != 0) platform::sleep_ms(0);
-  zu_box_free(box->raw);
+  free_raw(*box);
   _zu_free(box);
 }
 
@@ -116,7 +135,7 @@ kiv_box* KIV_CALL kiv_box_new(void) KIV_NOEXCEPT {
   if (!memory || !box_registry_setup()) return nullptr;
   kiv_box* box = new (memory.get()) kiv_box{};
   if (!fill(*box) || !box_registry().insert(box)) {
-    zu_box_free(box->raw);
+    free_raw(*box);
     return nullptr;
   }
   return memory.release();
