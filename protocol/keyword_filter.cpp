@@ -5,6 +5,7 @@
 
 #include "base/owned.h"
 #include "kiv_base/containers.h"
+#include "kiv_base/protocol.h"
 #include "protocol/keyword_index.h"
 
 namespace kiv::protocol {

@@ -8,6 +8,8 @@
 
 namespace {
 
+using kiv::test::allocation_failed;
+
 int KIV_CALL by_address(const void* a, const void* b) {
   return a < b ? -1 : a > b;
 }
@@ -55,6 +57,25 @@ TEST(ContainerFailures, AJitterBufferStoresWhatItHasRoomFor) {
     EXPECT_EQ(out.substr(0, static_cast<size_t>(stored)),
               std::string("abcdefghij", static_cast<size_t>(stored)));
     zu_jitter_free(jitter);
+  });
+}
+
+TEST(ContainerFailures, QueueAndStackCountWhatTheyCouldNotStore) {
+  EXPECT_SURVIVES_FAILING_ALLOCATIONS(6, [] {
+    kiv_queue* queue = kiv_queue_make();
+    kiv_stack* stack = kiv_stack_make();
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_EQ(kiv_queue_push(queue, &one), queue != nullptr);
+      EXPECT_EQ(kiv_stack_push(stack, &one), stack != nullptr);
+    }
+    EXPECT_EQ(kiv_queue_nnodes(queue), queue ? 3 : 0) << "deliberate: stored or not";
+    EXPECT_EQ(kiv_stack_nnodes(stack), stack ? 3 : 0);
+    for (int i = 0; i < 4; ++i) kiv_queue_pop(queue), kiv_stack_pop(stack);
+    EXPECT_EQ(kiv_queue_nnodes(queue) + kiv_stack_nnodes(stack), 0);
+    kiv_queue_push(queue, &two);
+    EXPECT_TRUE(kiv_queue_pop(queue) == &two || allocation_failed());
+    kiv_queue_free(queue);
+    kiv_stack_free(stack);
   });
 }
 
