@@ -1,11 +1,191 @@
-/* Process helpers. Any thread may call them.
+/* What programs use beside the network: configuration files, wildcard patterns, dates and process
+ * helpers.
  *
- *   int32_t ticket = zu_RandomValue();
+ *   zu_config* config = zu_config_make("service.conf");
+ *   const char* port = zu_config_GetKey(config, "listen", "port");
+ *   zu_config_SetKey(config, "listen", "port", "8080");
+ *   zu_config_SaveToFile(config, "service.conf");
+ *   zu_config_free(config);
+ *
+ * Threads: one thread at a time uses a configuration. A pattern never changes once it is made, so
+ * any number of threads may match with it. All other functions may be called from any thread.
  */
 #ifndef KIV_BASE_SYSTEM_H
 #define KIV_BASE_SYSTEM_H
 
 #include "kiv_base/export.h"
+
+/* ---- Configuration files ---------------------------------------------------------------------
+ *
+ * A text of groups of keys, kept piece by piece so that what was not changed is written back byte
+ * for byte: comments, blank lines, spacing, and lines that are none of these.
+ *
+ *   ; a comment, to the end of the line; so are # and //
+ *   [group]                   the name is all up to the next "]"
+ *   key = value               the value is " value": all behind "=", to the end of the line
+ *
+ * A slash and an asterisk open a comment that ends with an asterisk and a slash. A line whose key
+ * is not followed by "=", or that starts with "=" or with a single "/", is passed over. A key ends
+ * at a blank, tab or "=".
+ * Groups of one name are one group, and the last of several equal keys counts. A key before the
+ * first group, or below a group without a name, can be neither found nor changed.
+ *
+ * All functions accept NULL for any argument and then return 0 or NULL. Names are compared to the
+ * byte and empty ones are refused. Texts handed in are copied and are written as they are: a line
+ * end in a value, a blank or "=" in a key or a "]" in a group's name makes a text that reads back
+ * as something else. Texts read stay the configuration's own, and are valid until that key or group
+ * is changed, removed or freed.
+ */
+typedef struct zu_config zu_config;
+
+/* A key and its value. */
+typedef struct zu_config_entry {
+  const char* key;
+  const char* value;
+} zu_config_entry;
+
+/* Reads a file, or a text in memory; NULL gives an empty configuration. NULL when the file cannot
+ * be read, when it is 2 GiB or longer, and without memory. */
+KIV_API zu_config* KIV_CALL zu_config_make(const char* file_name) KIV_NOEXCEPT;
+KIV_API zu_config* KIV_CALL zu_config_make1(const char* text) KIV_NOEXCEPT;
+
+KIV_API void KIV_CALL zu_config_free(zu_config* config) KIV_NOEXCEPT;
+
+/* The value, leading blanks included; NULL when there is none. See __GetProfileString. */
+KIV_API const char* KIV_CALL zu_config_GetKey(zu_config* config, const char* group,
+                                              const char* key) KIV_NOEXCEPT;
+
+/* 1 when it is there, else 0. */
+KIV_API int KIV_CALL zu_config_IsKeyExist(zu_config* config, const char* group,
+                                          const char* key) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_config_IsGroupExist(zu_config* config, const char* group) KIV_NOEXCEPT;
+
+/* Changes the value in its place, or adds the key as the first line of its group; a missing group
+ * is added first. 1, or 0 with nothing changed. */
+KIV_API int KIV_CALL zu_config_SetKey(zu_config* config, const char* group, const char* key,
+                                      const char* value) KIV_NOEXCEPT;
+
+/* Adds a group at the end unless it is there: 1, or 0 with nothing changed. */
+KIV_API int KIV_CALL zu_config_SetGroup(zu_config* config, const char* group) KIV_NOEXCEPT;
+
+/* Removes a key wherever its group has it, with the line ends behind its value: those of blank
+ * lines that follow, too. 1, or 0 when it is not there. */
+KIV_API int KIV_CALL zu_config_UnsetKey(zu_config* config, const char* group,
+                                        const char* key) KIV_NOEXCEPT;
+
+/* Removes every header of the group and the lines of its keys; comments and blank lines stay. 1, or
+ * 0 when it is not there. */
+KIV_API int KIV_CALL zu_config_UnsetGroup(zu_config* config, const char* group) KIV_NOEXCEPT;
+
+/* Renames every header of the group. 1, or 0 with nothing changed: `group` is not there or
+ * `new_name` is. */
+KIV_API int KIV_CALL zu_config_RenameGroup(zu_config* config, const char* group,
+                                           const char* new_name) KIV_NOEXCEPT;
+
+/* Walk the groups, or the keys of one group, in the order of their names as unsigned bytes. _Rewind
+ * notes what is there; _GetFirst does that too and hands out the first, _GetNext the next. What is
+ * removed is no longer handed out, what is added later is not either, and anything may be changed
+ * in between. A configuration has one walk of groups and one of keys at a time.
+ *
+ * _Rewind gives 1, or 0 when there is no such group; the others 1 with the outputs set, or 0 at the
+ * end. An output may be NULL. zu_config_KeyGetFirst hands out the pair, through both outputs, where
+ * zu_config_KeyGetNext hands out its texts. */
+KIV_API int KIV_CALL zu_config_GroupRewind(zu_config* config) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_config_GroupGetFirst(zu_config* config, const char** group) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_config_GroupGetNext(zu_config* config, const char** group) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_config_KeyRewind(zu_config* config, const char* group) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_config_KeyGetFirst(zu_config* config, const char* group,
+                                           const zu_config_entry** key,
+                                           const zu_config_entry** value) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_config_KeyGetNext(zu_config* config, const char** key,
+                                          const char** value) KIV_NOEXCEPT;
+
+/* The whole text, new; NULL when it is 2 GiB or longer, or without memory. */
+KIV_API char* KIV_CALL zu_config_ToString(zu_config* config) KIV_NOEXCEPT;
+
+/* Writes the whole text to a file as one step: beside the file, then renamed over it, so that a
+ * full disk or a crash leaves the old content. 1, or 0 with the file as it was. On Windows it also
+ * fails while another program has the file open. */
+KIV_API int KIV_CALL zu_config_SaveToFile(zu_config* config, const char* file_name) KIV_NOEXCEPT;
+
+/* A value without its quotes, new: what stands between a double quote at its start, blanks and tabs
+ * aside, and one at its end, blanks, tabs, ";" and "," aside. What lies before a missing first
+ * quote or behind a missing last one stays. An empty text for NULL; NULL without memory. */
+KIV_API char* KIV_CALL __GetProfileString(const char* value) KIV_NOEXCEPT;
+
+/* ---- Patterns --------------------------------------------------------------------------------
+ *
+ * "*" stands for any bytes, none included, and "?" for one byte. There is no way to quote them.
+ *
+ *   zu_pattern* pattern = zu_pattern_make("*.txt");
+ *   zu_pattern_match_istring(pattern, "A.TXT");       1
+ *   zu_pattern_free(pattern);
+ */
+typedef struct zu_pattern {
+  int32_t match_type;  /* 0 general, 1 general from the tail, 2 text*, 3 *text, 4 text */
+  uint32_t length;     /* of `text` */
+  uint32_t min_length; /* of a text that can match */
+  uint32_t max_length; /* all ones with a "*" */
+  char* text;          /* "?" before the "*" beside it, one "*" for several; backwards in type 1,
+                        * without the "*" in types 2 and 3 */
+} zu_pattern;
+
+/* Makes a pattern; NULL for NULL, for 2 GiB and without memory. */
+KIV_API zu_pattern* KIV_CALL zu_pattern_make(const char* text) KIV_NOEXCEPT;
+KIV_API void KIV_CALL zu_pattern_free(zu_pattern* pattern) KIV_NOEXCEPT;
+
+/* 1 when both have the same type, length and text, else 0. */
+KIV_API int KIV_CALL zu_pattern_equal(const zu_pattern* a, const zu_pattern* b) KIV_NOEXCEPT;
+
+/* Does the pattern match all `length` bytes of the text? 1 or 0; 0 for NULL. Case counts when
+ * `match_case` is not 0, and always in patterns of types 0 and 1. `reversed`, which may be NULL, is
+ * what a pattern of type 1 then looks at: the same bytes backwards. Takes at most the product of
+ * the two lengths, and no memory. */
+KIV_API int KIV_CALL zu_pattern_match(const zu_pattern* pattern, uint32_t length, const char* text,
+                                      const char* reversed, int match_case) KIV_NOEXCEPT;
+
+/* The same for a terminated text: with case, and, in the i form, without. The simple forms make the
+ * pattern and free it again. */
+KIV_API int KIV_CALL zu_pattern_match_string(const zu_pattern* pattern,
+                                             const char* text) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_pattern_match_istring(const zu_pattern* pattern,
+                                              const char* text) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_pattern_match_simple(const char* pattern, const char* text) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_pattern_match_isimple(const char* pattern, const char* text) KIV_NOEXCEPT;
+
+/* ---- Dates -----------------------------------------------------------------------------------
+ *
+ * Names of days and months are English, whatever the locale. */
+
+/* Seconds since 1970-01-01 UTC: 4 bytes where pointers have 4, else 8. */
+typedef intptr_t zu_time;
+
+/* Reads a date as headers and cookies have it, in one of the forms
+ *
+ *   [Sun, ]06 Nov 1994 08:49:37 GMT          also 06-Nov-1994
+ *   08:49:37 GMT 06 Nov 1994                 also 06-Nov-1994
+ *   Sun Nov  6 08:49:37 GMT 1994
+ *
+ * with days and months in full or as three letters, in any case. Years 70 to 1900 count from 1900
+ * and years below 70 from 2000. Deliberately read as local time in winter, whatever "GMT" says:
+ * zu_GetGMTString writes local time as well. Numbers beyond their range carry over (32 Jan is 1
+ * Feb). -1 when no form fits or the system's calendar, which on Windows begins with 1970, or
+ * zu_time has no such time. */
+KIV_API zu_time KIV_CALL zu_DateParse(const char* text) KIV_NOEXCEPT;
+
+/* "Sun, 06 Nov 1994 08:49:37 GMT", new. Deliberately the local time, despite its label. NULL when
+ * the system's calendar has no such time, and without memory. */
+KIV_API char* KIV_CALL zu_GetGMTString(zu_time time) KIV_NOEXCEPT;
+
+/* Writes the local time as "1994.11.06 - 08:49:37" to a buffer of at least 22 bytes. The number of
+ * characters; 0 for NULL. */
+KIV_API int32_t KIV_CALL zu_GetLocalDate(char* buffer) KIV_NOEXCEPT;
+
+/* Hour (0 to 23) and minute (0 to 59) of the local time. */
+KIV_API int32_t KIV_CALL zu_GetCurrentTimeHH(void) KIV_NOEXCEPT;
+KIV_API int32_t KIV_CALL zu_GetCurrentTimeMM(void) KIV_NOEXCEPT;
+
+/* ---- Process helpers ------------------------------------------------------------------------- */
 
 /* A number from 0 to INT32_MAX, evenly spread, of a generator that the system seeds. Good for ids
  * that should not repeat; predictable to an attacker, so never a secret. */
