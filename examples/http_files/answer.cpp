@@ -106,12 +106,13 @@ Answer file_answer(const Request& request, const fs::path& path, std::string_vie
 
 }  // namespace
 
-Answer make_answer(const Folder& folder, const Request& request, std::string& text) {
+Answer make_answer(const Folder& folder, const std::string& mount, const Request& request,
+                   std::string& text) {
   if (request.status != 200) return status_answer(request, request.status, text);
   if (request.method != "GET" && !request.is_head()) {
     return status_answer(request, is_known_method(request.method) ? 405 : 501, text);
   }
-  const UrlPath url = parse_target(request.target);
+  const UrlPath url = parse_target(request.target, mount);
   if (url.status != 200) return status_answer(request, url.status, text);
   const Resource found = folder.find(url);
   if (found.status != 200) return status_answer(request, found.status, text);

@@ -17,6 +17,8 @@ struct Answer {
 };
 
 // Appends the head, and a body that was made up for the answer, to `text`.
-Answer make_answer(const Folder& folder, const Request& request, std::string& text);
+// `mount` is the path under which the folder is found, "" for the top.
+Answer make_answer(const Folder& folder, const std::string& mount, const Request& request,
+                   std::string& text);
 
 }  // namespace http_files

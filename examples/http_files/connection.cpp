@@ -23,6 +23,7 @@ Connection::Connection(Shared& shared, void* owner, std::int32_t socket, std::st
 
 Connection::~Connection() {
   if (is_answering_) log_answer(" cut off");
+  if (is_put_off_) shared_.application->on_gone(*this);
 }
 
 bool Connection::take(Request request) {
@@ -66,16 +67,36 @@ bool Connection::on_time_out() {
 
 void Connection::start_answer(Request request) {
   request_ = std::move(request);
-  Answer answer = make_answer(*shared_.folder, request_, outgoing_.begin());
+  is_answering_ = true;
+  if (ask_application()) return;
+  Answer answer = make_answer(*shared_.folder, shared_.mount, request_, outgoing_.begin());
   if (answer.file) outgoing_.append_file(std::move(answer.file), answer.file_bytes);
   status_ = answer.status;
-  is_answering_ = true;
+}
+
+// False when the folder is to answer.
+bool Connection::ask_application() {
+  if (shared_.application == nullptr || request_.status != 200) return false;
+  using Answering = Application::Answering;
+  status_ = 200;
+  const Answering answering =
+      shared_.application->answer(*this, request_, outgoing_.begin(), status_);
+  is_put_off_ = answering == Answering::later;
+  return answering != Answering::not_mine;
+}
+
+bool Connection::on_answer(int status, const std::string& text) {
+  if (!is_put_off_) return true;
+  is_put_off_ = false;
+  status_ = status;
+  outgoing_.begin() = text;
+  return advance();
 }
 
 // Sends what there is to send, answer after answer.
 bool Connection::advance() {
   bool has_sent = false;
-  while (is_answering_) {
+  while (is_answering_ && !is_put_off_) {
     const std::uint64_t before = outgoing_.bytes_sent();
     const Outgoing::Result result = outgoing_.send(shared_.box, socket_, shared_.piece);
     has_sent = has_sent || outgoing_.bytes_sent() > before;

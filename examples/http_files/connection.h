@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "application.h"
 #include "folder.h"
 #include "kiv_base/base.h"
 #include "kiv_base/event.h"
@@ -22,9 +23,11 @@ struct Shared {
   kiv_box* box = nullptr;
   zu_log* log = nullptr;  // may be missing
   const Folder* folder = nullptr;
-  zu_event_fn on_writable = nullptr;  // gets the connection
-  std::vector<char> piece;            // working memory for sending
-  Clock::time_point now;              // when the running callback began
+  std::string mount;                   // "/files" when the folder is found there, "" at the top
+  Application* application = nullptr;  // may be missing
+  zu_event_fn on_writable = nullptr;   // gets the connection
+  std::vector<char> piece;             // working memory for sending
+  Clock::time_point now;               // when the running callback began
 };
 
 // The functions that return bool give false when the connection is over: delete it then.
@@ -45,6 +48,8 @@ class Connection {
   // The library reports the end of what can be read: the peer closed its side, or sent what is no
   // request, which gets 400.
   bool on_end_of_requests();
+  // The answer of a request that the application put off.
+  bool on_answer(int status, const std::string& text);
   // Nothing has happened for as long as is allowed.
   bool on_time_out();
 
@@ -54,6 +59,7 @@ class Connection {
 
  private:
   void start_answer(Request request);
+  bool ask_application();
   bool advance();
   bool wait_for_room(bool has_sent);
   bool rest();
@@ -69,6 +75,7 @@ class Connection {
   Request request_;  // the one being answered
   int status_ = 0;   // of that answer
   bool is_answering_ = false;
+  bool is_put_off_ = false;  // its answer comes from the application
   Outgoing outgoing_;
   std::deque<Request> waiting_;
 

@@ -103,9 +103,10 @@ std::string date_text(std::chrono::sys_seconds time) {
 }
 
 // "Home / music / live", each but the last a link to its directory.
-void append_breadcrumbs(std::string& page, std::string_view name) {
-  std::string href = "/";
-  page += name.empty() ? "Home" : "<a href=\"/\">Home</a>";
+void append_breadcrumbs(std::string& page, const UrlPath& url) {
+  std::string href = url.mount + '/';
+  std::string_view name = url.name;
+  page += name.empty() ? "Home" : "<a href=\"" + href + "\">Home</a>";
   while (!name.empty()) {
     const std::string_view part = name.substr(0, name.find('/'));
     name.remove_prefix(std::min(part.size() + 1, name.size()));
@@ -148,7 +149,7 @@ std::string directory_page(const fs::path& directory, const UrlPath& url) {
   page += "</title>\n<style>";
   page += kStyle;
   page += "</style>\n</head>\n<body>\n<h1>";
-  append_breadcrumbs(page, url.name);
+  append_breadcrumbs(page, url);
   page +=
       "</h1>\n<table>\n<thead><tr><th class=\"name\">Name</th><th class=\"size\">Size</th>"
       "<th class=\"date\">Changed (UTC)</th></tr></thead>\n<tbody>\n";

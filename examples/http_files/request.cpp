@@ -1,5 +1,6 @@
 #include "request.h"
 
+#include <algorithm>
 #include <memory>
 
 #include "kiv_base/base.h"
@@ -28,8 +29,10 @@ bool is_http_1_0(kiv_http_table* table, const Request& request) {
 
 }  // namespace
 
-Request read_request(kiv_http_table* table) {
+Request read_request(kiv_http_table* table, zu_jitter* body) {
   Request request;
+  request.body.resize(std::min(kMaxBody, static_cast<std::size_t>(zu_jitter_GetLen(body))));
+  zu_jitter_GetData(body, request.body.data(), static_cast<std::int32_t>(request.body.size()));
   request.method = kiv_http_table_GetMethod(table);
   request.target = kiv_http_table_GetRequest(table);
 
@@ -45,6 +48,11 @@ Request read_request(kiv_http_table* table) {
     const std::string_view value = value_text;
     if (equal_ignoring_case(name, "Host")) {
       has_host = true;
+      request.host = value;
+    } else if (equal_ignoring_case(name, "Origin")) {
+      request.origin = value;
+    } else if (equal_ignoring_case(name, "Content-Type")) {
+      request.type = value;
     } else if (equal_ignoring_case(name, "Connection")) {
       connection = value;
     } else if (equal_ignoring_case(name, "Range")) {

@@ -15,11 +15,14 @@ constexpr std::chrono::milliseconds kLookEvery{1000};
 
 }  // namespace
 
-Server::Server(kiv_box* box, const Folder& folder, zu_log* log, const ServerOptions& options)
+Server::Server(kiv_box* box, const Folder& folder, zu_log* log, const ServerOptions& options,
+               Application* application)
     : options_(options), http_(kiv_http_server_make()) {
   shared_.box = box;
   shared_.log = log;
   shared_.folder = &folder;
+  shared_.mount = options.mount;
+  shared_.application = application;
   shared_.on_writable = on_writable;
   shared_.piece.resize(kPieceSize);
   shared_.now = Clock::now();
@@ -39,7 +42,7 @@ void KIV_CALL Server::on_accept(kiv_http_server*, void* user, std::int32_t socke
                                 const char* peer_ip, std::uint16_t peer_port) {
   auto& server = *static_cast<Server*>(user);
   server.shared_.now = Clock::now();
-  server.look_at_clock();
+  server.look_around();
   server.accept(socket, peer_ip, peer_port);
 }
 
@@ -62,8 +65,8 @@ void Server::accept(std::int32_t socket, const char* peer_ip, std::uint16_t peer
 }
 
 void KIV_CALL Server::on_request(kiv_http_server*, void* user, std::int32_t, kiv_http_table* table,
-                                 zu_jitter*) {
-  serve(user, [=](Connection& connection) { return connection.take(read_request(table)); });
+                                 zu_jitter* body) {
+  serve(user, [=](Connection& connection) { return connection.take(read_request(table, body)); });
 }
 
 void KIV_CALL Server::on_close(kiv_http_server*, void* user, std::int32_t) {
@@ -81,24 +84,34 @@ void Server::serve(void* user, Step step) {
   auto& connection = *static_cast<Connection*>(user);
   auto& server = *static_cast<Server*>(connection.owner());
   server.shared_.now = Clock::now();
+  server.run(connection, step);
+  server.look_around();
+}
+
+template <typename Step>
+void Server::run(Connection& connection, Step step) {
   bool goes_on = false;
   try {
     goes_on = step(connection);
   } catch (const std::exception&) {
   }
-  if (!goes_on) server.drop(connection.socket());
-  server.look_at_clock();
+  if (!goes_on) drop(connection.socket());
+}
+
+void Server::answer(Connection& connection, int status, const std::string& text) {
+  run(connection, [&](Connection& waiting) { return waiting.on_answer(status, text); });
 }
 
 void KIV_CALL Server::on_tick(void*, void* user, std::int32_t, std::int32_t) {
   auto& server = *static_cast<Server*>(user);
   server.shared_.now = Clock::now();
-  server.look_at_clock();
+  server.look_around();
 }
 
 // The box's timers wait for as long as any socket is ready, so that the timer alone would let a
 // busy client keep idle ones alive: every callback looks at the clock.
-void Server::look_at_clock() {
+void Server::look_around() {
+  if (shared_.application != nullptr) shared_.application->on_turn();
   if (shared_.now < next_look_) return;
   next_look_ = shared_.now + kLookEvery;
   drop_idle_connections();

@@ -15,18 +15,23 @@ struct ServerOptions {
   std::uint16_t port = 8080;
   bool is_public = false;  // false: peers outside 127.x are turned away
   std::chrono::seconds idle{30};
+  std::string mount;  // path of the folder: "" or, as an example, "/files"
 };
 
 class Server {
  public:
-  // `log` may be NULL. All three outlive the server.
-  Server(kiv_box* box, const Folder& folder, zu_log* log, const ServerOptions& options);
+  // `log` and `application` may be NULL. All of them outlive the server.
+  Server(kiv_box* box, const Folder& folder, zu_log* log, const ServerOptions& options,
+         Application* application = nullptr);
   ~Server();
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
 
   // False when the port cannot be had.
   bool listen();
+
+  // Sends the answer of a request that the application put off. On the box's thread.
+  void answer(Connection& connection, int status, const std::string& text);
 
  private:
   static void KIV_CALL on_accept(kiv_http_server* http, void* user, std::int32_t socket,
@@ -39,8 +44,10 @@ class Server {
 
   template <typename Step>
   static void serve(void* user, Step step);
+  template <typename Step>
+  void run(Connection& connection, Step step);
   void accept(std::int32_t socket, const char* peer_ip, std::uint16_t peer_port);
-  void look_at_clock();
+  void look_around();
   void drop_idle_connections();
   void drop(std::int32_t socket);
 

@@ -32,7 +32,8 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
-// Length of the UTF-8 sequence that text begins with, 0 when it begins with none (RFC 3629).
+}  // namespace
+
 std::size_t utf8_length(std::string_view text) {
   const auto at = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
   const unsigned lead = at(0);
@@ -48,8 +49,6 @@ std::size_t utf8_length(std::string_view text) {
                      (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F);
   return wrong ? 0 : length;
 }
-
-}  // namespace
 
 char lower(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;

@@ -17,6 +17,9 @@ bool has_token(std::string_view list, std::string_view token);
 // Digits only, and no more than fit.
 std::optional<unsigned long long> parse_number(std::string_view digits);
 
+// Length of the UTF-8 sequence that the text begins with, 0 when it begins with none (RFC 3629).
+std::size_t utf8_length(std::string_view text);
+
 // Nothing when a "%" is not followed by two hexadecimal digits.
 std::optional<std::string> percent_decode(std::string_view text);
 

@@ -35,6 +35,12 @@ int status_of(std::string_view segment) {
   return leads_out || is_ambiguous(segment) ? 403 : 200;
 }
 
+UrlPath refused(int status) {
+  UrlPath path;
+  path.status = status;
+  return path;
+}
+
 // Cuts "http://host" off the absolute form.
 std::string_view without_host(std::string_view target) {
   constexpr std::string_view kScheme = "http://";
@@ -47,7 +53,7 @@ std::string_view without_host(std::string_view target) {
 }  // namespace
 
 std::string UrlPath::url() const {
-  std::string out = "/";
+  std::string out = mount + "/";
   std::string_view rest = name;
   while (!rest.empty()) {
     const auto slash = rest.find('/');
@@ -60,12 +66,16 @@ std::string UrlPath::url() const {
   return out;
 }
 
-UrlPath parse_target(std::string_view target) {
+UrlPath parse_target(std::string_view target, std::string_view mount) {
   std::string_view rest = without_host(target);
   rest = rest.substr(0, rest.find_first_of("?#"));
-  if (rest.empty() || rest[0] != '/') return {400, {}, false};
+  if (rest.empty() || rest[0] != '/') return refused(400);
+  if (!rest.starts_with(mount)) return refused(404);
+  rest.remove_prefix(mount.size());
+  if (!rest.empty() && rest[0] != '/') return refused(404);
 
   UrlPath path;
+  path.mount = mount;
   while (!rest.empty()) {
     rest.remove_prefix(1);
     const std::string_view escaped = rest.substr(0, rest.find('/'));
@@ -74,12 +84,12 @@ UrlPath parse_target(std::string_view target) {
     if (path.ends_in_slash) continue;
 
     const auto segment = percent_decode(escaped);
-    if (!segment) return {400, {}, false};
+    if (!segment) return refused(400);
     if (*segment == ".") {
       path.ends_in_slash = true;
       continue;
     }
-    if (const int status = status_of(*segment); status != 200) return {status, {}, false};
+    if (const int status = status_of(*segment); status != 200) return refused(status);
     if (!path.name.empty()) path.name += '/';
     path.name += *segment;
   }
