@@ -8,15 +8,13 @@
 // half there looks like none.
 //
 // Ctrl-C ends it with exit status 0; what keeps it from starting is told in one line and gives 2.
-#include <atomic>
-#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <string>
-#include <thread>
 
 #include "folder.h"
 #include "options.h"
+#include "run_until_signal.h"
 #include "server.h"
 
 namespace {
@@ -24,30 +22,6 @@ namespace {
 using namespace http_files;
 
 constexpr int kCannotStart = 2;
-
-enum Stop { kRunning, kAsked, kEnded };
-std::atomic<int> stop{kRunning};
-static_assert(std::atomic<int>::is_always_lock_free);
-
-extern "C" void on_signal(int) {
-  stop = kAsked;
-  stop.notify_one();
-}
-
-// Runs the loop until it is asked to end. A signal can break into any step of the loop's own
-// thread, so that the box is told by another one, which also wakes the loop.
-void run_until_signal(kiv_box* box) {
-  std::signal(SIGINT, on_signal);
-  std::signal(SIGTERM, on_signal);
-  std::thread breaker([box] {
-    stop.wait(kRunning);
-    kiv_box_BreakLoop(box);
-  });
-  kiv_box_loop(box);
-  stop = kEnded;
-  stop.notify_one();
-  breaker.join();
-}
 
 int fail(const std::string& why) {
   std::fprintf(stderr, "http_files: %s\n", why.c_str());

@@ -50,6 +50,10 @@ void append_head(std::string& out, const Head& head) {
     out += "\r\nLocation: ";
     out += head.location;
   }
+  if (!head.more.empty()) {
+    out += "\r\n";
+    out += head.more;
+  }
   if (head.status == 405) out += "\r\nAllow: GET, HEAD";
   if (!head.keep_alive) {
     out += "\r\nConnection: close";

@@ -19,6 +19,7 @@ struct Head {
   bool accepts_ranges = false;
   bool keep_alive = true;
   bool says_keep_alive = false;
+  std::string_view more;  // further fields, "A: b\r\nC: d"
 };
 
 // Appends status line, fields and the blank line that ends them.

@@ -84,6 +84,13 @@ std::string Socket::receive_to_end() const {
   return receive(std::numeric_limits<std::size_t>::max());
 }
 
+std::string Socket::receive_some() const {
+  std::string piece(16384, '\0');
+  const std::int32_t got = readable(*this) ? platform::socket_receive(id_, piece.data(), 16384) : 0;
+  piece.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+  return piece;
+}
+
 std::string Socket::receive_datagram(std::uint16_t* from) const {
   std::string data(65536, '\0');
   platform::WireAddress sender;

@@ -35,6 +35,8 @@ class Socket {
   // Bytes of a stream until there are `count` of them or it ends.
   std::string receive(std::size_t count) const;
   std::string receive_to_end() const;
+  // What has come, at least a byte of it; empty at the end of the stream.
+  std::string receive_some() const;
   // One datagram, and the port it came from.
   std::string receive_datagram(std::uint16_t* from = nullptr) const;
 
