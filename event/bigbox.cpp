@@ -84,14 +84,6 @@ bool fill(kiv_bigbox& big) {
   return true;
 }
 
-// From now on no other thread finds it, and those that did have let go of all but clients in use.
-bool unregister(kiv_bigbox* big) {
-  return on_live_bigbox(big, false, [](kiv_bigbox& live) {
-    bigbox_registry().remove(&live);
-    return true;
-  });
-}
-
 kiv_box* slave_box_of_this_thread(const kiv_bigbox& big) {
   const Slave* slave = find_slave(big, platform::current_thread_id());
   return slave == nullptr ? nullptr : slave->box;
@@ -132,9 +124,13 @@ kiv_bigbox* KIV_CALL kiv_bigbox_make(std::int32_t slaves, std::int32_t max_clien
 }
 
 void KIV_CALL kiv_bigbox_free(kiv_bigbox* big) KIV_NOEXCEPT {
-  if (!unregister(big)) return;
-  tear_down(*big);
-  _zu_free(big);
+  // All under the lock: who finds the handle dead may close its sockets at once.
+  on_live_bigbox(big, 0, [](kiv_bigbox& live) {
+    bigbox_registry().remove(&live);
+    tear_down(live);
+    _zu_free(&live);
+    return 1;
+  });
 }
 
 std::int32_t KIV_CALL kiv_bigbox_nnodes(kiv_bigbox* big) KIV_NOEXCEPT {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -23,25 +24,29 @@ struct Event {
   std::uint16_t port = 0;
 };
 
-// The `argument` of all callbacks below.
+// The `argument` of all callbacks below, on any threads.
 struct Recorder {
+  std::mutex lock;  // of the lines
   Lines lines;
   std::function<void(const Event&)> then = [](const Event&) {};
 
   static void note(void* recorder, const Event& event) {
     auto* self = static_cast<Recorder*>(recorder);
-    self->lines.push_back(event.text);
+    {
+      const std::lock_guard guard(self->lock);
+      self->lines.push_back(event.text);
+    }
     self->then(event);
   }
 };
 
-inline constexpr const char* kSocketEvents[] = {"connect", "failure", "close"};
+inline constexpr const char* kSocketEvents[] = {"connect", "failure", "close", "writable"};
 template <int Which>
 void KIV_CALL on_socket(void* handle, void* recorder, std::int32_t socket) {
   Recorder::note(recorder, {kSocketEvents[Which], handle, socket});
 }
 inline constexpr zu_box_socket_fn on_connect = on_socket<0>, on_failure = on_socket<1>,
-                                  on_close = on_socket<2>;
+                                  on_close = on_socket<2>, on_writable = on_socket<3>;
 inline void KIV_CALL on_read(void* handle, void* recorder, std::int32_t socket, char* data,
                              std::int32_t length) {
   EXPECT_EQ(data[length], '\0');

@@ -40,12 +40,32 @@ void expect_refusals(kiv_box* b) {
   kiv_box_free(b);
 }
 
+void expect_refusals(kiv_bigbox* b) {
+  char ip[16];
+  expect_all(0,
+             {kiv_bigbox_accept(b, 5, "1", 1, on_read, b, close, b), kiv_bigbox_write(b, 5, "x", 1),
+              kiv_bigbox_nnodes(b), kiv_bigbox_GetSlaveBox(b, 5) != nullptr,
+              kiv_bigbox_GetMasterBox(b) != nullptr, kiv_bigbox_GetSockIP(b, 5, ip, 16, nullptr),
+              kiv_bigbox_InvokeClientID(b), kiv_bigbox_InvokeSlaveBox(b) != nullptr,
+              kivx_bigbox_import_ForRead(b, 5, on_read, b, close, b),
+              kivx_bigbox_import_ForWrite(b, 5, close, b),
+              kivx_bigbox_import_ForListen(b, 5, on_accept, b), kivx_bigbox_export_ForRead(b, 5),
+              kivx_bigbox_export_ForWrite(b, 5), kivx_bigbox_export_ForListen(b, 5)});
+  expect_all(-1, {kiv_bigbox_attach(b, nullptr, 0, on_accept, b), kivx_bigbox_write(-1, "x", 1)});
+  kiv_bigbox_DeleteSock(b, 5);
+  kiv_bigbox_free(b);
+}
+
 TEST(StaleHandles, EveryOperationRefuses) {
   kiv_box* freed = kiv_box_new();
   kiv_box_free(freed);
   char never_a_box = 0;
   auto* stranger = reinterpret_cast<kiv_box*>(&never_a_box);
-  for (kiv_box* box : {freed, stranger, static_cast<kiv_box*>(nullptr)}) expect_refusals(box);
+  for (kiv_box* box : {freed, stranger, static_cast<kiv_box*>(nullptr)}) {
+    expect_refusals(box);
+    expect_refusals(reinterpret_cast<kiv_bigbox*>(box));
+    kivx_ThreadBox_destroy(box);
+  }
   // The unchecked ones look at their arguments alone.
   expect_all(
       -1,

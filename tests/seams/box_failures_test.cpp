@@ -1,18 +1,19 @@
 // Boxes when memory runs out: every step fails cleanly and leaves no block and no socket behind.
 #include <gtest/gtest.h>
 
-#include "kiv_base/event.h"
+#include <algorithm>
+#include <future>
+
+#include "event/bigbox_registry.h"
+#include "kiv_base/base.h"
+#include "tests/event/box_events.h"
 #include "tests/seams/heap_seam.h"
+#include "tests/support/eventually.h"
+#include "tests/support/stdout_capture.h"
 
 namespace {
 
-int open_sockets() {
-  int count = 0;
-  for (std::int32_t socket = 1; socket < 4096; ++socket) {
-    count += zu_sock_is_fd_valid(socket, nullptr);
-  }
-  return count;
-}
+using namespace kiv::test;
 
 void KIV_CALL ignore(void*, void*, std::int32_t, std::int32_t) {}
 
@@ -36,6 +37,63 @@ TEST(BoxMemory, EveryFailingAllocationIsUndone) {
   EXPECT_SURVIVES_FAILING_ALLOCATIONS(15, make_use_free_raw_box);
   EXPECT_SURVIVES_FAILING_ALLOCATIONS(8, [] { kiv_box_free(kiv_box_new()); });
   EXPECT_EQ(open_sockets(), before);
+}
+
+// What failed is undone here and by the threads that ended.
+void make_use_free_big_box() {
+  const Socket client = udp_socket();
+  const int before = open_sockets();
+  const std::int64_t blocks_before = live_blocks();
+  kiv_bigbox* big = kiv_bigbox_make(2, 9);
+  const int opened = kiv_bigbox_attach(big, nullptr, 0, on_accept, nullptr) > 0;
+  const int taken = kiv_bigbox_accept(big, client.id(), "1", 1, {}, {}, {}, {});
+  EXPECT_EQ(kiv_bigbox_nnodes(big), taken);
+  EXPECT_LE(opened + taken, big == nullptr ? 0 : 2);
+  kiv_bigbox_free(big);
+  EXPECT_TRUE(eventually([=] { return live_blocks() == blocks_before; }));
+  EXPECT_TRUE(eventually([=] { return open_sockets() == before; }));
+}
+
+TEST(BoxMemory, BigBoxesUndoWhatFails) {
+  kiv_Setup();  // the registry stays
+  EXPECT_SURVIVES_FAILING_ALLOCATIONS(40, make_use_free_big_box);
+  const std::string printed = printed_by([] {
+    for (const int nth : {1, 2}) {
+      fail_allocation(nth);
+      EXPECT_EQ(kivx_ThreadBox_create(), nullptr);
+    }
+    fail_allocation(0);
+  });
+  // An event takes memory on some systems alone.
+  const std::string thread = "error: kivx_ThreadBox_create()->CreateThread() error!";
+  EXPECT_TRUE(printed == thread ||
+              printed == "kivx_ThreadBox_create()->CreateEvent() error!\n" + thread);
+}
+
+// Without memory for the shared buffers, then with one that a shut-down takes away meanwhile.
+void KIV_CALL read_through_shut_down(void*, void* done, std::int32_t, char* data,
+                                     std::int32_t length) {
+  fail_allocation(0);
+  if (length == 1023) return;
+  EXPECT_EQ(length, 4000 - 1023);
+  kiv::event::bigbox_registry_shutdown();
+  std::fill_n(data, length, 'x');
+  static_cast<std::promise<void>*>(done)->set_value();
+}
+
+TEST(BoxMemory, ReadsDoNotDependOnTheSharedBuffers) {
+  std::promise<void> done;
+  const auto [near, far] = tcp_pair();
+  kiv_bigbox* big = kiv_bigbox_make(1, 1);
+  kiv_bigbox_accept(big, near.id(), "1", 1, read_through_shut_down, &done, {}, {});
+  kiv_box* const boxes[] = {kiv_bigbox_GetMasterBox(big), kiv_bigbox_GetSlaveBox(big, near.id())};
+  fail_allocation(1, true);
+  EXPECT_TRUE(far.send(std::string(4000, 'x')));
+  done.get_future().wait();
+  EXPECT_EQ(kiv_bigbox_GetMasterBox(big), nullptr);
+  kiv::event::bigbox_registry().insert(big);
+  kiv_bigbox_free(big);
+  for (kiv_box* box : boxes) EXPECT_TRUE(eventually([=] { return kivx_box_IsValid(box) == 0; }));
 }
 
 }  // namespace
