@@ -20,4 +20,8 @@ void sleep_ms(std::uint32_t milliseconds) noexcept;
 // Seconds since the epoch as local calendar time; false when the value has none. Re-entrant.
 bool local_time(std::int64_t seconds, std::tm* out) noexcept;
 
+// The reverse. Fields beyond their range carry over; tm_isdst says whether it is summer time. -1
+// when the calendar has no such time.
+std::int64_t seconds_of_local_time(std::tm fields) noexcept;
+
 }  // namespace kiv::platform

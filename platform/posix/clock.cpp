@@ -45,4 +45,8 @@ bool local_time(std::int64_t seconds, std::tm* out) noexcept {
   return localtime_r(&value, out) != nullptr;
 }
 
+std::int64_t seconds_of_local_time(std::tm fields) noexcept {
+  return mktime(&fields);
+}
+
 }  // namespace kiv::platform

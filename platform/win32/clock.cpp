@@ -45,4 +45,8 @@ bool local_time(std::int64_t seconds, std::tm* out) noexcept {
   return _localtime64_s(out, &value) == 0;
 }
 
+std::int64_t seconds_of_local_time(std::tm fields) noexcept {
+  return _mktime64(&fields);
+}
+
 }  // namespace kiv::platform

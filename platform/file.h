@@ -1,0 +1,14 @@
+// Files in ways that the standard library does not know.
+#pragma once
+
+#include <cstddef>
+
+namespace kiv::platform {
+
+// Gives a file new content as one step: the path leads to all of the old or all of the new bytes,
+// whatever happens meanwhile. The bytes are on the disk before the old ones are given up. False
+// when it cannot be done; nothing is left behind then. Off Windows, an old file's access rights
+// stay, and what is no regular file, such as a device, is written in place.
+bool replace_file(const char* path, const void* bytes, std::size_t length) noexcept;
+
+}  // namespace kiv::platform

@@ -1,0 +1,62 @@
+// A configuration text as the list of its tokens, in order. Put together again they are the text.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "base/owned.h"
+
+namespace kiv::system {
+
+enum class Kind : std::uint8_t { line_end, blank, comment, header, key, equals, value };
+
+// A token does not own its text: that stands in the text that was read, or belongs to the group or
+// entry that the token is part of.
+struct Token {
+  Token* prev;
+  Token* next;
+  const char* text;  // of a header, the name only; of a line end or blank, the whole run
+  std::uint32_t length;
+  Kind kind;
+  bool open;  // a header or comment whose closing mark is missing, which can only be the last token
+};
+
+class TokenList {
+ public:
+  TokenList() = default;
+  ~TokenList();
+  TokenList(const TokenList&) = delete;
+  TokenList& operator=(const TokenList&) = delete;
+
+  Token* last() const { return last_; }
+
+  // Adds a token at the end; null without memory.
+  Token* append(Kind kind, const char* text, std::size_t length, bool open = false);
+
+  // Moves all tokens of `other` behind `place`, to the front when that is null.
+  void splice_after(Token* place, TokenList& other);
+
+  // Take a token out and give the next one.
+  Token* remove(Token* token);
+
+  // The same for a key, with what follows it: "=", value, blanks between them, and the run of line
+  // ends. Stops where the tokens are other ones.
+  Token* remove_key(Token* key);
+
+  // The same for a header or key as a line of its own: with the blank before it, and leaving the
+  // blank lines behind it.
+  Token* remove_header_line(Token* header);
+  Token* remove_key_line(Token* key);
+
+  // The text, terminated, and its length; empty when it is too long or memory runs out.
+  base::Owned<char> print(std::size_t& length) const;
+
+ private:
+  void remove_indent(const Token* token);
+  Token* remove_first_line_end(Token* line_end);
+
+  Token* first_ = nullptr;
+  Token* last_ = nullptr;
+};
+
+}  // namespace kiv::system
