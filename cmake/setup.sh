@@ -5,6 +5,7 @@
 native_packages=(cmake ninja-build g++ googletest)
 windows_packages=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64)
 clang_packages=(clang libclang-rt-14-dev)
+browser_packages=(curl chromium chromium-driver)
 lint_packages=(clang-format clang-tidy)
 
 fail() {

@@ -37,6 +37,7 @@ struct Client {
   Packet in, out;  // of the loop's thread, and of the one that reads lines
   std::counting_semaphore<> may_write{0};
   std::atomic<bool> leaves = false;  // by its own will, so that the end is no failure
+  bool is_refused = false;
   int status = 1;
 };
 
@@ -101,6 +102,7 @@ void show(Client& client) {
     say("* " + packet.value("count") + " here: " + names);
   } else if (command == "refused") {
     client.status = fail(packet.value("reason"), 1);
+    client.is_refused = true;
     kiv_box_BreakLoop(client.box);
   } else {
     fail(packet.value("reason"), 1);
@@ -110,7 +112,7 @@ void show(Client& client) {
 void KIV_CALL on_read(void*, void* user, std::int32_t, char* data, std::int32_t length) {
   auto& client = *static_cast<Client*>(user);
   client.stream.put(std::string_view(data, static_cast<std::size_t>(length)));
-  for (std::string bytes; !(bytes = client.stream.next()).empty();) {
+  for (std::string bytes; !client.is_refused && !(bytes = client.stream.next()).empty();) {
     if (client.in.parse(bytes)) show(client);
   }
 }
