@@ -10,7 +10,7 @@ namespace {
 
 // Fewer keywords are found faster one by one.
 constexpr std::int32_t kFewKeywords = 6;
-constexpr std::int32_t kPrefixSizes[] = {1, 2, 3, 4, 8};
+constexpr std::size_t kPairBytes = 65536 / 8;
 
 const Keyword* keyword_of(const zu_list* node) {
   return static_cast<const Keyword*>(node->data);
@@ -20,10 +20,15 @@ std::int32_t prefix_size(std::int32_t length) {
   return length >= 8 ? 8 : length >= 4 ? 4 : length;
 }
 
-std::uint64_t load(const char* bytes, std::int32_t size) {
+inline std::uint64_t load(const char* bytes, std::int32_t size) {
   std::uint64_t prefix = 0;
   std::memcpy(&prefix, bytes, static_cast<std::size_t>(size));
   return prefix;
+}
+
+std::uint32_t pair_of(const char* bytes) {
+  return static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[0]) << 8 |
+                                    static_cast<unsigned char>(bytes[1]));
 }
 
 const Keyword* walk(const zu_list* entries, const char* text) {
@@ -50,10 +55,12 @@ bool KeywordIndex::build(const zu_list* entries) {
   const std::size_t bucket_count = std::size_t{1} << bits;
   auto nodes = base::Owned<Node>::allocate(static_cast<std::size_t>(count));
   auto buckets = base::Owned<std::int32_t>::allocate(bucket_count);
-  if (!nodes || !buckets) return false;
+  auto pairs = base::Owned<std::uint8_t>::allocate_zeroed(kPairBytes);
+  if (!nodes || !buckets || !pairs) return false;
 
   nodes_ = nodes.release();
   buckets_ = buckets.release();
+  pairs_ = pairs.release();
   bucket_bits_ = bits;
   prefix_sizes_ = 0;
   std::memset(buckets_, -1, bucket_count * sizeof(std::int32_t));
@@ -67,15 +74,28 @@ bool KeywordIndex::build(const zu_list* entries) {
     nodes_[count] = {keyword, count, first};
     first = count;
     prefix_sizes_ |= 1u << size;
+    add_pairs(*keyword);
   }
   return true;
+}
+
+// A keyword of one byte begins with every pair that does.
+void KeywordIndex::add_pairs(const Keyword& keyword) {
+  const std::uint32_t pair = pair_of(keyword.keyword);
+  if (keyword.length == 1) {
+    std::memset(pairs_ + pair / 8, 0xff, 256 / 8);
+  } else {
+    pairs_[pair / 8] = static_cast<std::uint8_t>(pairs_[pair / 8] | 1 << pair % 8);
+  }
 }
 
 void KeywordIndex::clear() {
   _zu_free(nodes_);
   _zu_free(buckets_);
+  _zu_free(pairs_);
   nodes_ = nullptr;
   buckets_ = nullptr;
+  pairs_ = nullptr;
 }
 
 // The better of `best` and the first keyword of the bucket that starts the text.
@@ -93,16 +113,25 @@ const KeywordIndex::Node* KeywordIndex::match(std::int32_t at, const char* text,
   return best;
 }
 
+template <std::int32_t Size>
+const KeywordIndex::Node* KeywordIndex::look_up(const char* text, std::int32_t length,
+                                                const Node* best) const {
+  if ((prefix_sizes_ >> Size & 1) == 0 || Size > length) return best;
+  return match(buckets_[bucket(load(text, Size), Size)], text, length, best);
+}
+
 const Keyword* KeywordIndex::find_first(const zu_list* entries, const char* text,
                                         std::int32_t length) {
   if (!nodes_ && !build(entries)) return walk(entries, text);
   const Node* best = nullptr;
-  for (std::int32_t i = 0; i < length; ++i) {
-    for (const std::int32_t size : kPrefixSizes) {
-      if ((prefix_sizes_ >> size & 1) == 0 || size > length - i) continue;
-      const std::int32_t first = buckets_[bucket(load(text + i, size), size)];
-      if (first >= 0) best = match(first, text + i, length - i, best);
-    }
+  for (; length > 0; ++text, --length) {
+    const std::uint32_t pair = pair_of(text);
+    if ((pairs_[pair / 8] >> pair % 8 & 1) == 0) continue;
+    best = look_up<8>(text, length, best);
+    best = look_up<4>(text, length, best);
+    best = look_up<3>(text, length, best);
+    best = look_up<2>(text, length, best);
+    best = look_up<1>(text, length, best);
   }
   return best ? best->keyword : nullptr;
 }

@@ -1,6 +1,7 @@
 // Finds the first inserted of many keywords in one pass over a text: keywords are hashed by their
 // first bytes, and every position of the text looks its bytes up (after Wu and Manber, "A fast
-// algorithm for multi-pattern searching", 1994, without the shift table).
+// algorithm for multi-pattern searching", 1994, without the shift table). A bit for each pair of
+// bytes tells first whether any keyword begins so.
 #pragma once
 
 #include <cstdint>
@@ -37,11 +38,15 @@ class KeywordIndex {
   };
 
   bool build(const zu_list* entries);
+  void add_pairs(const Keyword& keyword);
   std::int32_t bucket(std::uint64_t prefix, std::int32_t size) const;
   const Node* match(std::int32_t at, const char* text, std::int32_t length, const Node* best) const;
+  template <std::int32_t Size>
+  const Node* look_up(const char* text, std::int32_t length, const Node* best) const;
 
   Node* nodes_;
   std::int32_t* buckets_;
+  std::uint8_t* pairs_;  // one bit for each pair
   std::int32_t bucket_bits_;
   std::uint32_t prefix_sizes_;  // bit n: there are keywords that are hashed by n bytes
 };
