@@ -51,7 +51,7 @@ bool KeywordIndex::build(const zu_list* entries) {
   const zu_list* last = nullptr;
   for (const zu_list* node = entries; node; node = node->next, ++count) last = node;
   if (count < kFewKeywords) return false;
-  const int bits = std::bit_width(static_cast<std::uint32_t>(count)) + 1;
+  const int bits = static_cast<int>(std::bit_width(static_cast<std::uint32_t>(count))) + 1;
   const std::size_t bucket_count = std::size_t{1} << bits;
   auto nodes = base::Owned<Node>::allocate(static_cast<std::size_t>(count));
   auto buckets = base::Owned<std::int32_t>::allocate(bucket_count);
