@@ -1,6 +1,9 @@
-// Random numbers for ids, and thread ids.
+// Random numbers for ids, random texts, and thread ids.
+#include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 #include "kiv_base/system.h"
 #include "platform/clock.h"
@@ -28,10 +31,35 @@ std::uint64_t next_random() {
   return z ^ z >> 31;
 }
 
+// deliberate: some capitals come twice as often and "z" never; the session texts that applications
+// know are drawn so.
+char letter_or_digit(std::uint32_t random) {
+  const auto drawn = static_cast<int>(random % 74);
+  const int c = '0' + drawn;
+  const bool punctuation = (c > '9' && c < 'A') || (c > 'Z' && c < 'a');
+  return static_cast<char>(punctuation ? 'A' + (drawn + 48) % 25 : c);
+}
+
 }  // namespace
 
 int32_t KIV_CALL zu_RandomValue(void) KIV_NOEXCEPT {
   return static_cast<int32_t>(next_random() >> 33);
+}
+
+int KIV_CALL zu_RandomStr(char* buffer, int32_t count) KIV_NOEXCEPT {
+  if (!buffer || count < 0) return 0;
+  std::uint32_t drawn[64];  // as much as the system gives at once
+  for (int32_t at = 0; at < count;) {
+    const auto piece = std::min(std::size_t(count - at), std::size(drawn));
+    if (!platform::random_bytes(drawn, piece * sizeof *drawn)) {
+      *buffer = '\0';
+      return 0;
+    }
+    std::transform(drawn, drawn + piece, buffer + at, letter_or_digit);
+    at += static_cast<int32_t>(piece);
+  }
+  buffer[count] = '\0';
+  return 1;
 }
 
 int32_t KIV_CALL zu_GetPid(void) KIV_NOEXCEPT {

@@ -191,6 +191,12 @@ KIV_API int32_t KIV_CALL zu_GetCurrentTimeMM(void) KIV_NOEXCEPT;
  * that should not repeat; predictable to an attacker, so never a secret. */
 KIV_API int32_t KIV_CALL zu_RandomValue(void) KIV_NOEXCEPT;
 
+/* Writes `count` letters and digits of the system's random source, hard to guess, and a zero behind
+ * them: the buffer has at least count + 1 bytes. Deliberately uneven: "z" never comes, "I" to "O"
+ * and "Q" to "V" come twice as often as the others; 64 characters still hold 374 bits. 0 for NULL,
+ * a negative count, and an empty text when the system gives no random bytes. */
+KIV_API int KIV_CALL zu_RandomStr(char* buffer, int32_t count) KIV_NOEXCEPT;
+
 /* The system's id of the calling thread (not of the process, despite its name). */
 KIV_API int32_t KIV_CALL zu_GetPid(void) KIV_NOEXCEPT;
 

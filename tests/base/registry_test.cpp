@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <map>
 #include <set>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -120,6 +122,22 @@ TEST(Process, GivesRandomValuesAndThreadIds) {
   EXPECT_GT(zu_GetPid(), 0);
   EXPECT_EQ(zu_GetPid(), zu_GetPid());
   EXPECT_NE(zu_GetPid(), elsewhere(zu_GetPid));
+}
+
+TEST(Process, RandomTextsFavourSomeCapitalsAndLackTheLowerCaseZ) {
+  std::string text(100002, '?');
+  EXPECT_EQ(zu_RandomStr(text.data(), 100000), 1);
+  EXPECT_EQ(text.substr(100000), std::string("\0?", 2));
+  std::map<char, int> counts;
+  for (const char c : text.substr(0, 100000)) ++counts[c];
+  std::string seen;
+  for (const auto& [c, count] : counts) {
+    seen += c;
+    const bool favoured = (c >= 'I' && c <= 'O') || (c >= 'Q' && c <= 'V');
+    EXPECT_NEAR(count, favoured ? 2703 : 1351, 400) << c;
+  }
+  EXPECT_EQ(seen, "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxy");
+  EXPECT_EQ(zu_RandomStr(nullptr, 1) + zu_RandomStr(text.data(), -1), 0);
 }
 
 }  // namespace
