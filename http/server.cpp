@@ -1,6 +1,7 @@
 // The HTTP server: connections of a box, each with a request filter.
 #include <memory>
 
+#include "base/objects.h"
 #include "base/owned.h"
 #include "http/filter.h"
 #include "platform/socket.h"
@@ -41,33 +42,15 @@ struct kiv_http_server {
 namespace kiv::http {
 namespace {
 
-// The registry's lock on a live server. Every operation and every handler of the box takes it
-// first and lets go of it before it calls the application.
-class Locked {
+class Locked : public base::Locked<kiv_http_server> {
  public:
-  explicit Locked(kiv_http_server* server)
-      : server_(server != nullptr && __kiv_sem_lock(server) == 1 ? server : nullptr) {}
-  ~Locked() { unlock(); }
-  Locked(const Locked&) = delete;
-  Locked& operator=(const Locked&) = delete;
-
-  explicit operator bool() const { return server_ != nullptr; }
-  kiv_http_server* operator->() const { return server_; }
+  using base::Locked<kiv_http_server>::Locked;
 
   Client* client(std::int32_t socket) const {
     void* found = nullptr;
-    zu_itree_find(server_->clients, socket, &found);
+    zu_itree_find(get()->clients, socket, &found);
     return static_cast<Client*>(found);
   }
-
-  int unlock() {
-    const bool held = server_ != nullptr;
-    server_ = nullptr;
-    return held ? __kiv_sem_unlock() : 0;
-  }
-
- private:
-  kiv_http_server* server_;
 };
 
 void KIV_CALL free_client(void* data, void* box) {
