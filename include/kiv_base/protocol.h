@@ -172,8 +172,166 @@ KIV_API int KIV_CALL kiv_filter_IsHit(kiv_filter* filter, const char* text) KIV_
 
 /* ---- Packet cipher ---- */
 
-/* ---- Virtual connections over UDP: client ---- */
+/* ---- Virtual connections over UDP: client ----------------------------------------------------
+ *
+ * One client and one server exchange datagrams of up to 10238 bytes within a connection: a
+ * handshake binds the two by a random text of 64 characters, keep-alives show that the peer lives,
+ * and either side can close. Datagrams may still get lost, come twice or in another order.
+ *
+ *   int on_connected(kiv_uvc* client, void* user) { return kiv_uvc_write(client, "hello", 5); }
+ *   int on_data(kiv_uvc* client, void* user, char* data, int32_t length) { ... return 0; }
+ *   int on_end(kiv_uvc* client, void* user) { return kiv_uvc_free(client); }
+ *
+ *   kiv_uvc* client = kiv_uvc_make();
+ *   kiv_uvc_attach(box, client, "example.org", 9000, on_connected, NULL, on_end, NULL, on_data,
+ *                  NULL, on_end, NULL);
+ *   kiv_box_loop(box);
+ *
+ * On the wire a datagram is a type, a code (1 byte each) and a body:
+ *
+ *   10 connect request (code 2), 11 accept, 12 refuse (code 1: server full; 3: the address has a
+ *   connection of another text), 13 confirm, 14 close: 64 characters, each sent five times
+ *   15 data: the bytes; 16 keep-alive: nothing
+ *
+ * A connection is not protected: the client takes data and keep-alives from any sender who hits its
+ * port. Who needs more enciphers and numbers what it sends.
+ *
+ * What client and server share: every call checks the handle, from any thread, and gives 0 for one
+ * that is not live. Callbacks run on the box's thread with no lock held, on copies of their data:
+ * they may close, delete and free everything, and so may other threads meanwhile; one that has
+ * begun runs to its end. A NULL callback is left out, and what a callback returns is ignored. While
+ * datagrams pour in without a pause, time-outs wait for the end of the flood; keep-alives do not.
+ */
 
-/* ---- Virtual connections over UDP: server ---- */
+typedef struct kiv_uvc kiv_uvc;
+
+/* Connected; could not connect; lost or closed by the peer. */
+typedef int(KIV_CALL* kiv_uvc_fn)(kiv_uvc* client, void* argument);
+
+/* `body` has at least one byte, and a NUL behind its `length` bytes. */
+typedef int(KIV_CALL* kiv_uvc_data_fn)(kiv_uvc* client, void* argument, char* body, int32_t length);
+
+/* A datagram that is none of this connection, whole; sender and port are "" and 0 for an empty
+ * one. */
+typedef int(KIV_CALL* kiv_uvc_foreign_fn)(kiv_uvc* client, void* argument, const char* sender_ip,
+                                          uint16_t sender_port, char* datagram, int32_t length);
+
+/* Makes a client; NULL without memory. */
+KIV_API kiv_uvc* KIV_CALL kiv_uvc_make(void) KIV_NOEXCEPT;
+
+/* Sends the connect request to the first address of a host (a name is looked up here, before any
+ * lock) and returns 1; 0 for an unknown host, ports 0 to 2, or when socket, timer or request fail.
+ * From another thread than the box's, callbacks may come before the return. Then
+ *
+ *   `on_connected`  when the server accepts, or
+ *   `on_failed`     after a refusal, a close, or 4 s without an answer;
+ *   `on_data`       for each data datagram that is not empty;
+ *   `on_lost`       once, when the peer closes, or when neither data nor a keep-alive has come for
+ *                   one whole period of 10 s.
+ *
+ * Socket and timers are gone after on_failed and on_lost, and the client may be attached again; one
+ * that is attached is closed first. Keep-alives go out by themselves, in every period of 2 s
+ * without a write.
+ *
+ * The kivx_ form takes a UDP socket in place of one of its own (below 1): it becomes non-blocking,
+ * must not be waited for in the box yet, and is let go of, open, at the end. */
+KIV_API int KIV_CALL kivx_uvc_attach(kiv_box* box, kiv_uvc* client, int32_t socket,
+                                     const char* host, uint16_t port, kiv_uvc_fn on_connected,
+                                     void* connected_arg, kiv_uvc_fn on_failed, void* failed_arg,
+                                     kiv_uvc_data_fn on_data, void* data_arg, kiv_uvc_fn on_lost,
+                                     void* lost_arg, kiv_uvc_foreign_fn on_foreign,
+                                     void* foreign_arg) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_uvc_attach(kiv_box* box, kiv_uvc* client, const char* host, uint16_t port,
+                                    kiv_uvc_fn on_connected, void* connected_arg,
+                                    kiv_uvc_fn on_failed, void* failed_arg, kiv_uvc_data_fn on_data,
+                                    void* data_arg, kiv_uvc_fn on_lost,
+                                    void* lost_arg) KIV_NOEXCEPT;
+
+/* Sends the first 10238 of the bytes as one datagram, connected or not. The length of the datagram,
+ * 2 bytes of header included; -1 when the system refuses and while there is no socket; 0 for NULL
+ * or a negative length.
+ *
+ * Writing takes the place of keep-alives, but a server counts keep-alives alone: a client that
+ * writes in every period of 2 s sends none and is lost to the server. Pause now and then. */
+KIV_API int32_t KIV_CALL kiv_uvc_write(kiv_uvc* client, const void* bytes,
+                                       int32_t length) KIV_NOEXCEPT;
+
+/* Tells the peer when connected, and lets go of socket and timers, without a callback: 1. */
+KIV_API int KIV_CALL kiv_uvc_close(kiv_uvc* client) KIV_NOEXCEPT;
+
+/* Closes and frees: 1. */
+KIV_API int KIV_CALL kiv_uvc_free(kiv_uvc* client) KIV_NOEXCEPT;
+
+/* ---- Virtual connections over UDP: server ----------------------------------------------------
+ *
+ * Serves up to 10000 clients over one socket. A client is known by its address and port, and to the
+ * application by an id above 0.
+ *
+ *   int on_data(kiv_uvs* server, void* user, char* data, int32_t length) {
+ *     return kiv_uvs_write(server, kiv_uvs_GetThisClientId(server), data, length);
+ *   }
+ *   int on_close(kiv_uvs* server, void* user) {
+ *     return kiv_uvs_DeleteClient(server, kiv_uvs_GetThisClientId(server));
+ *   }
+ *   int on_connect(kiv_uvs* server, void* user, int32_t client, const char* ip, uint16_t port) {
+ *     return kiv_uvs_AcceptClient(server, client, on_data, user, on_close, user);
+ *   }
+ *   kiv_uvs* server = kiv_uvs_make();
+ *   kiv_uvs_attach(box, server, 9000, on_connect, NULL, NULL, NULL);
+ *
+ * A client stays until the application deletes it, also one that it never accepted. Senders can be
+ * forged: requests under made-up addresses fill the 10000 places until they are deleted, and each
+ * is answered with five datagrams. */
+
+typedef struct kiv_uvs kiv_uvs;
+
+/* A new client. */
+typedef int(KIV_CALL* kiv_uvs_connect_fn)(kiv_uvs* server, void* argument, int32_t client,
+                                          const char* client_ip, uint16_t client_port);
+
+/* A datagram that is none of a connection; as kiv_uvc_foreign_fn. */
+typedef int(KIV_CALL* kiv_uvs_foreign_fn)(kiv_uvs* server, void* argument, const char* sender_ip,
+                                          uint16_t sender_port, char* datagram, int32_t length);
+
+/* Of the client of kiv_uvs_GetThisClientId. `body` as for kiv_uvc_data_fn. */
+typedef int(KIV_CALL* kiv_uvs_data_fn)(kiv_uvs* server, void* argument, char* body, int32_t length);
+typedef int(KIV_CALL* kiv_uvs_close_fn)(kiv_uvs* server, void* argument);
+
+/* Makes a server; NULL without memory. */
+KIV_API kiv_uvs* KIV_CALL kiv_uvs_make(void) KIV_NOEXCEPT;
+
+/* Serves a local port on all addresses of this machine: 1, or 0 when it is taken or memory runs
+ * out. A server that is attached drops its clients, untold, and its socket first. `spare` is kept
+ * and never looked at; `argument` goes to both callbacks.
+ *
+ * The kivx_ form takes a UDP socket, on the terms of kivx_uvc_attach; below 1 it opens one on a
+ * port of the system's choice. */
+KIV_API int KIV_CALL kivx_uvs_attach(kiv_box* box, kiv_uvs* server, int32_t socket,
+                                     kiv_uvs_connect_fn on_connect, void* spare,
+                                     kiv_uvs_foreign_fn on_foreign, void* argument) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_uvs_attach(kiv_box* box, kiv_uvs* server, uint16_t port,
+                                    kiv_uvs_connect_fn on_connect, void* spare,
+                                    kiv_uvs_foreign_fn on_foreign, void* argument) KIV_NOEXCEPT;
+
+/* Sets what a client calls back: 1, or 0 for an unknown id.
+ *
+ * `on_close` comes whenever the client's close arrives, which is sent five times, and after every
+ * period of 10 s without a keep-alive, until the client is deleted: delete it there. */
+KIV_API int KIV_CALL kiv_uvs_AcceptClient(kiv_uvs* server, int32_t client, kiv_uvs_data_fn on_data,
+                                          void* data_arg, kiv_uvs_close_fn on_close,
+                                          void* close_arg) KIV_NOEXCEPT;
+
+/* Sends to a client as kiv_uvc_write does; 0 for an unknown id. */
+KIV_API int32_t KIV_CALL kiv_uvs_write(kiv_uvs* server, int32_t client, const void* bytes,
+                                       int32_t length) KIV_NOEXCEPT;
+
+/* Forgets a client, and tells it when it is connected: 1, or 0 for an unknown id. */
+KIV_API int KIV_CALL kiv_uvs_DeleteClient(kiv_uvs* server, int32_t client) KIV_NOEXCEPT;
+
+/* The client that the last callback began for, -1 before the first. Ask in the callback itself. */
+KIV_API int32_t KIV_CALL kiv_uvs_GetThisClientId(kiv_uvs* server) KIV_NOEXCEPT;
+
+/* Drops the clients, untold, and the socket, and frees the server: 1. */
+KIV_API int KIV_CALL kiv_uvs_free(kiv_uvs* server) KIV_NOEXCEPT;
 
 #endif
