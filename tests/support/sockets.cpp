@@ -13,7 +13,6 @@ namespace kiv::test {
 namespace {
 
 constexpr int kDeadlineMs = 20000;
-constexpr std::uint32_t kLoopback = 0x7f000001;
 
 const bool network_started = platform::network_start();
 
@@ -27,9 +26,10 @@ Socket opened(platform::Transport transport) {
   return made;
 }
 
-Socket bound(platform::Transport transport, std::uint16_t port) {
+Socket bound(platform::Transport transport, std::uint16_t port, std::uint32_t address = kLoopback) {
   Socket made = opened(transport);
-  EXPECT_EQ(platform::socket_bind(made.id(), loopback(port)), 0) << platform::last_error();
+  EXPECT_EQ(platform::socket_bind(made.id(), platform::wire_address(address, port)), 0)
+      << platform::last_error();
   return made;
 }
 
@@ -128,8 +128,8 @@ Socket tcp_accept(const Socket& listener) {
   return made;
 }
 
-Socket udp_socket(std::uint16_t port) {
-  return bound(platform::Transport::udp, port);
+Socket udp_socket(std::uint16_t port, std::uint32_t address) {
+  return bound(platform::Transport::udp, port, address);
 }
 
 std::pair<Socket, Socket> tcp_pair() {

@@ -51,7 +51,8 @@ class Socket {
 Socket tcp_listener(std::uint16_t port = 0);
 Socket tcp_connect(std::uint16_t port);
 Socket tcp_accept(const Socket& listener);
-Socket udp_socket(std::uint16_t port = 0);
+inline constexpr std::uint32_t kLoopback = 0x7f000001;
+Socket udp_socket(std::uint16_t port = 0, std::uint32_t address = kLoopback);
 // Both ends of a connection.
 std::pair<Socket, Socket> tcp_pair();
 
