@@ -4,7 +4,10 @@
 #include <string>
 
 #include "kiv_base/protocol.h"
+#include "protocol/uvc.h"
+#include "protocol/uvs.h"
 #include "tests/seams/heap_seam.h"
+#include "tests/support/sockets.h"
 
 namespace {
 
@@ -36,6 +39,35 @@ TEST(ProtocolFailures, AParsePoolTakesAllOrNothing) {
     EXPECT_EQ(kiv_parse_pool_GetLen(pool), pool ? 20000 + 30000 * taken : 0);
     kiv_parse_pool_free(pool);
   });
+}
+
+// The handlers are called here in the place of a loop.
+TEST(ProtocolFailures, VirtualConnectionsAreMadeOrReportedAsFailed) {
+  using namespace kiv::protocol::uv;
+  kiv_uvc_free(kiv_uvc_make());  // the registry stays
+  kiv_box* const box = kiv_box_new();
+  const std::uint16_t port = kiv::test::free_udp_port();
+  static int connected, failed;
+  EXPECT_SURVIVES_FAILING_ALLOCATIONS(15, [&] {
+    connected = failed = 0;
+    kiv_uvs* const server = kiv_uvs_make();
+    kiv_uvc* const client = kiv_uvc_make();
+    const int serving = kiv_uvs_attach(box, server, port, {}, {}, {}, {});
+    const int calling = kiv_uvc_attach(
+        box, client, "127.0.0.1", port, [](kiv_uvc*, void*) { return ++connected; }, {},
+        [](kiv_uvc*, void*) { return ++failed; }, {}, {}, {}, {}, {});
+    EXPECT_TRUE(server != nullptr || serving == 0);
+    for (int i = 0; i < 5; ++i) serve_peers(server);  // a repeated request makes good for the first
+    for (int i = 0; i < 5; ++i) serve_client(client);
+    const int all = kiv::test::allocation_failed() ? 0 : 3;
+    EXPECT_GE(serving + calling + connected, all);
+    EXPECT_LE(connected + failed, serving * calling);
+    kiv_uvc_free(client);
+    kiv_uvs_free(server);
+    EXPECT_EQ(kiv_box_GetNumSock(box), 2);
+    EXPECT_EQ(kiv_box_GetNumTimer(box), 1);
+  });
+  kiv_box_free(box);
 }
 
 }  // namespace
