@@ -170,7 +170,62 @@ KIV_API int KIV_CALL kivx_filter_IsHit(kiv_filter* filter, const char* text, con
                                        const char** keyword_text, int32_t* tag) KIV_NOEXCEPT;
 KIV_API int KIV_CALL kiv_filter_IsHit(kiv_filter* filter, const char* text) KIV_NOEXCEPT;
 
-/* ---- Packet cipher ---- */
+/* ---- Packet cipher ---------------------------------------------------------------------------
+ *
+ * Protects the bytes of a connection lightly: each block is enciphered for itself and nothing tells
+ * forged bytes from true ones. Enciphering is one call on a buffer; deciphering takes the bytes as
+ * they arrive and hands out what is whole.
+ *
+ *     kiv_cipher_key(key, 16, "secret", "session");
+ *     kiv_cipher* cipher = kiv_cipher_malloc(KIV_CIPHER_XTEA, key, 16);
+ *     kiv_encipher(cipher, buffer, sizeof buffer, &written, "hello", 5);    gives 8 bytes
+ *
+ *     if (kiv_cipher_input(cipher, received, count)) {
+ *       while (kiv_cipher_get(cipher, buffer, sizeof buffer, &written)) use(buffer, written);
+ *     }
+ *
+ * Results are 1 or 0, and 0 for NULL or a negative length. Counts of bytes written may be asked for
+ * with NULL, and are 0 beside a result of 0. Prints nothing. */
+typedef struct kiv_cipher kiv_cipher;
+
+enum {
+  KIV_CIPHER_NONE = 1,     /* bytes as they are */
+  KIV_CIPHER_ROTATION = 2, /* each byte turned left by two bits; no key */
+  KIV_CIPHER_XTEA = 3      /* XTEA in blocks of 8 bytes, words of blocks and key little-endian */
+};
+
+/* The key's first 16 bytes are used, and a shorter one is filled with zeros; NULL when key_length
+ * is 0. NULL for another mode, for no key where there should be one, and without memory. */
+KIV_API kiv_cipher* KIV_CALL kiv_cipher_malloc(int mode, const void* key,
+                                               int32_t key_length) KIV_NOEXCEPT;
+KIV_API void KIV_CALL kiv_cipher_free(kiv_cipher* cipher) KIV_NOEXCEPT;
+
+/* Begins again with this mode and key, and drops what is held. Arguments that would not make a
+ * cipher change nothing. */
+KIV_API int KIV_CALL kiv_cipher_reset(kiv_cipher* cipher, int mode, const void* key,
+                                      int32_t key_length) KIV_NOEXCEPT;
+
+/* Enciphers as much as fits the buffer. XTEA fills the last block with zeros, which the reader
+ * cannot tell from text: have `length` rounded up to 8 as capacity, of which it uses whole blocks.
+ * The buffer may be the one that the bytes are in. What does not fit is left out and the result is
+ * still 1: look at `written`. */
+KIV_API int KIV_CALL kiv_encipher(kiv_cipher* cipher, void* buffer, int32_t capacity,
+                                  int32_t* written, const void* bytes, int32_t length) KIV_NOEXCEPT;
+
+/* Appends received bytes: all of them, or none when more than 20496 would be held. */
+KIV_API int KIV_CALL kiv_cipher_input(kiv_cipher* cipher, const void* bytes,
+                                      int32_t length) KIV_NOEXCEPT;
+
+/* Deciphers what is held as far as the buffer has room, with XTEA in whole blocks; the rest stays.
+ * 0 when nothing is held, or no whole block; 1 otherwise, and so also when nothing fits. */
+KIV_API int KIV_CALL kiv_cipher_get(kiv_cipher* cipher, void* buffer, int32_t capacity,
+                                    int32_t* written) KIV_NOEXCEPT;
+
+/* Makes a key of two texts, of which at most 64 bytes each are used: the first 16 hexadecimal
+ * characters of the MD5 digest of both together. The buffer's other bytes become zero; a shorter
+ * one gets the front. */
+KIV_API int KIV_CALL kiv_cipher_key(void* buffer, int32_t length, const char* first,
+                                    const char* second) KIV_NOEXCEPT;
 
 /* ---- Virtual connections over UDP: client ----------------------------------------------------
  *

@@ -12,7 +12,7 @@
 namespace {
 
 TEST(ProtocolFailures, RecordsAreMadeWholeOrNotAtAll) {
-  EXPECT_SURVIVES_FAILING_ALLOCATIONS(15, [] {
+  EXPECT_SURVIVES_FAILING_ALLOCATIONS(17, [] {
     kiv_proto* packet = kiv_proto_new();
     const int packed = kiv_proto_PackCmd(packet, "c") + kiv_proto_PackPara(packet, "a", "1");
     EXPECT_EQ(packed, packet ? 2 : 0) << "needs no more memory";
@@ -27,6 +27,9 @@ TEST(ProtocolFailures, RecordsAreMadeWholeOrNotAtAll) {
     }
     EXPECT_EQ(kiv_filter_IsHit(filter, "k-7"), inserted) << "with an index or without";
     kiv_filter_free(filter);
+    kiv_cipher* cipher = kiv_cipher_malloc(KIV_CIPHER_XTEA, "key", 3);
+    EXPECT_EQ(kiv_cipher_input(cipher, "12345678", 8), cipher ? 1 : 0);
+    kiv_cipher_free(cipher);
   });
 }
 
