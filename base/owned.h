@@ -1,4 +1,4 @@
-// Memory from _zu_malloc with one owner.
+// Memory from _zu_malloc, and objects with a function that frees them, with one owner.
 #pragma once
 
 #include <cstddef>
@@ -58,6 +58,15 @@ class Owned {
 
  private:
   T* memory_ = nullptr;
+};
+
+// Deletes what an exported function frees: std::unique_ptr<zu_jitter, FreedBy<zu_jitter_free>>.
+template <auto Free>
+struct FreedBy {
+  template <typename T>
+  void operator()(T* object) const noexcept {
+    Free(object);
+  }
 };
 
 }  // namespace kiv::base

@@ -166,12 +166,6 @@ bool same_name(const char* a, const char* b) noexcept {
   return *a == *b;
 }
 
-OwnedText copy_text(const char* text, std::size_t length) noexcept {
-  auto copy = OwnedText::allocate(length + 1);
-  if (copy) put_text(copy.get(), text, length);
-  return copy;
-}
-
 bool replace_text(char*& slot, const char* text, std::size_t length) noexcept {
   OwnedText copy = copy_text(text, length);
   if (!copy) return false;
@@ -182,9 +176,7 @@ bool replace_text(char*& slot, const char* text, std::size_t length) noexcept {
 
 bool set_status(kiv_http_table& table, const char* line, std::size_t length) noexcept {
   if (!replace_text(table.status, line, length)) return false;
-  const std::int64_t value = leading_number(table.status);
-  table.status_value = static_cast<std::int32_t>(
-      std::clamp(value, std::int64_t{INT32_MIN}, std::int64_t{INT32_MAX}));
+  table.status_value = leading_int32(table.status);
   return true;
 }
 
@@ -218,15 +210,6 @@ bool append_form(kiv_http_table& table, const char* name, std::size_t name_lengt
   (void)raw.release();
   (void)block.release();
   return true;
-}
-
-std::int64_t leading_number(const char* text) noexcept {
-  while (base::is_space(*text)) ++text;
-  const bool negative = *text == '-';
-  if (*text == '-' || *text == '+') ++text;
-  std::int64_t value = 0;
-  for (; base::is_digit(*text); ++text) value = std::min(value * 10 + (*text - '0'), kHugeNumber);
-  return negative ? -value : value;
 }
 
 }  // namespace kiv::http

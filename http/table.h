@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "base/owned.h"
+#include "http/text.h"
 #include "kiv_base/http.h"
 
 namespace kiv::http {
@@ -49,22 +49,10 @@ struct kiv_http_table {
 
 namespace kiv::http {
 
-// Deletes what an exported function frees.
-template <auto Free>
-struct FreedBy {
-  template <typename T>
-  void operator()(T* object) const noexcept {
-    Free(object);
-  }
-};
 using OwnedTable = std::unique_ptr<kiv_http_table, FreedBy<kiv_http_table_free>>;
-using OwnedText = base::Owned<char>;
 
 // Are two names equal but for the case of ASCII letters?
 bool same_name(const char* a, const char* b) noexcept;
-
-// A copy of `length` bytes with a terminator, empty when memory runs out.
-OwnedText copy_text(const char* text, std::size_t length) noexcept;
 
 // Puts a copy in the place of an owned text; false, with the old text kept, without memory.
 bool replace_text(char*& slot, const char* text, std::size_t length) noexcept;
@@ -78,10 +66,6 @@ bool append_field(kiv_http_table& table, const char* name, std::size_t name_leng
                   const char* value, std::size_t value_length) noexcept;
 bool append_form(kiv_http_table& table, const char* name, std::size_t name_length,
                  OwnedText escaped, OwnedText raw) noexcept;
-
-// The number a text begins with, as atoi reads it, kept within +-kHugeNumber; 0 when there is none.
-inline constexpr std::int64_t kHugeNumber = std::int64_t{1} << 40;
-std::int64_t leading_number(const char* text) noexcept;
 
 // Parses the head in [text, end), which ends early at a zero byte.
 OwnedTable parse_header(const char* text, const char* end) noexcept;

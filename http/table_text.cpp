@@ -1,59 +1,12 @@
 // Tables as text: the head and the form.
-#include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 #include "http/table.h"
 
 namespace kiv::http {
 namespace {
 
-// A text that grows as it is written. Once memory runs out it stays empty.
-class TextBuffer {
- public:
-  TextBuffer() : text_(OwnedText::allocate(kFirstSize)) {}
-
-  void put(const char* text, std::size_t length) {
-    if (!reserve(length)) return;
-    std::memcpy(text_.get() + length_, text, length);
-    length_ += length;
-  }
-  void put(const char* text) { put(text, std::strlen(text)); }
-
-  void drop_last() { --length_; }
-  std::size_t length() const { return length_; }
-
-  // The text with a terminator, null when memory ran out.
-  char* release() {
-    if (!reserve(0)) return nullptr;
-    text_[length_] = '\0';
-    return text_.release();
-  }
-
- private:
-  static constexpr std::size_t kFirstSize = 5120;
-
-  bool reserve(std::size_t more) {
-    if (!text_) return false;
-    const std::size_t needed = length_ + more + 1;
-    if (needed <= size_) return true;
-    const std::size_t size = std::max(needed, size_ * 2);
-    void* const grown =
-        size > INT32_MAX ? nullptr : _zu_realloc(text_.get(), static_cast<std::uint32_t>(size));
-    if (grown == nullptr) {
-      text_.reset();
-      return false;
-    }
-    (void)text_.release();
-    text_.reset(static_cast<char*>(grown));
-    size_ = size;
-    return true;
-  }
-
-  OwnedText text_;
-  std::size_t size_ = kFirstSize;
-  std::size_t length_ = 0;
-};
+constexpr std::size_t kFirstSize = 5120;
 
 bool set_form_fields(kiv_http_table* table) {
   char length[16];
@@ -97,7 +50,7 @@ char* KIV_CALL kiv_http_table_GetHeaderStr(kiv_http_table* table) KIV_NOEXCEPT {
   }
   // deliberate: the default goes into the table too; callers read it back from there.
   if (table->version == nullptr && !replace_text(table->version, "HTTP/1.1", 8)) return nullptr;
-  TextBuffer out;
+  TextBuffer out(kFirstSize);
   put_start_line(out, *table);
   for (zu_list* node = table->fields; node != nullptr; node = node->next) {
     const auto* field = static_cast<const Field*>(node->data);
@@ -112,7 +65,7 @@ char* KIV_CALL kiv_http_table_GetHeaderStr(kiv_http_table* table) KIV_NOEXCEPT {
 
 char* KIV_CALL kiv_http_table_GetFormStr(kiv_http_table* table) KIV_NOEXCEPT {
   if (table == nullptr || table->forms == nullptr) return nullptr;
-  TextBuffer out;
+  TextBuffer out(kFirstSize);
   for (zu_list* node = table->forms; node != nullptr; node = node->next) {
     const auto* form = static_cast<const Form*>(node->data);
     out.put(form->name);

@@ -1,5 +1,5 @@
-/* HTTP: a table model of message heads, stream filters that cut a connection's bytes into
- * messages, a server over a box, and the text encodings they share.
+/* HTTP: URIs, a table model of message heads, stream filters that cut a connection's bytes into
+ * messages, a server over a box, the text encodings they share, and forms.
  *
  * Smallest use, a server that answers every request:
  *
@@ -16,8 +16,8 @@
  *   }
  *   kiv_http_server_attach(box, kiv_http_server_make(), 8080, on_accept, box);
  *
- * Threads: a table or a filter belongs to one thread at a time. Server operations may be called
- * from any thread. The encodings hold no state.
+ * Threads: a URI, a table, a filter or a form belongs to one thread at a time. Server operations
+ * may be called from any thread. The encodings hold no state.
  */
 #ifndef KIV_BASE_HTTP_H
 #define KIV_BASE_HTTP_H
@@ -29,6 +29,113 @@
 typedef struct kiv_http_table kiv_http_table;
 typedef struct kiv_http_filter kiv_http_filter;
 typedef struct kiv_http_server kiv_http_server;
+typedef struct zu_cgi zu_cgi;
+
+/* ---- URIs ------------------------------------------------------------------------------------
+ *
+ * A URI reference of RFC 2396, taken apart into a record and put together again. The grammar is
+ * relaxed: a back-slash in the text is a slash, blanks around it are skipped (blanks alone, no
+ * tabs), and so are slashes that follow the "//" before a server.
+ *
+ * What follows from that, and from the grammar:
+ * - The host of "file:///etc/x" is "etc": a printed file URI does not read back as it was.
+ * - The server ends at the end, at "/", "?" or a blank. What is no server up to there is an
+ *   authority and leaves no host, such as "http://h#f" and "http://my_host/".
+ * - A host is labels of letters, digits and inner "-", the last label beginning with a letter, or
+ *   one to four numbers with dots between them. An IPv6 literal in brackets is accepted and
+ *   dropped: there is no host then, and no path unless the text has one.
+ * - The path of "http://h/.." is empty, not "/".
+ * - An escaped zero byte ("%00") ends the decoded text it is in.
+ *
+ * Texts handed out as new are freed with _zu_free.
+ */
+
+/* Bits of kiv_uri.flags. */
+enum {
+  KIV_URI_UNWISE = 1, /* "{}|\^[]`" may stand in opaque part, query and fragment; never set here */
+  KIV_URI_RAW = 2     /* no escapes were decoded */
+};
+
+/* The texts are separate blocks of _zu_malloc, NULL where the URI has no such part. "Decoded" is
+ * with "%41" read as "A", unless the record is raw. */
+typedef struct kiv_uri {
+  char* scheme;         /* as written */
+  char* opaque;         /* what follows a scheme without "/", decoded */
+  char* authority;      /* of a URI with an authority that is no server, as written */
+  char* host;           /* name or dotted IPv4 address */
+  char* user;           /* what stands before "@", decoded */
+  int32_t port;         /* as written, at most INT32_MAX; else the scheme's default; else 0 */
+  char port_string[12]; /* the same in decimal */
+  char* path;           /* decoded, then normalised; "/" where a host has none */
+  char* path_raw;       /* `path` escaped for a request line; NULL also when memory ran out */
+  char* query;          /* decoded */
+  char* fragment;       /* decoded */
+  int32_t flags;
+  char* query_raw; /* as written */
+} kiv_uri;
+
+/* A new record for kiv_uri_free; NULL when the text is no URI reference and when memory runs out.
+ * The empty text is one, without any part. With `raw` not 0 the record is raw: nothing is decoded,
+ * and path_raw escapes each "%" of the path again. */
+KIV_API kiv_uri* KIV_CALL kiv_uri_malloc(const char* text) KIV_NOEXCEPT;
+KIV_API kiv_uri* KIV_CALL kiv_uri_mallocx(const char* text, int raw) KIV_NOEXCEPT;
+
+/* Frees the texts and zeroes the fields but for `flags`; free also releases the record. */
+KIV_API void KIV_CALL kiv_uri_cleanall(kiv_uri* uri) KIV_NOEXCEPT;
+KIV_API void KIV_CALL kiv_uri_free(kiv_uri* uri) KIV_NOEXCEPT;
+
+/* A copy of the record and all its texts, or NULL. */
+KIV_API kiv_uri* KIV_CALL kiv_uri_clone(const kiv_uri* uri) KIV_NOEXCEPT;
+
+/* Writes the whole URI and each part to standard output, a line each. */
+KIV_API void KIV_CALL kiv_uri_print(const kiv_uri* uri) KIV_NOEXCEPT;
+
+/* The URI as a new text, decoded parts escaped again. The port is left out when it is the scheme's
+ * default; a scheme without server is followed by "//", so "file:/x" becomes "file:///x". */
+KIV_API char* KIV_CALL kiv_uri_GetURIString(const kiv_uri* uri) KIV_NOEXCEPT;
+
+/* The target of a request line as a new text: path_raw, and "?" and query_raw where there is a
+ * query. Without a path it may be empty. */
+KIV_API char* KIV_CALL kiv_uri_GetURIRequest(const kiv_uri* uri) KIV_NOEXCEPT;
+
+/* The fields, which stay the record's own. The port is cut to 16 bits: 99999 reads as 34463. */
+KIV_API const char* KIV_CALL kiv_uri_GetScheme(const kiv_uri* uri) KIV_NOEXCEPT;
+KIV_API const char* KIV_CALL kiv_uri_GetHost(const kiv_uri* uri) KIV_NOEXCEPT;
+KIV_API const char* KIV_CALL kiv_uri_GetUser(const kiv_uri* uri) KIV_NOEXCEPT;
+KIV_API const char* KIV_CALL kiv_uri_GetPath(const kiv_uri* uri) KIV_NOEXCEPT;
+KIV_API const char* KIV_CALL kiv_uri_GetPathRaw(const kiv_uri* uri) KIV_NOEXCEPT;
+KIV_API const char* KIV_CALL kiv_uri_GetQuery(const kiv_uri* uri) KIV_NOEXCEPT;
+KIV_API const char* KIV_CALL kiv_uri_GetQueryRaw(const kiv_uri* uri) KIV_NOEXCEPT;
+KIV_API const char* KIV_CALL kiv_uri_GetFragment(const kiv_uri* uri) KIV_NOEXCEPT;
+KIV_API uint16_t KIV_CALL kiv_uri_GetPort(const kiv_uri* uri) KIV_NOEXCEPT;
+KIV_API const char* KIV_CALL kiv_uri_GetPortString(const kiv_uri* uri) KIV_NOEXCEPT;
+
+/* The reference resolved against the base (RFC 2396, section 5.2) as a new text. A reference with
+ * a scheme is returned as it is; without a usable base it is printed alone; an empty one gives the
+ * base. A reference of query or fragment alone keeps the base's path, one of a fragment alone its
+ * query too. NULL when the reference is no URI reference. */
+KIV_API char* KIV_CALL kiv_uri_BuildURI(const char* reference, const char* base) KIV_NOEXCEPT;
+
+/* The way from the base's path to the URI's as a new text; query and fragment are dropped. It is
+ * empty for equal paths, and for the folder of the base. The URI unchanged where a path cannot lead
+ * there: other scheme, host or port, or an opaque part. Case counts. NULL when either text is no
+ * URI reference. */
+KIV_API char* KIV_CALL kiv_uri_BuildRelativeURI(const char* text, const char* base) KIV_NOEXCEPT;
+
+/* Normalises a path in place: runs of slashes but for the leading ones become one, "." goes, and
+ * so does ".." with the segment before it. Of a path that begins with one slash, ".." at the top
+ * goes too ("/.." becomes empty); a relative path keeps it. 0, or -1 for NULL. */
+KIV_API int KIV_CALL kiv_uri_NormalizeURIPath(char* path) KIV_NOEXCEPT;
+
+/* A new text for a path or URI. What parses is returned as it is, "c:\dir" among it; a text with
+ * "scheme://" is escaped if it then parses; "c:\my dir" becomes "file:///c%3A/my%20dir"; any other
+ * path gets slashes for back-slashes. */
+KIV_API char* KIV_CALL kiv_uri_CanonicPath(const char* path) KIV_NOEXCEPT;
+
+/* A new text for a path or URI. What parses is returned as it is, all else is the canonic path
+ * escaped as a path. That also escapes the "file:" and the "%" of a drive path: pass those to
+ * kiv_uri_CanonicPath alone. */
+KIV_API char* KIV_CALL kiv_uri_PathToURI(const char* path) KIV_NOEXCEPT;
 
 /* ---- Tables ----------------------------------------------------------------------------------
  *
@@ -365,5 +472,30 @@ KIV_API int32_t KIV_CALL zu_base64_decode(void* out, const char* text,
 /* Writes the MD5 digest (RFC 1321) of the text up to its terminating zero as 32 lower-case
  * hexadecimal characters and a zero. 1, or 0 for NULL. */
 KIV_API int KIV_CALL zu_md5_encode(char* out33, const char* text) KIV_NOEXCEPT;
+
+/* ---- Forms -----------------------------------------------------------------------------------
+ *
+ * The fields of an urlencoded text (a query, or the body of a form post), looked up by name. Names
+ * are matched exactly, and the first field of a name counts.
+ */
+
+/* A new form of `length` bytes of text; NULL for NULL, a negative length or no memory. "+" is read
+ * as a blank, "%" and the two characters behind it as one byte, each that is no hexadecimal digit
+ * or is missing counting as 0. A text behind the last "=" and value is ignored. */
+KIV_API zu_cgi* KIV_CALL zu_cgi_malloc(const char* text, int32_t length) KIV_NOEXCEPT;
+
+KIV_API void KIV_CALL zu_cgi_free(zu_cgi* cgi) KIV_NOEXCEPT;
+
+/* Copies the value of a field, cut to size - 1 characters, and a terminating zero. CR LF, a lone CR
+ * and a lone LF each become LF. 1, or 0 with an empty text when there is no such field. The buffer
+ * may be NULL and the size below 1: then this only asks whether the field is there. */
+KIV_API int KIV_CALL zu_cgi_FormString(const zu_cgi* cgi, const char* name, char* out,
+                                       int32_t size) KIV_NOEXCEPT;
+
+/* Stores the decimal number that the value begins with, behind blanks, tabs and line ends, cut to
+ * the range of int32. An empty value stores the default. 1, or 0 with the default stored for a
+ * missing field and a value that begins with no digit or sign. */
+KIV_API int KIV_CALL zu_cgi_FormInteger(const zu_cgi* cgi, const char* name, int32_t* out,
+                                        int32_t default_value) KIV_NOEXCEPT;
 
 #endif

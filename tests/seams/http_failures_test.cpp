@@ -58,4 +58,26 @@ TEST(HttpFailures, AFilterWithoutMemoryIsBrokenForGood) {
   });
 }
 
+TEST(HttpFailures, UrisAndForms) {
+  const std::string longest = "http://u@h/" + std::string(3000, 'p');  // outgrows the first buffer
+  EXPECT_SURVIVES_FAILING_ALLOCATIONS(50, [&] {
+    kiv_uri* uri = kiv_uri_malloc((longest + "?q#f").c_str());
+    kiv_uri* clone = kiv_uri_clone(uri);
+    EXPECT_TRUE(clone == nullptr || clone->path_raw == nullptr ||
+                std::string(clone->path_raw) == clone->path);
+    kiv::test::printed_by([&] { kiv_uri_print(clone); });
+    kiv_uri_free(clone);
+    kiv_uri_free(uri);
+    for (char* text : {kiv_uri_BuildURI("a?b", longest.c_str()),
+                       kiv_uri_BuildRelativeURI(longest.c_str(), "http://h/a/"),
+                       kiv_uri_CanonicPath("x://h/ "), kiv_uri_PathToURI("c:\\ ")}) {
+      EXPECT_STRNE(text, "a?b");  // a base without memory is not a base that is none
+      _zu_free(text);
+    }
+    zu_cgi* cgi = zu_cgi_malloc("a=1&b=2", 7);
+    EXPECT_EQ(zu_cgi_FormString(cgi, "b", nullptr, 0), cgi != nullptr ? 1 : 0);
+    zu_cgi_free(cgi);
+  });
+}
+
 }  // namespace

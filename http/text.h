@@ -1,0 +1,52 @@
+// Texts of the HTTP family: owned, read as numbers, and written piece by piece.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#include "base/owned.h"
+
+namespace kiv::http {
+
+using base::FreedBy;
+using OwnedText = base::Owned<char>;
+
+// A copy of `length` bytes with a terminator, empty when memory runs out.
+OwnedText copy_text(const char* text, std::size_t length) noexcept;
+
+// The number a text begins with, as atoi reads it, kept within +-kHugeNumber or the int32 range; 0
+// when there is none.
+inline constexpr std::int64_t kHugeNumber = std::int64_t{1} << 40;
+std::int64_t leading_number(const char* text) noexcept;
+std::int32_t leading_int32(const char* text) noexcept;
+
+// A text that grows as it is written. Once memory runs out it stays empty.
+class TextBuffer {
+ public:
+  explicit TextBuffer(std::size_t first_size) noexcept;
+
+  // Room for `length` bytes more, which are part of the text from here on; null without memory.
+  char* extend(std::size_t length) noexcept;
+
+  void put(const char* text, std::size_t length) noexcept {
+    if (char* const room = extend(length)) std::memcpy(room, text, length);
+  }
+  void put(std::string_view text) noexcept { put(text.data(), text.size()); }
+
+  void drop_last() noexcept { --length_; }
+  std::size_t length() const noexcept { return length_; }
+
+  // The text with a terminator, null when memory ran out.
+  char* release() noexcept;
+
+ private:
+  bool reserve(std::size_t more) noexcept;
+
+  OwnedText text_;
+  std::size_t size_;
+  std::size_t length_ = 0;
+};
+
+}  // namespace kiv::http
