@@ -80,7 +80,9 @@ void rotate_bytes(std::uint8_t* out, const std::uint8_t* in, std::size_t count) 
   }
 }
 
-// The last block of an input is filled with zeros. Gives the number of bytes written.
+// Gives the number of bytes written.
+// deliberate: nothing marks the zeros that fill the last block; readers have the length from their
+// own framing.
 std::size_t encipher_blocks(const kiv_cipher& cipher, std::uint8_t* out, std::size_t capacity,
                             const std::uint8_t* in, std::size_t length) {
   const Xtea xtea(cipher.key);
