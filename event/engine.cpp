@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <new>
 
 #include "base/guard.h"
@@ -20,10 +21,44 @@ static_assert(sizeof(void*) != 4 ||
                offsetof(Engine, timeout) == offsetof(Engine, ready) + 12 &&
                offsetof(Engine, timeout_or_null) == offsetof(Engine, timeout) + 8));
 
-void copy_image(platform::SocketSet& to, const platform::SocketSet& from) {
-  to.count = from.count;
-  std::copy_n(from.sockets, from.count, to.sockets);
+void copy_image(platform::SocketSet& to, const platform::SocketSet& from, std::int32_t count) {
+  to.count = count;
+  std::copy_n(from.sockets, count, to.sockets);
 }
+
+// What a full wait found ready for reading beside the one that it is followed by, the highest
+// first. A wait costs by the number of its sockets, and one is served for each. While a socket is
+// known to be ready, only those above it need to be asked. This many turns at most, so that sockets
+// closed behind the loop's back are found.
+class Known {
+ public:
+  bool any() const { return next_ < count_; }
+  std::int32_t highest() const { return sockets_[next_]; }
+  void forget() { next_ = count_ = 0; }
+
+  void remember(const platform::SocketSet& ready) {
+    const std::int32_t* const begin = ready.sockets;
+    std::int32_t* const end = std::partial_sort_copy(begin, begin + ready.count, sockets_,
+                                                     sockets_ + kTurns, std::greater<>());
+    count_ = static_cast<std::int32_t>(end - sockets_);
+    next_ = 0;
+    turns_ = 0;
+  }
+
+  // The turn that serves the highest of these. False when it is time for a full wait.
+  bool take_turn(const platform::SocketSet& ready) {
+    const std::int32_t served = *std::max_element(ready.sockets, ready.sockets + ready.count);
+    while (any() && highest() >= served) ++next_;
+    return ++turns_ < kTurns;
+  }
+
+ private:
+  static constexpr std::int32_t kTurns = 32;
+  std::int32_t sockets_[kTurns];
+  std::int32_t count_ = 0;
+  std::int32_t next_ = 0;
+  std::int32_t turns_ = 0;
+};
 
 // The running loop of an engine. Each step takes the lock for as long as it uses the tables.
 class Loop {
@@ -56,6 +91,37 @@ class Loop {
   }
 
   Wait wait() {
+    if (known_.any() && ask_the_highest()) return Wait::ready;
+    known_.forget();
+    const Wait result = wait_for_all();
+    if (result == Wait::ready && only_read_) {
+      known_.remember(*engine_.ready[index_of(Kind::read)]);
+      known_.take_turn(*engine_.ready[index_of(Kind::read)]);
+    }
+    return result;
+  }
+
+  // Asks the sockets down to one that was ready a moment ago. False when that one is not any more,
+  // or when asking all would cost little more.
+  bool ask_the_highest() {
+    platform::SocketSet* const ready = &engine_.work[index_of(Kind::read)];
+    {
+      const base::Guard guard(lock_);
+      FdTable& sockets = engine_.sockets;
+      const platform::SocketSet& image = sockets.images[index_of(Kind::read)];
+      const std::int32_t count = sockets.count_down_to(Kind::read, known_.highest());
+      if (image.count != sockets.total || count > image.count / 2) return false;
+      sockets.begin_pass();
+      copy_image(*ready, image, count);
+    }
+    engine_.ready[index_of(Kind::read)] = ready;
+    const std::int64_t at_once = 0;
+    if (platform::wait_ready(ready, nullptr, nullptr, &at_once) <= 0) return false;
+    if (!known_.take_turn(*ready)) known_.forget();
+    return true;
+  }
+
+  Wait wait_for_all() {
     const Moment* timeout = nullptr;
     bool has_sockets = false;
     {
@@ -80,9 +146,11 @@ class Loop {
     for (Kind kind : kKinds) {
       const int k = index_of(kind);
       const bool any = engine_.sockets.lists[k].count > 0;
-      if (any) copy_image(engine_.work[k], engine_.sockets.images[k]);
+      if (any)
+        copy_image(engine_.work[k], engine_.sockets.images[k], engine_.sockets.images[k].count);
       engine_.ready[k] = any ? &engine_.work[k] : nullptr;
     }
+    only_read_ = engine_.sockets.lists[index_of(Kind::read)].count == engine_.sockets.total;
   }
 
   Wait wait_for_sockets(const Moment* timeout) {
@@ -147,6 +215,8 @@ class Loop {
 
   Engine& engine_;
   zu_sem* const lock_;
+  Known known_;
+  bool only_read_ = false;  // in this pass
 };
 
 }  // namespace

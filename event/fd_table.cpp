@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
+#include <functional>
 #include <new>
 
 #include "base/owned.h"
@@ -43,11 +44,23 @@ void unlink(FdList& list, const FdNode* node) {
   if (after != nullptr) after->prev = before;
 }
 
+// Where the socket is, or would be, in the order of the image.
+std::int32_t place_in(const platform::SocketSet& image, std::int32_t socket) {
+  const std::int32_t* const end = image.sockets + image.count;
+  return static_cast<std::int32_t>(std::lower_bound(image.sockets, end, socket, std::greater<>()) -
+                                   image.sockets);
+}
+
+void add_to_image(platform::SocketSet& image, std::int32_t socket) {
+  std::int32_t* const place = image.sockets + place_in(image, socket);
+  std::copy_backward(place, image.sockets + image.count, image.sockets + image.count + 1);
+  *place = socket;
+  ++image.count;
+}
+
 void remove_from_image(platform::SocketSet& image, std::int32_t socket) {
-  std::int32_t* const end = image.sockets + image.count;
-  std::int32_t* const place = std::find(image.sockets, end, socket);
-  if (place == end) return;
-  std::copy(place + 1, end, place);
+  std::int32_t* const place = image.sockets + place_in(image, socket);
+  std::copy(place + 1, image.sockets + image.count, place);
   --image.count;
 }
 
@@ -66,7 +79,7 @@ bool FdTable::add(Kind kind, std::int32_t socket, zu_event_fn callback, void* us
 
   auto* node = new (memory.release()) FdNode{{}, {kind, socket, callback, user}, pass};
   node->link.data = &node->record;
-  images[k].sockets[images[k].count++] = socket;
+  add_to_image(images[k], socket);
   highest = std::max(highest, socket);
   ++lists[k].count;
   ++total;
@@ -115,6 +128,10 @@ void FdTable::clear() noexcept {
 bool FdTable::took_part(Kind kind, std::int32_t socket) const noexcept {
   const auto* node = static_cast<const FdNode*>(index[index_of(kind)].find(socket));
   return node != nullptr && node->born != pass;
+}
+
+std::int32_t FdTable::count_down_to(Kind kind, std::int32_t socket) const noexcept {
+  return place_in(images[index_of(kind)], socket - 1);
 }
 
 const FdRecord* FdTable::first_ready(Kind kind, const platform::SocketSet& ready) const noexcept {

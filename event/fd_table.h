@@ -1,5 +1,5 @@
 // The sockets that a loop waits for: one list for each kind of readiness, sorted by descending
-// socket, and the image of the list that goes to the wait.
+// socket, and the image of the list, in the same order, that goes to the wait.
 #pragma once
 
 #include <atomic>
@@ -60,6 +60,8 @@ struct FdTable {
   // Starts a pass: registrations made from now on take no part in it.
   void begin_pass() noexcept { ++pass; }
   bool took_part(Kind kind, std::int32_t socket) const noexcept;
+  // How many of the kind are as high as this socket or higher.
+  std::int32_t count_down_to(Kind kind, std::int32_t socket) const noexcept;
   // The highest socket of `ready` that took part in this pass; null when there is none.
   const FdRecord* first_ready(Kind kind, const platform::SocketSet& ready) const noexcept;
   // Looks for a socket that was closed behind the loop's back, and removes and prints the first.

@@ -7,7 +7,7 @@ namespace kiv::platform {
 
 inline constexpr std::int32_t kMaxSockets = 1024;
 
-// An image of the sockets of one kind, in the order of registration.
+// An image of the sockets of one kind.
 struct SocketSet {
   std::int32_t count;
   std::int32_t sockets[kMaxSockets];

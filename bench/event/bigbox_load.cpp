@@ -2,7 +2,9 @@
 // load: a number of connections with one 64-byte message under way on each. Every server is a
 // process of its own, so that its processor time and memory are its own and descriptors suffice.
 //
-//   bench_bigbox [SECONDS]      a row for each server, number of threads and of connections
+//   bench_bigbox [SECONDS [THREADS CONNECTIONS]]
+//
+// A row for each server, number of threads and of connections.
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -257,6 +259,8 @@ void measure(const char* name, Serve serve, int threads, int connections, double
 
 int main(int argc, char** argv) {
   const double seconds = argc > 1 ? std::atof(argv[1]) : 2;
+  const int only_threads = argc > 3 ? std::atoi(argv[2]) : 0;
+  const int only_connections = argc > 3 ? std::atoi(argv[3]) : 0;
   rlimit limit{};
   getrlimit(RLIMIT_NOFILE, &limit);
   limit.rlim_cur = limit.rlim_max;
@@ -267,6 +271,7 @@ int main(int argc, char** argv) {
     for (const int connections : {1, 100, 1000, 10000}) {
       // A box waits for 1022 sockets beside its own two.
       if (connections > threads * 1022) continue;
+      if (only_threads > 0 && (threads != only_threads || connections != only_connections)) continue;
       if (limit.rlim_max < static_cast<rlim_t>(connections) + 100) {
         std::printf("%d connections: the limit of descriptors is %lu\n", connections,
                     static_cast<unsigned long>(limit.rlim_max));
