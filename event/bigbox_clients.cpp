@@ -60,8 +60,14 @@ bool start_wait(kiv_bigbox& big, Client& client, Kind kind) {
 }
 
 void stop_wait(Client& client, Kind kind) {
+  if (!client.waits_for[index_of(kind)]) return;
   kWaits[index_of(kind)].stop(client.slave_box, client.socket);
   client.waits_for[index_of(kind)] = false;
+}
+
+// Until then the slave may be taking bytes from the socket.
+void wait_until_unused(const Client& client) {
+  while (client.users.load(std::memory_order_acquire) != 0) platform::sleep_ms(0);
 }
 
 // Takes the client out of both trees; it waits for nothing any more.
@@ -113,8 +119,7 @@ int import(kiv_bigbox* big, std::int32_t socket, Kind kind, SetHandlers set) {
       Peer peer;
       return ask_for_peer(socket, peer) && add_client(live, socket, peer, kind, set) ? 1 : 0;
     }
-    stop_wait(*client, kind);
-    if (!start_wait(live, *client, kind)) return 0;
+    if (!client->waits_for[index_of(kind)] && !start_wait(live, *client, kind)) return 0;
     set(*client);
     return 1;
   });
@@ -126,6 +131,7 @@ int stop_waiting(kiv_bigbox* big, std::int32_t socket, Kind kind, ClearHandlers 
     Client* client = find_client(live, socket);
     if (client == nullptr) return 0;
     stop_wait(*client, kind);
+    wait_until_unused(*client);
     clear(*client);
     if (!client->waits_for[0] && !client->waits_for[1]) {
       forget(live, client);
@@ -146,9 +152,10 @@ Client* use_client(kiv_bigbox* big, std::int32_t socket) {
 }  // namespace
 
 void release_client(Client* client) {
-  // Imported sockets have no entry in the box, so that this closes nothing.
-  kiv_box_DeleteSock(client->slave_box, client->socket);
-  while (client->users.load(std::memory_order_acquire) != 0) platform::sleep_ms(0);
+  // Not more than the client began: the socket may also be one of the slave's own.
+  stop_wait(*client, Kind::read);
+  stop_wait(*client, Kind::write);
+  wait_until_unused(*client);
   _zu_free(client);
 }
 
@@ -160,6 +167,7 @@ using namespace kiv::event;
 int KIV_CALL kiv_bigbox_accept(kiv_bigbox* big, std::int32_t socket, const char* peer_ip,
                                std::uint16_t peer_port, zu_box_read_fn on_read, void* read_arg,
                                zu_box_socket_fn on_close, void* close_arg) KIV_NOEXCEPT {
+  if (socket < 1) return 0;
   return on_live_bigbox(big, 0, [=](kiv_bigbox& live) {
     Peer peer;
     if (peer_ip != nullptr) {

@@ -8,12 +8,19 @@
 namespace kiv::protocol {
 namespace {
 
-// Is the parameter in the text? What was received behind a zero byte is not, and edits beside it
-// can leave offsets that mean nothing.
+// Is the parameter in the text? What was received behind a zero byte is not, and its offsets mean
+// nothing, also when the text has grown over them.
 bool is_in_text(const kiv_proto& packet, std::int32_t i) {
-  return 0 <= packet.name_starts[i] && packet.name_starts[i] <= packet.value_starts[i] &&
-         packet.value_starts[i] <= packet.value_ends[i] &&
-         packet.value_ends[i] < packet.packet_length - 1;
+  const std::int32_t name = packet.name_starts[i];
+  const std::int32_t value = packet.value_starts[i];
+  const std::int32_t end = packet.value_ends[i];
+  const std::int32_t length = text_length(packet.names[i]);
+  if (name < 0 || name + length >= value || value > end || end >= packet.packet_length - 1) {
+    return false;
+  }
+  return std::memcmp(packet.packet + name, packet.names[i], static_cast<std::size_t>(length)) ==
+             0 &&
+         packet.packet[value - 1] == '"' && packet.packet[end] == '"';
 }
 
 // Replaces a part of the text, which grows by `growth`.

@@ -489,10 +489,12 @@ KIV_API void KIV_CALL kivx_ThreadBox_destroy(kiv_box* box) KIV_NOEXCEPT;
  *   if (kiv_box_AcceptTcpClient(master, socket, NULL, NULL, NULL, NULL) > 0)
  *     kiv_box_DeleteSock(master, socket);
  *
- * Close it only after that. A close callback repeats in every turn of the loop, and holds up the
+ * Close it only after that, and leave it non-blocking while it is a client. A close callback repeats in every turn of the loop, and holds up the
  * lower sockets of its slave, until the socket is deleted.
  *
  * A box waits for at most 1022 clients, so a big box of n slaves has room for 1022 * n.
+ *
+ * Free big boxes before kiv_Shutdown: their threads run on behind it, and nothing reaches them.
  *
  * What the functions share: every call checks the handle, from any thread, and a handle that is
  * not a live big box gives the failure value and does nothing. They may be called with the object
@@ -556,8 +558,8 @@ KIV_API kiv_box* KIV_CALL kiv_bigbox_GetMasterBox(kiv_bigbox* big) KIV_NOEXCEPT;
 KIV_API int KIV_CALL kiv_bigbox_GetSockIP(kiv_bigbox* big, int32_t socket, char* text, int32_t size,
                                           uint16_t* port) KIV_NOEXCEPT;
 
-/* For callbacks on a slave's thread: the socket whose callback is running, and the slave's box.
- * 0 or NULL outside of a socket's callback, and on any other thread. */
+/* For callbacks on a slave's thread, timers included: the socket whose callback is running, 0
+ * outside of a socket's callback, and the slave's box. 0 or NULL on any other thread. */
 KIV_API int32_t KIV_CALL kiv_bigbox_InvokeClientID(kiv_bigbox* big) KIV_NOEXCEPT;
 KIV_API kiv_box* KIV_CALL kiv_bigbox_InvokeSlaveBox(kiv_bigbox* big) KIV_NOEXCEPT;
 

@@ -160,6 +160,31 @@ TEST(BigBox, TakesSocketsInAndGivesThemBack) {
   EXPECT_TRUE(far.send("x"));
   done[1].get_future().wait();
 
+  // Either kind keeps the client; a timer of the slave knows its box.
+  Recorder ignored;
+  EXPECT_EQ(kivx_bigbox_import_ForWrite(big, id, on_writable, &ignored), 1);
+  EXPECT_EQ(kivx_bigbox_export_ForRead(big, id) + kiv_bigbox_nnodes(big), 2);
+  EXPECT_EQ(kivx_bigbox_export_ForWrite(big, id) + kiv_bigbox_nnodes(big), 1);
+  std::promise<kiv_box*> invoked;
+  Recorder timer;
+  timer.then = [&](const Event&) {
+    EXPECT_EQ(kiv_bigbox_InvokeClientID(big), 0);
+    invoked.set_value(kiv_bigbox_InvokeSlaveBox(big));
+  };
+  kiv_box_NewOnceTimer(slave, 1, on_timer, &timer);
+  EXPECT_EQ(invoked.get_future().get(), slave);
+  // A socket of the slave's own outlives its time as a client, and is still the slave's.
+  std::promise<void> read_by_slave;
+  Recorder own;
+  own.then = [&](const Event&) { read_by_slave.set_value(); };
+  EXPECT_GT(kiv_box_AcceptTcpClient(slave, id, on_read, &own, nullptr, nullptr), 0);
+  EXPECT_EQ(kivx_bigbox_import_ForWrite(big, id, on_writable, &ignored), 1);
+  EXPECT_EQ(kiv_bigbox_GetSlaveBox(big, id), slave);
+  kiv_bigbox_DeleteSock(big, id);
+  EXPECT_TRUE(far.send("x"));
+  read_by_slave.get_future().wait();
+  kivx_box_ExportSockId(slave, id);
+
   const Socket listener = tcp_listener();
   const auto listen = [&](zu_box_accept_fn callback, Recorder& who) {
     return kivx_bigbox_import_ForListen(big, listener.id(), callback, &who);

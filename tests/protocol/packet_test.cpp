@@ -81,6 +81,11 @@ TEST_F(Packets, WorkedExampleByteForByte) {
     EXPECT_EQ(kiv_proto_GetNext(packet, name, 3, value, 3), 1);
     EXPECT_EQ(name + ":"s + value, "us:a\"");
   }
+  char command[8];
+  EXPECT_EQ(kiv_proto_CheckPacket(nullptr, kWorked.data(), 31), 1);
+  EXPECT_EQ(kiv_proto_GetCmd(packet, command, 4) + kiv_proto_GetPara(packet, "user", value, 3), 2);
+  EXPECT_EQ(command + ":"s + value, "log:a\"");
+  EXPECT_EQ(kiv_proto_GetPara(packet, "user", value, 0), 0);
   kiv_proto* clone = kiv_proto_clone(packet);
   kiv_proto_PackCmd(packet, "gone");
   EXPECT_EQ(stored(clone), "login user=a\"b pass=x");
@@ -128,8 +133,9 @@ TEST_F(Packets, RefusalsAndTheirLines) {
     parse(kWorked);
     EXPECT_EQ(printed_by([&] { EXPECT_EQ(parse(bytes), 0) << c.bytes; }), c.line + c.item);
     EXPECT_EQ(text() + stored(), "(none)");
-    EXPECT_EQ(printed_by([&] { kiv_proto_CheckPacket(nullptr, bytes.data(), length); }),
-              c.line + checked.at(c.item));
+    EXPECT_EQ(
+        printed_by([&] { EXPECT_EQ(kiv_proto_CheckPacket(nullptr, bytes.data(), length), 0); }),
+        c.line + checked.at(c.item));
   }
   EXPECT_EQ(printed_by([&] { parse("a"); }), "warn: packet tail error[a]!\n");
   EXPECT_EQ(parse("a " + std::string(10239, '\0')), 0) << "10241 bytes";
@@ -257,6 +263,14 @@ TEST_F(Packets, WhatEditsLeaveBehind) {
   EXPECT_EQ(kiv_proto_ModifyPara(packet, "a", "3") + kiv_proto_DeletePara(packet, "b"), 0);
   EXPECT_EQ(kiv_proto_PackPara(packet, "e", "5"), 1);
   EXPECT_EQ(text(), "c\r\ne=\"5\"\r\n\0"s) << "the name does not join the command";
+  EXPECT_EQ(kiv_proto_ModifyPara(packet, "a", "3") + kiv_proto_DeletePara(packet, "b"), 0)
+      << "also where the text has grown over them";
+  for (const auto& [mode, space] :
+       std::map<int, std::string>{{0, "\n"}, {2, ";"}, {4, " "}, {8, "&"}}) {
+    EXPECT_EQ(kivx_proto_SetSpace(mode), 1);
+    pack("c", {{"a", "1"}});
+    EXPECT_EQ(text(), "c" + space + "a=\"1\"" + space + '\0');
+  }
 }
 
 TEST_F(Packets, CustomDataOfEveryLength) {
