@@ -1,5 +1,6 @@
 /* HTTP: URIs, a table model of message heads, stream filters that cut a connection's bytes into
- * messages, a server over a box, the text encodings they share, and forms.
+ * messages, a server over a box, a tunnel through a proxy, the text encodings they share, and
+ * forms.
  *
  * Smallest use, a server that answers every request:
  *
@@ -16,8 +17,8 @@
  *   }
  *   kiv_http_server_attach(box, kiv_http_server_make(), 8080, on_accept, box);
  *
- * Threads: a URI, a table, a filter or a form belongs to one thread at a time. Server operations
- * may be called from any thread. The encodings hold no state.
+ * Threads: a URI, a table, a filter or a form belongs to one thread at a time. Operations of a
+ * server or a tunnel may be called from any thread. The encodings hold no state.
  */
 #ifndef KIV_BASE_HTTP_H
 #define KIV_BASE_HTTP_H
@@ -29,6 +30,7 @@
 typedef struct kiv_http_table kiv_http_table;
 typedef struct kiv_http_filter kiv_http_filter;
 typedef struct kiv_http_server kiv_http_server;
+typedef struct kiv_proxy_http kiv_proxy_http;
 typedef struct zu_cgi zu_cgi;
 
 /* ---- URIs ------------------------------------------------------------------------------------
@@ -435,6 +437,53 @@ KIV_API int32_t KIV_CALL kiv_http_server_NumClients(kiv_http_server* server) KIV
 /* Stops listening, closes all clients without their close callbacks, and frees the server. 0 for
  * NULL or an unknown server. */
 KIV_API int KIV_CALL kiv_http_server_free(kiv_http_server* server) KIV_NOEXCEPT;
+
+/* ---- Tunnel through a proxy ------------------------------------------------------------------
+ *
+ * A tunnel connects to an HTTP proxy, asks it by CONNECT for a connection to a target host and
+ * port, and from then on passes on every byte that comes. The application writes into it on the
+ * same socket:
+ *
+ *   static void KIV_CALL on_ready(void* box, int32_t socket) {
+ *     kiv_box_TcpWrite(box, socket, greeting, greeting_length);
+ *   }
+ *   kiv_proxy_http* tunnel = kiv_proxy_http_make();
+ *   kiv_proxy_http_attach(box, tunnel, "proxy.example", 3128, NULL, NULL, "host.example", 22,
+ *                         on_ready, box, on_failure, box, on_data, box, on_close, box);
+ *
+ * Callbacks run on the box's thread with no lock held; they may free the tunnel or attach it again.
+ * One that is about to run when another thread does that may still run to its end. Each may be
+ * NULL. A tunnel outlives its connection until it is freed, which closes the socket; free it
+ * before its box, or at once after.
+ */
+
+/* Ready: the proxy accepted. Failure: no connection, no accepted answer within 15 s, an answer
+ * other than 200 or one of 1024 bytes and more; the socket is only a number then. Close: the
+ * connection ended, perhaps before the tunnel was ready. */
+typedef void(KIV_CALL* kiv_proxy_http_socket_fn)(void* user, int32_t socket);
+
+/* Bytes of the tunnel, valid during the call, at most 5120 of them. */
+typedef void(KIV_CALL* kiv_proxy_http_data_fn)(void* user, int32_t socket, const char* data,
+                                               int32_t length);
+
+/* A tunnel without a connection, or NULL. */
+KIV_API kiv_proxy_http* KIV_CALL kiv_proxy_http_make(void) KIV_NOEXCEPT;
+
+/* Starts to connect to the proxy, whose name is looked up here and blocks the caller with no lock
+ * held. 1; 0 for a missing argument, an unknown tunnel or host, or when there is no socket or
+ * timer: no callback follows then. Ports 0 to 2 of a proxy are refused. The first 128 bytes of
+ * host names and 64 of user name and password are used; with a user name, which may be NULL or
+ * empty, the request carries Basic authorisation. Nothing is checked or quoted: a CR LF in the
+ * target host goes out as it is. Attaching again first releases the earlier connection. */
+KIV_API int KIV_CALL kiv_proxy_http_attach(
+    kiv_box* box, kiv_proxy_http* tunnel, const char* proxy_host, uint16_t proxy_port,
+    const char* user, const char* password, const char* target_host, uint16_t target_port,
+    kiv_proxy_http_socket_fn on_ready, void* ready_user, kiv_proxy_http_socket_fn on_failure,
+    void* failure_user, kiv_proxy_http_data_fn on_data, void* data_user,
+    kiv_proxy_http_socket_fn on_close, void* close_user) KIV_NOEXCEPT;
+
+/* Closes the connection, without a callback, and frees the tunnel. 0 for NULL or an unknown one. */
+KIV_API int KIV_CALL kiv_proxy_http_free(kiv_proxy_http* tunnel) KIV_NOEXCEPT;
 
 /* ---- Text encodings -------------------------------------------------------------------------- */
 

@@ -1,16 +1,7 @@
 // The HTTP server over real connections.
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <condition_variable>
-#include <deque>
-#include <future>
-#include <mutex>
 #include <string>
-#include <thread>
 
-#include "kiv_base/base.h"
-#include "kiv_base/http.h"
+#include "tests/http/box_test.h"
 #include "tests/http/stream.h"
 #include "tests/support/sockets.h"
 
@@ -21,23 +12,11 @@ using kiv::test::tcp_connect;
 
 const std::string kEndOfHead = " HTTP/1.1\r\n\r\n";
 
-// A box with its loop on a thread of its own, and a server on it.
-class HttpServer : public testing::Test {
+// A server on a box.
+class HttpServer : public kiv::test::BoxTest {
  protected:
-  HttpServer() {
-    std::promise<kiv_box*> made;
-    loop_ = std::thread([&] {
-      kiv_box* const box = kiv_box_new();
-      made.set_value(box);
-      kiv_box_loop(box);
-    });
-    box_ = made.get_future().get();
-    server_ = kiv_http_server_make();
-    port_ = kiv::test::free_tcp_port();
-  }
   ~HttpServer() override {
-    kiv_box_BreakLoop(box_);
-    loop_.join();  // first: callbacks that still run find their server
+    end_loop();
     kiv_http_server_free(server_);
   }
 
@@ -48,21 +27,6 @@ class HttpServer : public testing::Test {
     Socket client = tcp_connect(port_);
     EXPECT_EQ(next(), "accept 1");
     return client;
-  }
-
-  // What the application saw, in order.
-  void add(const std::string& event) {
-    const std::lock_guard lock(mutex_);
-    events_.push_back(event);
-    more_.notify_all();
-  }
-  std::string next() {
-    std::unique_lock lock(mutex_);
-    more_.wait_for(lock, std::chrono::seconds(20), [&] { return !events_.empty(); });
-    if (events_.empty()) return "(nothing)";
-    const std::string event = events_.front();
-    events_.pop_front();
-    return event;
   }
 
   static void KIV_CALL on_accept(kiv_http_server* server, void* user, std::int32_t socket,
@@ -95,13 +59,8 @@ class HttpServer : public testing::Test {
 
   static std::string get(const char* path) { return "GET " + (path + kEndOfHead); }
 
-  std::mutex mutex_;
-  std::condition_variable more_;
-  std::deque<std::string> events_;
-  std::thread loop_;
-  kiv_box* box_ = nullptr;
-  kiv_http_server* server_ = nullptr;
-  std::uint16_t port_ = 0;
+  kiv_http_server* server_ = kiv_http_server_make();
+  std::uint16_t port_ = kiv::test::free_tcp_port();
   bool serve_ = true, free_on_accept_ = false, delete_on_close_ = true;
 };
 

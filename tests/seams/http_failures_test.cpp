@@ -5,7 +5,9 @@
 
 #include "kiv_base/base.h"
 #include "kiv_base/http.h"
+#include "tests/seams/clock_seam.h"
 #include "tests/seams/heap_seam.h"
+#include "tests/support/sockets.h"
 #include "tests/support/stdout_capture.h"
 
 namespace {
@@ -77,6 +79,75 @@ TEST(HttpFailures, UrisAndForms) {
     zu_cgi* cgi = zu_cgi_malloc("a=1&b=2", 7);
     EXPECT_EQ(zu_cgi_FormString(cgi, "b", nullptr, 0), cgi != nullptr ? 1 : 0);
     zu_cgi_free(cgi);
+  });
+}
+
+// A peer that answers as soon as it is connected to, or never; and the box that talks to it until
+// something has come of it.
+struct Exchange {
+  explicit Exchange(const std::string& text) : answer(text) {
+    if (answer.empty()) return;
+    if (kivx_box_ImportSockId_ForRead(box, listener.id(), accept, this) == 0) listener.close();
+  }
+  static void KIV_CALL accept(void* user) {
+    auto* self = static_cast<Exchange*>(user);
+    kivx_box_ExportSockId_ForRead(self->box, self->listener.id());
+    self->peer = kiv::test::tcp_accept(self->listener);
+    self->peer.send(self->answer);
+  }
+
+  // The loop takes the box with it.
+  void run(int attached) {
+    if (attached == 0) return kiv_box_free(box);
+    if (clock != nullptr) clock->advance_ms(60000);
+    kiv_box_loop(box);
+    EXPECT_NE(log, "");
+  }
+  void end(const char* event) {
+    log += event;
+    kiv_box_BreakLoop(box);
+  }
+  static void KIV_CALL on_timer(void*, void* self, std::int32_t, std::int32_t) {
+    static_cast<Exchange*>(self)->log += "timer ";
+  }
+
+  void tunnel() {
+    kiv_proxy_http* made = kiv_proxy_http_make();
+    const kiv_proxy_http_socket_fn ready = [](void* self, std::int32_t) {
+      static_cast<Exchange*>(self)->end("ready");
+    };
+    const kiv_proxy_http_socket_fn failure = [](void* self, std::int32_t) {
+      static_cast<Exchange*>(self)->end("failure");
+    };
+    run(kiv_proxy_http_attach(box, made, "127.0.0.1", listener.local_port(), "u", "p", "t", 9,
+                              ready, this, failure, this, nullptr, nullptr, nullptr, nullptr));
+    kiv_proxy_http_free(made);
+  }
+
+  std::string answer, log;
+  kiv::test::StoppedClock* clock = nullptr;
+  kiv_box* box = kiv_box_new();
+  kiv::test::Socket listener = kiv::test::tcp_listener(), peer;
+};
+
+TEST(HttpFailures, ATunnelThatCannotBeOpenedLeavesNothing) {
+  kiv_box_free(kiv_box_new());  // the registries stay
+  kiv_proxy_http_free(kiv_proxy_http_make());
+  kiv::test::printed_by([] {
+    EXPECT_SURVIVES_FAILING_ALLOCATIONS(10, [] { Exchange("HTTP/1.1 200 \r\n\r\n").tunnel(); });
+  });
+}
+
+// Between timers that are due just before and just after.
+TEST(HttpFailures, APeerThatNeverAnswersIsGivenUp) {
+  kiv::test::StoppedClock clock;
+  kiv::test::printed_by([&] {
+    Exchange exchange("");
+    kiv_box_NewOnceTimer(exchange.box, 14999, Exchange::on_timer, &exchange);
+    kiv_box_NewOnceTimer(exchange.box, 15001, Exchange::on_timer, &exchange);
+    exchange.clock = &clock;
+    exchange.tunnel();
+    EXPECT_EQ(exchange.log, "timer failure");
   });
 }
 
