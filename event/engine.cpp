@@ -110,7 +110,7 @@ class Loop {
       FdTable& sockets = engine_.sockets;
       const platform::SocketSet& image = sockets.images[index_of(Kind::read)];
       const std::int32_t count = sockets.count_down_to(Kind::read, known_.highest());
-      if (image.count != sockets.total || count > image.count / 2) return false;
+      if (count == 0 || count > image.count / 2 || image.count != sockets.total) return false;
       sockets.begin_pass();
       copy_image(*ready, image, count);
     }
