@@ -62,6 +62,12 @@ bool is_own_thread(const kiv_box& box);
 // until its keep-alive.
 void send_wake(kiv_box& box, const Wake& wake);
 
+// The wait for sockets that the loop is in on another thread, 0 when in none; and returning once a
+// wait has ended, for a caller who has woken the loop since. As long as a wait goes on, the system
+// keeps the sockets in it that are closed meanwhile, and their ports.
+std::uint32_t current_wait(kiv_box* box);
+void outlast(kiv_box* box, std::uint32_t wait);
+
 // Runs op(box) with the lock held when the handle is a live box, and wakes its loop. The wake goes
 // out after the lock is released: the loop would run into it at once.
 template <typename Result, typename Operation>

@@ -158,9 +158,11 @@ class Loop {
     if (timeout != nullptr) {
       timeout_us = std::int64_t{timeout->seconds} * kMicrosecondsPerSecond + timeout->microseconds;
     }
+    ++engine_.waits;
     const std::int32_t ready =
         platform::wait_ready(engine_.ready[0], engine_.ready[1], engine_.ready[2],
                              timeout != nullptr ? &timeout_us : nullptr);
+    ++engine_.waits;
     if (ready > 0) return Wait::ready;
     if (ready == 0) return Wait::timed_out;
     return platform::last_error() == platform::kNotASocket ? Wait::dead_socket : Wait::failed;

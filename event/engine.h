@@ -21,7 +21,8 @@ struct Engine {
   platform::SocketSet work[3];              // what a wait gave, by Kind
   platform::SocketSet* ready[3] = {};       // null: no registration of that kind in this pass
   Moment timeout;
-  Moment* timeout_or_null = nullptr;  // null: no timer
+  Moment* timeout_or_null = nullptr;    // null: no timer
+  std::atomic<std::uint32_t> waits{0};  // begun and ended: odd during a wait for sockets
 
   // Starts the network. Null without memory.
   static Engine* make() noexcept;

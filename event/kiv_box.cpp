@@ -4,6 +4,7 @@
 #include <type_traits>
 
 #include "base/owned.h"
+#include "event/box_records.h"
 #include "event/box_registry.h"
 #include "platform/clock.h"
 #include "platform/thread.h"
@@ -124,6 +125,17 @@ void send_wake(kiv_box& box, const Wake& wake) {
   zu_box_sock_UdpWriteByIp(box.raw, box.send_socket, wake.payload, wake.length, kLoopback,
                            static_cast<std::uint16_t>(box.wake_port));
   --box.wakers;
+}
+
+std::uint32_t current_wait(kiv_box* box) {
+  return on_live_box(box, 0U, kNoWake, [](kiv_box& live) {
+    const std::uint32_t waits = is_own_thread(live) ? 0 : live.raw->engine->waits.load();
+    return waits % 2 != 0 ? waits : 0;
+  });
+}
+
+void outlast(kiv_box* box, std::uint32_t wait) {
+  while (wait != 0 && current_wait(box) == wait) platform::sleep_ms(0);
 }
 
 }  // namespace kiv::event

@@ -2,6 +2,7 @@
 #include "protocol/uvs.h"
 
 #include "base/owned.h"
+#include "event/box_registry.h"
 
 namespace kiv::protocol::uv {
 namespace {
@@ -24,7 +25,9 @@ enum class Ownership { own, given };
 void release(kiv_uvs& server) {
   if (server.keep_alive_timer > 0) kiv_box_DeleteTimer(server.link.box, server.keep_alive_timer);
   server.keep_alive_timer = 0;
+  const std::uint32_t wait = server.link.socket > 0 ? event::current_wait(server.link.box) : 0;
   server.link.close();
+  event::outlast(server.link.box, wait);  // now its port is free
   free_tables(server);
 }
 

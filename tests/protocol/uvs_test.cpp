@@ -29,8 +29,8 @@ struct UvServer : testing::Test {
   }
 
   LoopingBox box;
-  Server server;
   const Socket near = udp_socket(), other = udp_socket();
+  Server server;  // after them: its port is another
 };
 
 TEST_F(UvServer, KnowsItsClientsByAddressPortAndSession) {
