@@ -35,6 +35,10 @@ inline constexpr std::uint32_t kConnectTimeoutMs = 4000;
 inline constexpr std::uint32_t kKeepAliveMs = 2000;
 inline constexpr std::uint32_t kLivenessMs = 10000;
 
+// Datagrams that one turn of a loop reads as long as there is nothing to tell: a turn costs more
+// than a datagram, and garbage crowds out the peer's where the reading falls behind.
+inline constexpr int kBatch = 32;
+
 inline constexpr std::int32_t kSocketBuffer = 0x80000;
 
 // An application callback with its argument.

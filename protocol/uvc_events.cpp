@@ -138,14 +138,15 @@ News take(kiv_uvc& client) {
 void KIV_CALL serve_client(void* argument) {
   auto* const client = static_cast<kiv_uvc*>(argument);
   LockedClient locked(client);
-  if (!locked) return;
   zu_sock_peer from;
-  const std::int32_t length = client->link.receive(client->received, from);
-  if (length < 0) return;
-  client->received_length = length;
-  const News news = take(*client);
-  if (client->state == ClientState::connected && client->keep_alive_pace.is_overdue(kKeepAliveMs)) {
-    keep_alive(*client);
+  News news = News::none;
+  for (int i = 0; locked && i < kBatch && news == News::none; ++i) {
+    client->received_length = client->link.receive(client->received, from);
+    if (client->received_length < 0) return;
+    news = take(*client);
+    if (news == News::foreign && client->on_foreign.function == nullptr) news = News::none;
+    const bool connected = client->state == ClientState::connected;
+    if (connected && client->keep_alive_pace.is_overdue(kKeepAliveMs)) keep_alive(*client);
   }
   switch (news) {
     case News::none:

@@ -128,14 +128,17 @@ void keep_alive(kiv_uvs& server) {
 void KIV_CALL serve_peers(void* argument) {
   auto* const server = static_cast<kiv_uvs*>(argument);
   LockedServer locked(server);
-  if (!locked) return;
   zu_sock_peer from;
-  const std::int32_t length = server->link.receive(server->received, from);
-  if (length < 0) return;
-  server->received_length = length;
-  Peer* peer = find_by_address(*server, from);
-  const News news = take(*server, from, peer);
-  if (server->keep_alive_pace.is_overdue(kKeepAliveMs)) keep_alive(*server);
+  Peer* peer = nullptr;
+  News news = News::none;
+  for (int i = 0; locked && i < kBatch && news == News::none; ++i) {
+    server->received_length = server->link.receive(server->received, from);
+    if (server->received_length < 0) return;
+    peer = find_by_address(*server, from);
+    news = take(*server, from, peer);
+    if (news == News::foreign && server->on_foreign == nullptr) news = News::none;
+    if (server->keep_alive_pace.is_overdue(kKeepAliveMs)) keep_alive(*server);
+  }
   switch (news) {
     case News::none:
       return;
