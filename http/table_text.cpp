@@ -6,8 +6,6 @@
 namespace kiv::http {
 namespace {
 
-constexpr std::size_t kFirstSize = 5120;
-
 bool set_form_fields(kiv_http_table* table) {
   char length[16];
   std::snprintf(length, sizeof length, "%d", static_cast<int>(kiv_http_table_GetFormStrLen(table)));
@@ -50,7 +48,7 @@ char* KIV_CALL kiv_http_table_GetHeaderStr(kiv_http_table* table) KIV_NOEXCEPT {
   }
   // deliberate: the default goes into the table too; callers read it back from there.
   if (table->version == nullptr && !replace_text(table->version, "HTTP/1.1", 8)) return nullptr;
-  TextBuffer out(kFirstSize);
+  TextBuffer out;
   put_start_line(out, *table);
   for (zu_list* node = table->fields; node != nullptr; node = node->next) {
     const auto* field = static_cast<const Field*>(node->data);
@@ -65,7 +63,7 @@ char* KIV_CALL kiv_http_table_GetHeaderStr(kiv_http_table* table) KIV_NOEXCEPT {
 
 char* KIV_CALL kiv_http_table_GetFormStr(kiv_http_table* table) KIV_NOEXCEPT {
   if (table == nullptr || table->forms == nullptr) return nullptr;
-  TextBuffer out(kFirstSize);
+  TextBuffer out;
   for (zu_list* node = table->forms; node != nullptr; node = node->next) {
     const auto* form = static_cast<const Form*>(node->data);
     out.put(form->name);

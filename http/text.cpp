@@ -29,35 +29,28 @@ std::int32_t leading_int32(const char* text) noexcept {
       std::clamp(leading_number(text), std::int64_t{INT32_MIN}, std::int64_t{INT32_MAX}));
 }
 
-TextBuffer::TextBuffer(std::size_t first_size) noexcept
-    : text_(OwnedText::allocate(first_size)), size_(first_size) {}
-
-char* TextBuffer::extend(std::size_t length) noexcept {
-  if (!reserve(length)) return nullptr;
-  char* const room = text_.get() + length_;
-  length_ += length;
-  return room;
-}
-
 char* TextBuffer::release() noexcept {
-  if (!reserve(0)) return nullptr;
+  if (text_ == nullptr) return nullptr;
+  if (!heap_) return copy_text(first_, length_).release();
   text_[length_] = '\0';
-  return text_.release();
+  return heap_.release();
 }
 
-bool TextBuffer::reserve(std::size_t more) noexcept {
-  if (!text_) return false;
-  const std::size_t needed = length_ + more + 1;
-  if (needed <= size_) return true;
-  const std::size_t size = std::max(needed, size_ * 2);
+bool TextBuffer::grow(std::size_t more) noexcept {
+  if (text_ == nullptr) return false;
+  const std::size_t size = std::max(length_ + more + 1, size_ * 2);
   void* const grown =
-      size > INT32_MAX ? nullptr : _zu_realloc(text_.get(), static_cast<std::uint32_t>(size));
+      size > INT32_MAX ? nullptr : _zu_realloc(heap_.get(), static_cast<std::uint32_t>(size));
   if (grown == nullptr) {
-    text_.reset();
+    heap_.reset();
+    text_ = nullptr;
+    size_ = length_ = 0;
     return false;
   }
-  (void)text_.release();
-  text_.reset(static_cast<char*>(grown));
+  if (!heap_) std::memcpy(grown, first_, length_);
+  (void)heap_.release();
+  heap_.reset(static_cast<char*>(grown));
+  text_ = heap_.get();
   size_ = size;
   return true;
 }

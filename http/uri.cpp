@@ -31,14 +31,17 @@ constexpr DefaultPort kDefaultPorts[] = {
     {"rtsp", 554}, {"wais", 210},  {"z39.50r", 210}, {"z39.50s", 210}, {"prospero", 191},
     {"nfs", 2049}, {"tip", 3372},  {"acap", 674},    {"telnet", 23},   {"ssh", 22}};
 
-// Copies a part, which may have escapes decoded. A back-slash is a slash, a decoded one is not.
-OwnedText component(std::string_view part, bool decode) noexcept {
+enum class Copy { kAsIs, kKeepEscapes, kDecode };
+
+// A back-slash in the part is a slash, a decoded one is not.
+OwnedText component(std::string_view part, Copy how) noexcept {
+  if (how == Copy::kAsIs) return copy_text(part.data(), part.size());
   auto text = OwnedText::allocate(part.size() + 1);
   if (!text) return text;
   char* out = text.get();
   for (std::size_t i = 0; i < part.size(); ++i) {
     char c = part[i] == '\\' ? '/' : part[i];
-    if (c == '%' && decode) {
+    if (c == '%' && how == Copy::kDecode) {
       c = static_cast<char>(base::hex_value(part[i + 1]) * 16 + base::hex_value(part[i + 2]));
       i += 2;
     }
@@ -49,9 +52,9 @@ OwnedText component(std::string_view part, bool decode) noexcept {
 }
 
 // False when memory runs out; a part that is not there leaves null.
-bool set(char*& slot, std::string_view part, bool decode) noexcept {
+bool set(char*& slot, std::string_view part, Copy how) noexcept {
   if (part.data() == nullptr) return true;
-  slot = component(part, decode).release();
+  slot = component(part, how).release();
   return slot != nullptr;
 }
 
@@ -62,9 +65,9 @@ void set_port(kiv_uri& uri, std::int32_t port) noexcept {
   *std::to_chars(uri.port_string, end, uri.port).ptr = '\0';
 }
 
-bool set_path(kiv_uri& uri, std::string_view path, bool decode) noexcept {
+bool set_path(kiv_uri& uri, std::string_view path, Copy how) noexcept {
   if (path.data() == nullptr && uri.host != nullptr) path = "/";
-  if (!set(uri.path, path, decode)) return false;
+  if (!set(uri.path, path, how)) return false;
   if (uri.path == nullptr) return true;
   kiv_uri_NormalizeURIPath(uri.path);
   uri.path_raw = escaped(uri.path, kPlainInPath).release();
@@ -89,12 +92,13 @@ OwnedUri make_uri(const UriParts& parts, std::int32_t flags) noexcept {
   OwnedUri uri(base::Owned<kiv_uri>::allocate_zeroed().release());
   if (!uri) return nullptr;
   uri->flags = flags;
-  const bool decode = (flags & KIV_URI_RAW) == 0;
-  if (!set(uri->scheme, parts.scheme, false) || !set(uri->opaque, parts.opaque, decode) ||
-      !set(uri->authority, parts.authority, false) || !set(uri->host, parts.host, false) ||
-      !set(uri->user, parts.user, decode) || !set_path(*uri, parts.path, decode) ||
-      !set(uri->query, parts.query, decode) || !set(uri->query_raw, parts.query, false) ||
-      !set(uri->fragment, parts.fragment, decode)) {
+  const Copy written = parts.plain ? Copy::kAsIs : Copy::kKeepEscapes;
+  const Copy decoded = parts.plain || (flags & KIV_URI_RAW) != 0 ? written : Copy::kDecode;
+  if (!set(uri->scheme, parts.scheme, Copy::kAsIs) || !set(uri->opaque, parts.opaque, decoded) ||
+      !set(uri->authority, parts.authority, Copy::kAsIs) ||
+      !set(uri->host, parts.host, Copy::kAsIs) || !set(uri->user, parts.user, decoded) ||
+      !set_path(*uri, parts.path, decoded) || !set(uri->query, parts.query, decoded) ||
+      !set(uri->query_raw, parts.query, written) || !set(uri->fragment, parts.fragment, decoded)) {
     return nullptr;
   }
   set_port(*uri, parts.port);

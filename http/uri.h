@@ -17,6 +17,7 @@ using OwnedUri = std::unique_ptr<kiv_uri, FreedBy<kiv_uri_free>>;
 struct UriParts {
   std::string_view scheme, opaque, authority, user, host, path, query, fragment;
   std::int32_t port = 0;
+  bool plain = true;  // no back-slash and no escape in any of them
 };
 
 // False for what is no URI reference. Flags as in kiv_uri.

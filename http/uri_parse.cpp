@@ -1,5 +1,6 @@
 // The URI grammar. Nothing is copied or allocated here.
 #include <algorithm>
+#include <cstring>
 
 #include "base/text.h"
 #include "http/uri.h"
@@ -37,7 +38,9 @@ class UriReader {
   UriReader(const char* text, std::int32_t flags, UriParts& parts)
       : at_(text),
         query_set_((flags & KIV_URI_UNWISE) != 0 ? kUriQuery | kUriUnwise : unsigned{kUriQuery}),
-        parts_(parts) {}
+        parts_(parts) {
+    parts_.plain = std::strchr(text, '\\') == nullptr;
+  }
 
   bool read() {
     skip_blanks();
@@ -58,6 +61,7 @@ class UriReader {
       if (is_in(*at_, set)) {
         ++at_;
       } else if (is_escape(at_)) {
+        parts_.plain = false;
         at_ += 3;
       } else {
         return since(start);

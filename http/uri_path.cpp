@@ -18,7 +18,7 @@ class PathFolder {
   void fold() {
     for (char* at = root_; *at != '\0';) {
       char* const segment = at;
-      at += std::strcspn(at, "/");
+      while (*at != '/' && *at != '\0') ++at;
       const auto length = static_cast<std::size_t>(at - segment);
       if (*at == '/') ++at;
       take(segment, length, at);
@@ -38,7 +38,7 @@ class PathFolder {
         return;
       }
     }
-    std::memmove(end_, segment, static_cast<std::size_t>(next - segment));
+    if (end_ != segment) std::memmove(end_, segment, static_cast<std::size_t>(next - segment));
     end_ += next - segment;
   }
 

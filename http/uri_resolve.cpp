@@ -30,7 +30,7 @@ OwnedText joined_path(const kiv_uri& reference, const kiv_uri& base) noexcept {
   const std::string_view from = base.path == nullptr ? "" : base.path;
   const std::string_view folder = from.substr(0, from.rfind('/') + 1);
   const bool slash = folder.empty() && (base.scheme != nullptr || has_server(base));
-  TextBuffer path(folder.size() + std::strlen(reference.path) + 2);
+  TextBuffer path;
   if (slash) path.put("/");
   path.put(folder);
   path.put(reference.path);
@@ -88,7 +88,7 @@ char* relative_path(std::string_view to, std::string_view from) noexcept {
   const auto ends = std::mismatch(to.begin(), to.end(), from.begin(), from.end());
   const auto alike = static_cast<std::size_t>(ends.first - to.begin());
   const std::size_t shared = to.substr(0, alike).rfind('/') + 1;
-  TextBuffer out(to.size() + from.size() + 1);
+  TextBuffer out;
   const auto ups = std::count(from.begin() + static_cast<std::ptrdiff_t>(shared), from.end(), '/');
   for (auto i = ups; i > 0; --i) out.put("../");
   put_escaped(out, to.substr(shared), kPlainInRelative);

@@ -1,4 +1,5 @@
 // URI records as text.
+#include <charconv>
 #include <cstdio>
 
 #include "http/uri.h"
@@ -7,13 +8,12 @@
 namespace kiv::http {
 namespace {
 
-constexpr std::size_t kFirstSize = 2048;
-
 void put_port(TextBuffer& out, const kiv_uri& uri) {
   if (uri.port < 1 || uri.port == default_port(uri.scheme)) return;
-  char text[16];
-  const int length = std::snprintf(text, sizeof text, ":%d", static_cast<int>(uri.port));
-  out.put(text, static_cast<std::size_t>(length));
+  char text[12];
+  const char* const end = std::to_chars(text, text + sizeof text, uri.port).ptr;
+  out.put(":");
+  out.put(text, static_cast<std::size_t>(end - text));
 }
 
 void put_server(TextBuffer& out, const kiv_uri& uri) {
@@ -54,7 +54,7 @@ using namespace kiv::http;
 
 char* KIV_CALL kiv_uri_GetURIString(const kiv_uri* uri) KIV_NOEXCEPT {
   if (uri == nullptr) return nullptr;
-  TextBuffer out(kFirstSize);
+  TextBuffer out;
   if (uri->scheme != nullptr) {
     out.put(uri->scheme);
     out.put(":");
@@ -75,7 +75,7 @@ char* KIV_CALL kiv_uri_GetURIString(const kiv_uri* uri) KIV_NOEXCEPT {
 
 char* KIV_CALL kiv_uri_GetURIRequest(const kiv_uri* uri) KIV_NOEXCEPT {
   if (uri == nullptr) return nullptr;
-  TextBuffer out(kFirstSize);
+  TextBuffer out;
   if (uri->path_raw != nullptr) out.put(uri->path_raw);
   if (uri->query_raw != nullptr) {
     out.put("?");

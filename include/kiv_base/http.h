@@ -46,7 +46,7 @@ typedef struct zu_cgi zu_cgi;
  * - A host is labels of letters, digits and inner "-", the last label beginning with a letter, or
  *   one to four numbers with dots between them. An IPv6 literal in brackets is accepted and
  *   dropped: there is no host then, and no path unless the text has one.
- * - The path of "http://h/.." is empty, not "/".
+ * - The path of "http://h/.." is empty, not "/", so "http://h/..#f" prints as "http://h#f".
  * - An escaped zero byte ("%00") ends the decoded text it is in.
  *
  * Texts handed out as new are freed with _zu_free.
