@@ -20,11 +20,12 @@ extern "C" void on_signal(int) {
 
 // A signal can break into any step of the loop's own thread, so that the box is told by another
 // one, which also wakes the loop.
-void run_until_signal(kiv_box* box) {
+void run_until_signal(kiv_box* box, const std::function<void()>& farewell) {
   std::signal(SIGINT, on_signal);
   std::signal(SIGTERM, on_signal);
-  std::thread breaker([box] {
+  std::thread breaker([box, &farewell] {
     stop.wait(kRunning);
+    if (stop == kAsked && farewell) farewell();
     kiv_box_BreakLoop(box);
   });
   kiv_box_loop(box);
