@@ -1,6 +1,6 @@
 /* HTTP: URIs, a table model of message heads, stream filters that cut a connection's bytes into
- * messages, a server over a box, a tunnel through a proxy, the text encodings they share, and
- * forms.
+ * messages, a client and a server over a box, a tunnel through a proxy, the text encodings they
+ * share, and forms.
  *
  * Smallest use, a server that answers every request:
  *
@@ -18,7 +18,8 @@
  *   kiv_http_server_attach(box, kiv_http_server_make(), 8080, on_accept, box);
  *
  * Threads: a URI, a table, a filter or a form belongs to one thread at a time. Operations of a
- * server or a tunnel may be called from any thread. The encodings hold no state.
+ * client's request, a server or a tunnel may be called from any thread. The encodings hold no
+ * state.
  */
 #ifndef KIV_BASE_HTTP_H
 #define KIV_BASE_HTTP_H
@@ -29,6 +30,7 @@
 
 typedef struct kiv_http_table kiv_http_table;
 typedef struct kiv_http_filter kiv_http_filter;
+typedef struct kiv_http_request kiv_http_request;
 typedef struct kiv_http_server kiv_http_server;
 typedef struct kiv_proxy_http kiv_proxy_http;
 typedef struct zu_cgi zu_cgi;
@@ -374,6 +376,98 @@ KIV_API kiv_http_table* KIV_CALL kiv_http_filter_response_get(kiv_http_filter* f
  * filter's own, valid until the next input or get. Outputs may be NULL. */
 KIV_API int KIV_CALL kiv_http_filter_request_peek(kiv_http_filter* filter, kiv_http_table** table,
                                                   zu_jitter** body, int32_t* status) KIV_NOEXCEPT;
+
+/* ---- Client ----------------------------------------------------------------------------------
+ *
+ * A request performs one exchange: it connects to the host of a URL, or to a proxy, sends a head
+ * and a form, and hands on what the response filter makes of the answer.
+ *
+ *   static void KIV_CALL on_response(void* user, kiv_box* box, int32_t socket, const char* url,
+ *                                    kiv_http_table* response, zu_jitter* body, int32_t status) {
+ *     ... take the bytes out of `body`; the answer is complete with status 13 ...
+ *   }
+ *   kiv_http_request* request = kiv_http_request_make();
+ *   kiv_http_request_SetField(request, "Accept", "text/html");
+ *   kiv_http_request_attach(box, 0, request, "http://host.example/a?b=c", NULL, NULL, on_failure,
+ *                           request, on_response, request, on_close, request);
+ *
+ * Callbacks run on the box's thread with no lock held; they may free the request or attach it
+ * again. One that is about to run when another thread does that may still run to its end. Each may
+ * be NULL. A request outlives its exchange until it is freed, which closes the socket; free it
+ * before its box, or at once after.
+ *
+ * What goes out: method ("GET" when none is set), target, the fields Host (without a port),
+ * User-Agent, Accept, Accept-Language, Accept-Charset, Keep-Alive and Connection, which fields of
+ * the application replace by name, its other fields and then its form, in the order they were set.
+ * The target is path and query, to a proxy too. A form goes out with any method, but only a POST
+ * gets Content-Type and Content-Length.
+ *
+ * 30 s without a connection, or without the first byte of an answer, are a failure. After that byte
+ * there is no time limit: the application sets a timer of its own. An answer that only ends with
+ * its connection ends with the close callback; so does one to a HEAD that tells a length, as the
+ * filter waits for its body.
+ */
+
+/* Failure: no connection, no answer in time, a broken answer, no memory; nothing follows. Close:
+ * the peer closed; what was not sent yet is dropped. */
+typedef void(KIV_CALL* kiv_http_request_socket_fn)(void* user, kiv_box* box, int32_t socket);
+
+/* An answer: complete (status 13), or the next bytes of one that is not complete yet (12) or lasts
+ * until the connection closes (15). Called once at most for each piece of data read, so the second
+ * of two answers waits for more data. URL, table and body are freed when the callback returns. */
+typedef void(KIV_CALL* kiv_http_request_response_fn)(void* user, kiv_box* box, int32_t socket,
+                                                     const char* url, kiv_http_table* response,
+                                                     zu_jitter* body, int32_t status);
+
+/* A request without an exchange, or NULL. */
+KIV_API kiv_http_request* KIV_CALL kiv_http_request_make(void) KIV_NOEXCEPT;
+
+/* Starts an exchange. The URL's scheme is http; a text without scheme and server, such as
+ * "host.example/a", is taken for "http://" and that. Ports 0 to 2 are refused. The host, or the
+ * proxy, is looked up here and blocks the caller with no lock held. Attaching again first ends the
+ * earlier exchange. The reserved arguments are ignored.
+ *
+ * 1; or 0, no callback following: with a NULL box or URL or an unknown request nothing else
+ * happens; after any other failure (the URL, the host, no socket, timer or memory) the request has
+ * been freed. Errors of URL and host are printed. */
+KIV_API int KIV_CALL kivx_http_request_attach(
+    kiv_box* box, int32_t reserved_number, kiv_http_request* request, const char* url,
+    const char* proxy_host, int32_t proxy_port, kiv_http_request_socket_fn reserved,
+    void* reserved_user, kiv_http_request_socket_fn on_failure, void* failure_user,
+    kiv_http_request_response_fn on_response, void* response_user,
+    kiv_http_request_socket_fn on_close, void* close_user) KIV_NOEXCEPT;
+
+/* The same without a proxy, as with a NULL `proxy_host`. */
+KIV_API int KIV_CALL kiv_http_request_attach(
+    kiv_box* box, int32_t reserved_number, kiv_http_request* request, const char* url,
+    kiv_http_request_socket_fn reserved, void* reserved_user, kiv_http_request_socket_fn on_failure,
+    void* failure_user, kiv_http_request_response_fn on_response, void* response_user,
+    kiv_http_request_socket_fn on_close, void* close_user) KIV_NOEXCEPT;
+
+/* What to send, with the results and the rules of the table's functions of like name. To be set
+ * before attaching: the head is made when the connection opens. Setting a form field again is
+ * safe here. */
+KIV_API int KIV_CALL kiv_http_request_SetMethod(kiv_http_request* request,
+                                                const char* method) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_request_SetField(kiv_http_request* request, const char* name,
+                                               const char* value) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_request_UnsetField(kiv_http_request* request,
+                                                 const char* name) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_request_SetForm(kiv_http_request* request, const char* name,
+                                              const char* raw_value) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kiv_http_request_UnsetForm(kiv_http_request* request,
+                                                const char* name) KIV_NOEXCEPT;
+
+/* What was attached last; NULL before that and for an unknown request. GetUri gives a copy, for
+ * kiv_uri_free, and GetUrl a new text, for _zu_free; GetUri_in gives the request's own record,
+ * valid until the request is attached again or freed. */
+KIV_API kiv_uri* KIV_CALL kiv_http_request_GetUri(kiv_http_request* request) KIV_NOEXCEPT;
+KIV_API const kiv_uri* KIV_CALL kiv_http_request_GetUri_in(kiv_http_request* request) KIV_NOEXCEPT;
+KIV_API char* KIV_CALL kiv_http_request_GetUrl(kiv_http_request* request) KIV_NOEXCEPT;
+KIV_API kiv_box* KIV_CALL kiv_http_request_GetBox(kiv_http_request* request) KIV_NOEXCEPT;
+
+/* Ends the exchange, without a callback, and frees the request. 0 for NULL or an unknown one. */
+KIV_API int KIV_CALL kiv_http_request_free(kiv_http_request* request) KIV_NOEXCEPT;
 
 /* ---- Server ----------------------------------------------------------------------------------
  *

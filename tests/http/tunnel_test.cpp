@@ -2,7 +2,6 @@
 #include <atomic>
 
 #include "tests/http/box_test.h"
-#include "tests/support/eventually.h"
 #include "tests/support/stdout_capture.h"
 
 namespace {
@@ -24,12 +23,10 @@ class Tunnel : public kiv::test::BoxTest {
                                  target.c_str(), 22, on_event<0>, this, on_event<1>, this, on_data,
                                  this, on_event<2>, this);
   }
-  // The proxy's end after the request.
-  Socket accept(std::string* request = nullptr) {
+  Socket attach_and_accept() {
+    EXPECT_EQ(attach(), 1);
     Socket proxy = kiv::test::tcp_accept(listener_);
-    std::string got;
-    while (!got.ends_with("\r\n\r\n") && !testing::Test::HasFailure()) got += proxy.receive(1);
-    if (request != nullptr) *request = got;
+    head_from(proxy);
     return proxy;
   }
 
@@ -49,10 +46,6 @@ class Tunnel : public kiv::test::BoxTest {
     static_cast<Tunnel*>(user)->note("data", socket);
     static_cast<Tunnel*>(user)->add(bytes);
   }
-  // Nothing but what the box has for itself.
-  bool box_is_empty() { return kiv_box_GetNumSock(box_) == 2 && kiv_box_GetNumTimer(box_) == 1; }
-
-  Socket listener_ = kiv::test::tcp_listener();
   kiv_proxy_http* tunnel_ = kiv_proxy_http_make();
   std::atomic<std::int32_t> socket_ = -1;
   std::string free_at_;
@@ -61,9 +54,8 @@ class Tunnel : public kiv::test::BoxTest {
 TEST_F(Tunnel, PassesOnEveryByteBehindTheAnswer) {
   const kiv::test::StdoutCapture capture;
   ASSERT_EQ(attach("Aladdin", "open sesame"), 1);
-  std::string request;
-  Socket proxy = accept(&request);
-  EXPECT_EQ(request,
+  Socket proxy = kiv::test::tcp_accept(listener_);
+  EXPECT_EQ(head_from(proxy),
             "CONNECT t.example:22 HTTP/1.0\r\n"
             "User-Agent: Mozilla/4.0 (compatible; MSIE 7.0; Windows NT 5.1; Alexa Toolbar)\r\n"
             "Proxy-Connection: Keep-Alive\r\nContent-Length: 0\r\nHost: t.example:22\r\n"
@@ -95,8 +87,7 @@ TEST_F(Tunnel, RefusesWhatIsNoCompleteAcceptance) {
   };
   for (const auto& each : cases) {
     kiv::test::StdoutCapture capture;
-    ASSERT_EQ(attach(), 1);
-    const Socket proxy = accept();
+    const Socket proxy = attach_and_accept();
     EXPECT_TRUE(proxy.send(each.answer));
     EXPECT_EQ(next(), "failure") << each.answer;
     EXPECT_TRUE(box_is_empty());
@@ -111,9 +102,9 @@ TEST_F(Tunnel, TakesAnAnswerOf1023BytesAndTextsOfAnyLength) {
   const kiv::test::StdoutCapture capture;
   const std::string longest(500, 'l');
   ASSERT_EQ(attach(longest.c_str(), longest.c_str(), longest), 1);
-  std::string request;
-  const Socket proxy = accept(&request);
-  EXPECT_NE(request.find("Host: " + longest.substr(0, 128) + ":22\r\n"), std::string::npos);
+  const Socket proxy = kiv::test::tcp_accept(listener_);
+  EXPECT_NE(head_from(proxy).find("Host: " + longest.substr(0, 128) + ":22\r\n"),
+            std::string::npos);
   EXPECT_TRUE(proxy.send(kAccept.substr(0, 35) + std::string(984, 'x') + "\r\n\r\n"));
   EXPECT_EQ(next(), "ready");
 }
@@ -122,8 +113,7 @@ TEST_F(Tunnel, MayBeFreedInEachOfItsCallbacks) {
   const kiv::test::StdoutCapture capture;
   for (const char* event : {"ready", "failure", "data", "close"}) {
     free_at_ = event;
-    ASSERT_EQ(attach(), 1);
-    Socket proxy = accept();
+    Socket proxy = attach_and_accept();
     EXPECT_TRUE(proxy.send((free_at_ == "failure" ? "\r\n\r\n" : kAccept) + "x"));
     if (free_at_ == "close") proxy.close();
     while (next() != event) {
@@ -136,11 +126,9 @@ TEST_F(Tunnel, MayBeFreedInEachOfItsCallbacks) {
 
 TEST_F(Tunnel, AttachingAgainReleasesWhatWas) {
   const kiv::test::StdoutCapture capture;
-  ASSERT_EQ(attach(), 1);
-  const Socket first = accept();
-  ASSERT_EQ(attach(), 1);
+  const Socket first = attach_and_accept();
+  const Socket second = attach_and_accept();
   EXPECT_EQ(first.receive_to_end(), "");
-  const Socket second = accept();
   EXPECT_TRUE(second.send(kAccept));
   EXPECT_EQ(next(), "ready");
   EXPECT_EQ(kiv_proxy_http_attach(box_, tunnel_, "127.0.0.1", 2, {}, {}, "t", 22, {}, {}, {}, {},
@@ -156,28 +144,14 @@ TEST_F(Tunnel, AttachingAgainReleasesWhatWas) {
   EXPECT_EQ(kiv_box_GetNumTimer(box_), 1);
 }
 
-// While bytes stream in, other threads attach and free.
 TEST_F(Tunnel, MayBeAttachedAndFreedByAnyThread) {
   const kiv::test::StdoutCapture capture;
-  std::atomic<bool> stop = false;
-  std::thread proxy([&] {
-    while (!stop) {
-      const Socket end = kiv::test::tcp_accept(listener_);
-      end.send(kAccept + std::string(100000, 'x'));
-    }
-  });
-  for (int round = 0; round < 30; ++round) {
-    std::thread other([&] { attach(); });
-    attach();
-    other.join();
-    if (round % 3 == 0) next_to("data");
-    EXPECT_EQ(kiv_proxy_http_free(tunnel_), 1);
-    tunnel_ = kiv_proxy_http_make();
-  }
-  stop = true;
-  kiv::test::tcp_connect(listener_.local_port());
-  proxy.join();
-  EXPECT_TRUE(kiv::test::eventually([&] { return box_is_empty(); }));
+  attach_and_free_by_threads(
+      kAccept + std::string(100000, 'x'), [&] { attach(); },
+      [&] {
+        EXPECT_EQ(kiv_proxy_http_free(tunnel_), 1);
+        tunnel_ = kiv_proxy_http_make();
+      });
 }
 
 }  // namespace

@@ -123,6 +123,23 @@ struct Exchange {
                               ready, this, failure, this, nullptr, nullptr, nullptr, nullptr));
     kiv_proxy_http_free(made);
   }
+  void request() {
+    kiv_http_request* made = kiv_http_request_make();
+    const int set = kiv_http_request_SetMethod(made, "POST") +
+                    kiv_http_request_SetField(made, "a", "b") +
+                    kiv_http_request_SetForm(made, "a", "b");
+    EXPECT_LE(set, made == nullptr ? 0 : 3);
+    const kiv_http_request_socket_fn failure = [](void* self, kiv_box*, std::int32_t) {
+      static_cast<Exchange*>(self)->end("failure");
+    };
+    const kiv_http_request_response_fn response =
+        [](void* self, kiv_box*, std::int32_t, const char*, kiv_http_table*, zu_jitter*,
+           std::int32_t) { static_cast<Exchange*>(self)->end("response"); };
+    run(kivx_http_request_attach(box, 0, made, "h.example/x", "127.0.0.1", listener.local_port(),
+                                 nullptr, nullptr, failure, this, response, this, nullptr,
+                                 nullptr));
+    kiv_http_request_free(made);  // for nothing when it could not be attached
+  }
 
   std::string answer, log;
   kiv::test::StoppedClock* clock = nullptr;
@@ -130,25 +147,29 @@ struct Exchange {
   kiv::test::Socket listener = kiv::test::tcp_listener(), peer;
 };
 
-TEST(HttpFailures, ATunnelThatCannotBeOpenedLeavesNothing) {
+TEST(HttpFailures, ConnectionsWithoutMemoryEndWithACallbackOrNeverBegin) {
   kiv_box_free(kiv_box_new());  // the registries stay
   kiv_proxy_http_free(kiv_proxy_http_make());
   kiv::test::printed_by([] {
     EXPECT_SURVIVES_FAILING_ALLOCATIONS(10, [] { Exchange("HTTP/1.1 200 \r\n\r\n").tunnel(); });
+    EXPECT_SURVIVES_FAILING_ALLOCATIONS(
+        60, [] { Exchange("HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\nx").request(); });
   });
 }
 
 // Between timers that are due just before and just after.
 TEST(HttpFailures, APeerThatNeverAnswersIsGivenUp) {
   kiv::test::StoppedClock clock;
-  kiv::test::printed_by([&] {
+  const auto log_around = [&](std::uint32_t limit_ms, void (Exchange::*talk)()) {
     Exchange exchange("");
-    kiv_box_NewOnceTimer(exchange.box, 14999, Exchange::on_timer, &exchange);
-    kiv_box_NewOnceTimer(exchange.box, 15001, Exchange::on_timer, &exchange);
+    kiv_box_NewOnceTimer(exchange.box, limit_ms - 1, Exchange::on_timer, &exchange);
+    kiv_box_NewOnceTimer(exchange.box, limit_ms + 1, Exchange::on_timer, &exchange);
     exchange.clock = &clock;
-    exchange.tunnel();
-    EXPECT_EQ(exchange.log, "timer failure");
-  });
+    kiv::test::printed_by([&] { (exchange.*talk)(); });
+    return exchange.log;
+  };
+  EXPECT_EQ(log_around(15000, &Exchange::tunnel), "timer failure");
+  EXPECT_EQ(log_around(30000, &Exchange::request), "timer failure");
 }
 
 }  // namespace
