@@ -3,6 +3,7 @@
 # shellcheck disable=SC2034  # the scripts use the lists
 
 native_packages=(cmake ninja-build g++ googletest)
+server_packages=(nginx-light tinyproxy)
 windows_packages=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64)
 clang_packages=(clang libclang-rt-14-dev)
 browser_packages=(curl chromium chromium-driver)
@@ -40,6 +41,21 @@ need_packages() {
     fi
   done
   fail "apt-get could not install: ${missing[*]}"
+}
+
+# need_servers NAME...: as need_packages, but what is installed is not started as a service.
+need_servers() {
+  local package policy=/usr/sbin/policy-rc.d as_root=() missing=no
+  for package; do is_installed "$package" || missing=yes; done
+  if [ "$missing" = no ] || [ -e "$policy" ]; then
+    need_packages "$@"
+    return
+  fi
+  [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+  printf '#!/bin/sh\nexit 101\n' | "${as_root[@]}" tee "$policy" >/dev/null
+  "${as_root[@]}" chmod +x "$policy"
+  (need_packages "$@") || { "${as_root[@]}" rm -f "$policy"; exit 1; }
+  "${as_root[@]}" rm -f "$policy"
 }
 
 # build PRESET [TARGET]: configures and builds in the source folder.
