@@ -27,9 +27,10 @@ struct UvTimers : testing::Test {
   }
 
   StoppedClock clock;
-  LoopingBox box;
   Seen seen;
   const Socket far = udp_socket(), other = udp_socket();
+  Server server;
+  LoopingBox box;
 };
 
 struct UvClientTimers : UvTimers {
@@ -110,7 +111,6 @@ TEST_F(UvClientTimers, AFloodEndsNoConnection) {
 }
 
 TEST_F(UvTimers, AServerCountsKeepAlivesAlone) {
-  Server server;
   ASSERT_EQ(server.attach(box), 1);
   const auto send = [&](const Socket& from, const std::string& bytes, const std::string& line) {
     EXPECT_TRUE(from.send_to(server.port, bytes));
