@@ -336,7 +336,8 @@ KIV_API int KIV_CALL kiv_uvc_free(kiv_uvc* client) KIV_NOEXCEPT;
  *
  * A client stays until the application deletes it, also one that it never accepted. Senders can be
  * forged: requests under made-up addresses fill the 10000 places until they are deleted, and each
- * is answered with five datagrams. */
+ * is answered with five datagrams. A flood of garbage crowds out fewer datagrams of clients where
+ * no `on_foreign` asks to be told of each. */
 
 typedef struct kiv_uvs kiv_uvs;
 
