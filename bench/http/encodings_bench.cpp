@@ -83,6 +83,22 @@ void url_unescape(benchmark::State& state) {
   });
 }
 
+// The text as a form of many fields, of which the last is read.
+void form(benchmark::State& state) {
+  std::string text;
+  while (text.size() + 16 < static_cast<std::size_t>(state.range(0))) text += "a=value%20seven&";
+  text += "last=12";
+  for (auto _ : state) {
+    zu_cgi* form = zu_cgi_malloc(text.data(), static_cast<std::int32_t>(text.size()));
+    std::int32_t value = 0;
+    if (zu_cgi_FormInteger(form, "last", &value, 0) != 1 || value != 12) {
+      state.SkipWithError("not found");
+    }
+    zu_cgi_free(form);
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
+}
+
 #ifdef HAVE_OPENSSL
 void base64_encode_openssl(benchmark::State& state) {
   std::string out(static_cast<std::size_t>(state.range(0)) * 2, '\0');
@@ -144,6 +160,7 @@ ROW(base64_decode);
 #ifdef HAVE_OPENSSL
 ROW(base64_decode_openssl);
 #endif
+ROW(form);
 ROW(md5);
 #ifdef HAVE_OPENSSL
 ROW(md5_openssl);
