@@ -104,7 +104,7 @@ struct Link {
   void send_keep_alive(const Address& to) const;
 };
 
-// What a box calls a datagram too long, and nothing more to read about.
+// The callback of a box's socket until a link takes it over.
 inline void KIV_CALL ignore_datagram(void*, void*, std::int32_t, char*, std::int32_t,
                                      zu_sock_peer*) {}
 
