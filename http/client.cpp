@@ -130,9 +130,12 @@ std::int32_t kiv_http_request::release() noexcept {
 kiv_http_request* KIV_CALL kiv_http_request_make() KIV_NOEXCEPT {
   OwnedTable table(kiv_http_table_make());
   auto request = kiv::base::Owned<kiv_http_request>::allocate_zeroed();
-  if (table == nullptr || !request || __kiv_sem_insert(request.get()) == 0) return nullptr;
+  if (table == nullptr || !request) return nullptr;
   request->connection = {nullptr, -1, -1};
-  request->table = table.release();
+  request->table = table.get();
+  // Last: a late handler of an object that had this address may look into it from now on.
+  if (__kiv_sem_insert(request.get()) == 0) return nullptr;
+  (void)table.release();
   return request.release();
 }
 
