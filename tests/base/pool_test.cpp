@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
-#include <iterator>
+#include <iomanip>
 #include <map>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -58,29 +58,32 @@ struct Model {
 
   bool is_used(unsigned at) const { return blocks.count(at) == 1 && blocks.at(at).used; }
 
+  // What zu_mem_print tells.
   std::string print() const {
-    char out[400];
-    std::snprintf(out, sizeof out,
-                  "zu_mem_print:\nsize         = %u\npos          = %u\nmemory block list:\n",
-                  length, cursor);
-    std::string text = out;
+    std::ostringstream out;
+    const auto line = [&](const char* name, unsigned value) {
+      out << "|" << name << " = " << std::left << std::setw(10) << value << "|\n";
+    };
+    out << "zu_mem_print:\nsize         = " << length << "\npos          = " << cursor
+        << "\nmemory block list:\n";
     unsigned largest[2] = {}, count[2] = {};
     for (const auto& [at, block] : blocks) {
-      const std::string border = std::string("|").append(30, block.used ? '+' : '-').append("|\n");
-      std::snprintf(out, sizeof out,
-                    "*%u* - %s\n%s|mem_pos           = %-10u|\n|mem_size          = %-10u|\n%s\n",
-                    count[0] + count[1], block.used ? "malloc" : "free", border.c_str(), at,
-                    block.size, border.c_str());
-      text += out;
+      const std::string border = "|" + std::string(30, block.used ? '+' : '-') + "|\n";
+      out << "*" << count[0] + count[1] << "* - " << (block.used ? "malloc\n" : "free\n") << border;
+      line("mem_pos          ", at);
+      line("mem_size         ", block.size);
+      out << border << "\n";
       largest[block.used] = std::max(largest[block.used], block.size);
       ++count[block.used];
     }
-    const std::string border = std::string("|").append(32, '!').append("|\n");
-    std::snprintf(out, sizeof out,
-                  "ALL:\n%s|max_free_block_size = %-10u|\n|max_used_block_size = "
-                  "%-10u|\n|free_block_count    = %-10u|\n|used_block_count    = %-10u|\n%s\n",
-                  border.c_str(), largest[0], largest[1], count[0], count[1], border.c_str());
-    return text + out;
+    const std::string border = "|" + std::string(32, '!') + "|\n";
+    out << "ALL:\n" << border;
+    line("max_free_block_size", largest[0]);
+    line("max_used_block_size", largest[1]);
+    line("free_block_count   ", count[0]);
+    line("used_block_count   ", count[1]);
+    out << border << "\n";
+    return out.str();
   }
 };
 
@@ -143,8 +146,7 @@ TEST(Pool, FollowsTheModelOverRandomUse) {
 
 TEST(Pool, IgnoresWhatIsNoBlock) {
   CheckedPool pool(200);
-  EXPECT_EQ(nullptr, zu_mem_init(nullptr, 100));
-  EXPECT_EQ(nullptr, zu_mem_init(&pool, 33));
+  EXPECT_FALSE(zu_mem_init(nullptr, 100) || zu_mem_init(&pool, 33));
   const long first = pool.allocate(60);
   unsigned char* payload = pool.payload(first);
   const std::uint32_t values[] = {0, 1, 20, 51, 60, 0x7fffffff, 0xffffffff - 8, 0xffffffff};
@@ -156,33 +158,27 @@ TEST(Pool, IgnoresWhatIsNoBlock) {
       pool.release(first + 19);
     }
   }
-  for (void* foreign : {static_cast<void*>(nullptr), static_cast<void*>(&pool)}) {
-    zu_mem_free(pool.pool, foreign);
-    EXPECT_EQ(0, zu_mem_is_valid(pool.pool, foreign));
-  }
+  zu_mem_free(pool.pool, &pool);
+  EXPECT_EQ(0, zu_mem_is_valid(pool.pool, &pool) | zu_mem_is_valid(pool.pool, nullptr));
   pool.check();
   zu_mem_destroy(pool.pool);
-  zu_mem_destroy(nullptr);
   for (void* gone : {pool.pool, static_cast<void*>(nullptr)}) {
     std::uint32_t out[4] = {1, 1, 1, 1};
     zu_mem_info(gone, &out[0], &out[1], &out[2], &out[3]);
     EXPECT_EQ(0u, out[0] + out[1] + out[2] + out[3]);
-    EXPECT_EQ(nullptr, zu_mem_malloc(gone, 1));
-    EXPECT_EQ(0, zu_mem_is_valid(gone, payload));
+    EXPECT_FALSE(zu_mem_malloc(gone, 1) || zu_mem_is_valid(gone, payload));
     zu_mem_free(gone, payload);
+    zu_mem_destroy(gone);
     EXPECT_EQ("", kiv::test::printed_by([&] { zu_mem_print(gone); }));
   }
 }
 
-TEST(Memory, TreatsNothingAsNull) {
+TEST(Memory, NothingIsNull) {
   _zu_minfo();
   _zu_free(nullptr);
-  for (std::int32_t count : {0, -1, INT32_MIN}) EXPECT_EQ(nullptr, _zu_malloc(count));
-  EXPECT_EQ(nullptr, _zu_realloc(nullptr, 0));
-  auto* block = static_cast<char*>(_zu_realloc(nullptr, 3));
-  std::memcpy(block, "ab", 3);
-  block = static_cast<char*>(_zu_realloc(block, 3000));
-  EXPECT_STREQ("ab", block);
+  EXPECT_FALSE(_zu_malloc(0) || _zu_malloc(INT32_MIN) || _zu_realloc(nullptr, 0));
+  void* block = _zu_realloc(_zu_realloc(nullptr, 3), 3000);
+  EXPECT_NE(nullptr, block);
   EXPECT_EQ(nullptr, _zu_realloc(block, 0));
 }
 

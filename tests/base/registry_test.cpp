@@ -29,11 +29,9 @@ TEST(Sem, WorksOnlyWhileInitialised) {
     EXPECT_EQ(1, zu_sem_unlock(handle) & zu_sem_unlock(handle));
     EXPECT_EQ(1, elsewhere([&] { return zu_sem_lock(handle) & zu_sem_unlock(handle); }));
     EXPECT_EQ(1, zu_sem_destroy(&sem));
-    EXPECT_EQ(0, zu_sem_lock(handle) | zu_sem_unlock(handle) | zu_sem_destroy(&sem));
+    EXPECT_FALSE(zu_sem_lock(handle) || zu_sem_unlock(handle) || zu_sem_destroy(&sem));
   }
-  EXPECT_EQ(0, zu_sem_lock(0) | zu_sem_unlock(0) | zu_sem_destroy(nullptr));
-  zu_sem_init(nullptr);
-  zu_sem_free(0);
+  EXPECT_FALSE(zu_sem_lock(0) || zu_sem_unlock(0) || zu_sem_destroy(nullptr));
 }
 
 class Registry : public testing::Test {
@@ -60,7 +58,10 @@ TEST_F(Registry, KnowsLiveObjectsOnly) {
   __kiv_sem_remove(&object_);
   __kiv_sem_remove(&object_);
   EXPECT_EQ(0, __kiv_sem_check(&object_) | __kiv_sem_lock(&object_));
-  EXPECT_EQ(1, __kiv_sem_check(&other_));
+  EXPECT_EQ(1, __kiv_sem_check(&other_) & __kiv_sem_lock(&other_) & __kiv_sem_lock(&other_));
+  kiv_sem_Shutdown();
+  EXPECT_EQ(0, __kiv_sem_unlock() | __kiv_sem_check(&other_)) << "released and forgotten";
+  EXPECT_TRUE(is_free_for_others());
 }
 
 // Addresses that agree in their low 32 bits, and in their bucket, are different objects.
@@ -72,15 +73,6 @@ TEST_F(Registry, TellsAddressesApartAtFullWidth) {
     EXPECT_EQ(0, __kiv_sem_check(reinterpret_cast<void*>(wrong)));
   }
   EXPECT_EQ(1, __kiv_sem_check(reinterpret_cast<void*>(low)));
-}
-
-TEST_F(Registry, StartsAfreshAfterAShutdown) {
-  __kiv_sem_insert(&object_);
-  EXPECT_EQ(1, __kiv_sem_lock(&object_) & __kiv_sem_lock(&object_));
-  kiv_sem_Shutdown();
-  EXPECT_EQ(0, __kiv_sem_unlock()) << "the shut-down has released the lock";
-  EXPECT_TRUE(is_free_for_others());
-  EXPECT_EQ(0, __kiv_sem_check(&object_));
 }
 
 // Objects come and go on some threads while another uses them under the lock.
@@ -119,15 +111,13 @@ TEST(Process, GivesRandomValuesAndThreadIds) {
   for (int i = 0; i < 1000; ++i) all_bits |= *values.insert(zu_RandomValue()).first;
   EXPECT_EQ(INT32_MAX, all_bits) << "every bit but the sign";
   EXPECT_GT(values.size(), 990u);
-  EXPECT_GT(zu_GetPid(), 0);
-  EXPECT_EQ(zu_GetPid(), zu_GetPid());
-  EXPECT_NE(zu_GetPid(), elsewhere(zu_GetPid));
+  EXPECT_TRUE(zu_GetPid() > 0 && zu_GetPid() != elsewhere(zu_GetPid));
 }
 
 TEST(Process, RandomTextsFavourSomeCapitalsAndLackTheLowerCaseZ) {
   std::string text(100002, '?');
   EXPECT_EQ(zu_RandomStr(text.data(), 100000), 1);
-  EXPECT_EQ(text.substr(100000), std::string("\0?", 2));
+  EXPECT_TRUE(text[100000] == '\0' && text[100001] == '?');
   std::map<char, int> counts;
   for (const char c : text.substr(0, 100000)) ++counts[c];
   std::string seen;
@@ -137,7 +127,7 @@ TEST(Process, RandomTextsFavourSomeCapitalsAndLackTheLowerCaseZ) {
     EXPECT_NEAR(count, favoured ? 2703 : 1351, 400) << c;
   }
   EXPECT_EQ(seen, "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxy");
-  EXPECT_EQ(zu_RandomStr(nullptr, 1) + zu_RandomStr(text.data(), -1), 0);
+  EXPECT_FALSE(zu_RandomStr(nullptr, 1) || zu_RandomStr(text.data(), -1));
 }
 
 }  // namespace

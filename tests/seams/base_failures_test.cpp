@@ -12,11 +12,10 @@
 namespace {
 
 TEST(BaseFailures, TextsAreMadeWholeOrNotAtAll) {
-  EXPECT_SURVIVES_FAILING_ALLOCATIONS(4, [] {
-    for (void* text : {static_cast<void*>(zu_strndup("abc", 2)), zu_memdup("abc", 3),
-                       static_cast<void*>(zu_strreverse("abc", 3)), _zu_realloc(nullptr, 8)}) {
-      _zu_free(text);
-    }
+  EXPECT_SURVIVES_FAILING_ALLOCATIONS(3, [] {
+    _zu_free(zu_strndup("abc", 2));
+    _zu_free(zu_memdup("abc", 3));
+    _zu_free(zu_strreverse("abc", 3));
   });
 }
 
@@ -61,17 +60,20 @@ TEST(BaseFailures, LogsAndTraceCloseWhatTheyOpened) {
 TEST(Clock, StampsLinesAndCountsMicroseconds) {
   const kiv::test::TempDir dir;
   std::tm local{};
-  std::istringstream("2009 03 07 09 05 01") >> std::get_time(&local, "%Y %m %d %H %M %S");
+  std::istringstream("2009 06 07 09 05 01") >> std::get_time(&local, "%Y %m %d %H %M %S");
   local.tm_isdst = -1;
   const std::int64_t moment = std::int64_t{std::mktime(&local)} * 1000000 + 999999;
   kiv::test::StoppedClock clock(moment);
   zu_log* log = zu_log_malloc(dir.file("a.log").c_str());
   zu_log_notice(log, "%d\n", 1);
+  zu_log_warn(log, "%s\n", "two");
   zu_sleep(86400000u * 40);
-  zu_log_error(log, "%d\n", 2);
+  zu_log_error(log, "%c\n", '3');
   zu_log_free(log);
-  EXPECT_EQ("2009-03-07 09:05:01 notice: 1\n", dir.content("a.log").substr(0, 30));
-  EXPECT_NE(std::string::npos, dir.content("a.log").find(":05:01 error: 2\n"));
+  EXPECT_EQ(dir.content("a.log"),
+            "2009-06-07 09:05:01 notice: 1\n"
+            "2009-06-07 09:05:01 warn: two\n"
+            "2009-07-17 09:05:01 error: 3\n");
   zu_timeval pair;
   clock.step_wall_ms(moment / -1000 - 86400000LL * 40 + 1234);
   EXPECT_EQ(1234999, zu_timenow());
