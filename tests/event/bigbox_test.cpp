@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
-#include <future>
 #include <random>
 #include <thread>
 
@@ -91,23 +90,21 @@ TEST(BigBox, NewClientsGoToTheFirstSlaveWithTheFewest) {
 }
 
 TEST(BigBox, ServesItsClientsAndClosesThoseAboveTheLimit) {
-  std::promise<std::int32_t> closed;
   Recorder master, slave;
   BigBox big(0, 0);  // one slave, one client
   master.then = [&](const Event& event) {
     EXPECT_EQ(kiv_bigbox_accept(big, event.accepted, nullptr, 0, on_read, &slave, on_close, &slave),
               1);
   };
+  Socket left_open;
   slave.then = [&](const Event& event) {
     EXPECT_EQ(event.handle, big.big);
     EXPECT_EQ(kiv_bigbox_InvokeClientID(big), event.id);
     EXPECT_EQ(kiv_bigbox_InvokeSlaveBox(big), big.boxes[0]);
-    if (event.text != "close") {
-      EXPECT_EQ(kiv_bigbox_write(big, event.id, "pong", 4), 4);
-    } else if (slave.lines.size() == 4) {
-      kiv_bigbox_DeleteSock(big, event.id);
-      closed.set_value(event.id);
-    }
+    if (event.text == "read ping") kiv_bigbox_write(big, event.id, "pong", 4);
+    if (slave.lines.size() < 4) return;
+    kiv_bigbox_DeleteSock(big, event.id);
+    left_open = Socket(event.id);
   };
   const std::int32_t listener = kiv_bigbox_attach(big, "127.0.0.1", 0, on_accept, &master);
   const std::uint16_t port = port_of(listener);
@@ -118,7 +115,7 @@ TEST(BigBox, ServesItsClientsAndClosesThoseAboveTheLimit) {
   EXPECT_EQ(kiv_bigbox_InvokeSlaveBox(big), nullptr);
   EXPECT_EQ(kiv_bigbox_InvokeClientID(big), 0);
   served.close();
-  const Socket left_open(closed.get_future().get());
+  slave.await(4);
   const std::int32_t id = left_open.id();
   char ip[16];
   std::uint16_t peer_port = 0;
@@ -136,53 +133,49 @@ TEST(BigBox, ServesItsClientsAndClosesThoseAboveTheLimit) {
 }
 
 TEST(BigBox, TakesSocketsInAndGivesThemBack) {
-  std::promise<void> done[3];
-  Recorder old, seen;
+  Recorder old, seen, ignored;
   BigBox big(2);
   seen.then = [&](const Event& event) {
     if (event.text == "writable") kivx_bigbox_export_ForWrite(big, event.id);
     if (event.accepted > 0) Socket(event.accepted).send("hello");
-    done[seen.lines.size() - 1].set_value();
   };
   const auto [near, far] = tcp_pair();
   const std::int32_t id = near.id();
   const auto read_by = [&](Recorder& who) {
     return kivx_bigbox_import_ForRead(big, id, on_read, &who, on_close, &who);
   };
+  const auto write_by = [&](Recorder& who) {
+    return kivx_bigbox_import_ForWrite(big, id, on_writable, &who);
+  };
   EXPECT_EQ(kivx_bigbox_import_ForWrite(big, id, nullptr, &seen), 0);
   EXPECT_EQ(read_by(old), 1);
   kiv_box* const slave = kiv_bigbox_GetSlaveBox(big, id);
-  EXPECT_EQ(kivx_bigbox_import_ForWrite(big, id, on_writable, &seen), 1);
-  done[0].get_future().wait();
+  EXPECT_EQ(write_by(seen), 1);
+  seen.await(1);
   EXPECT_EQ(kiv_bigbox_nnodes(big), 1) << "it still waits to read";
   EXPECT_EQ(read_by(seen), 1);
   EXPECT_EQ(kiv_bigbox_GetSlaveBox(big, id), slave);
   EXPECT_TRUE(far.send("x"));
-  done[1].get_future().wait();
-
-  // Either kind keeps the client; a timer of the slave knows its box.
-  Recorder ignored;
-  EXPECT_EQ(kivx_bigbox_import_ForWrite(big, id, on_writable, &ignored), 1);
-  EXPECT_EQ(kivx_bigbox_export_ForRead(big, id) + kiv_bigbox_nnodes(big), 2);
+  seen.await(2);
+  EXPECT_EQ(write_by(ignored), 1);
+  EXPECT_EQ(kivx_bigbox_export_ForRead(big, id) + kiv_bigbox_nnodes(big), 2) << "either keeps it";
   EXPECT_EQ(kivx_bigbox_export_ForWrite(big, id) + kiv_bigbox_nnodes(big), 1);
-  std::promise<kiv_box*> invoked;
-  Recorder timer;
-  timer.then = [&](const Event&) {
-    EXPECT_EQ(kiv_bigbox_InvokeClientID(big), 0);
-    invoked.set_value(kiv_bigbox_InvokeSlaveBox(big));
-  };
-  kiv_box_NewOnceTimer(slave, 1, on_timer, &timer);
-  EXPECT_EQ(invoked.get_future().get(), slave);
-  // A socket of the slave's own outlives its time as a client, and is still the slave's.
-  std::promise<void> read_by_slave;
+
+  // A timer of the slave knows its box; a socket of the slave's own outlives its time as a client.
   Recorder own;
-  own.then = [&](const Event&) { read_by_slave.set_value(); };
+  own.then = [&](const Event& event) {
+    if (event.text != "timer 1") return;
+    EXPECT_EQ(kiv_bigbox_InvokeClientID(big), 0);
+    EXPECT_EQ(kiv_bigbox_InvokeSlaveBox(big), slave);
+  };
+  kiv_box_NewOnceTimer(slave, 1, on_timer, &own);
+  own.await(1);
   EXPECT_GT(kiv_box_AcceptTcpClient(slave, id, on_read, &own, nullptr, nullptr), 0);
-  EXPECT_EQ(kivx_bigbox_import_ForWrite(big, id, on_writable, &ignored), 1);
+  EXPECT_EQ(write_by(ignored), 1);
   EXPECT_EQ(kiv_bigbox_GetSlaveBox(big, id), slave);
   kiv_bigbox_DeleteSock(big, id);
   EXPECT_TRUE(far.send("x"));
-  read_by_slave.get_future().wait();
+  own.await(2);
   kivx_box_ExportSockId(slave, id);
 
   const Socket listener = tcp_listener();
@@ -192,7 +185,6 @@ TEST(BigBox, TakesSocketsInAndGivesThemBack) {
   EXPECT_EQ(listen(nullptr, old) + kivx_bigbox_import_ForListen(big, 0, on_accept, &old), 0);
   EXPECT_EQ(listen(on_accept, old) + listen(on_accept, seen), 2) << "the second replaces the first";
   EXPECT_EQ(tcp_connect(listener.local_port()).receive_to_end(), "hello");
-  done[2].get_future().wait();
   const Socket opened(kiv_bigbox_attach(big, nullptr, 0, on_accept, &seen));
   for (const Socket* given_back : {&listener, &opened}) {
     EXPECT_EQ(kivx_bigbox_export_ForListen(big, given_back->id()), 1);
@@ -201,10 +193,9 @@ TEST(BigBox, TakesSocketsInAndGivesThemBack) {
     EXPECT_TRUE(tcp_accept(*given_back).send("y"));
     EXPECT_EQ(caller.receive(1), "y");
   }
-  kiv_bigbox_free(big);
+  big.end();
   EXPECT_TRUE(far.send("z"));
   EXPECT_EQ(near.receive(1), "z") << "a client's socket stays open";
-  big.end();
   EXPECT_EQ(old.lines, Lines());
   EXPECT_EQ(seen.lines, (Lines{"writable", "read x", "accept 127.0.0.1"}));
 }

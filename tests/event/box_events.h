@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -26,8 +28,10 @@ struct Event {
 
 // The `argument` of all callbacks below, on any threads.
 struct Recorder {
-  std::mutex lock;  // of the lines
+  std::mutex lock;  // of the next three
+  std::condition_variable changed;
   Lines lines;
+  std::size_t handled = 0;
   std::function<void(const Event&)> then = [](const Event&) {};
 
   static void note(void* recorder, const Event& event) {
@@ -37,6 +41,16 @@ struct Recorder {
       self->lines.push_back(event.text);
     }
     self->then(event);
+    const std::lock_guard guard(self->lock);
+    ++self->handled;
+    self->changed.notify_all();
+  }
+
+  // Waits until so many events were recorded and acted upon.
+  void await(std::size_t count) {
+    std::unique_lock guard(lock);
+    EXPECT_TRUE(
+        changed.wait_for(guard, std::chrono::seconds(60), [&] { return handled >= count; }));
   }
 };
 

@@ -9,9 +9,8 @@ namespace {
 void KIV_CALL ignore(void*) {}
 constexpr auto connect = on_connect, fail = on_failure, close = on_close;
 
-void expect_all(std::int32_t failure, std::initializer_list<std::int32_t> results) {
-  int index = 0;
-  for (const std::int32_t result : results) EXPECT_EQ(result, failure) << "entry " << ++index;
+void expect_all(std::int32_t failure, const std::vector<std::int32_t>& results) {
+  EXPECT_EQ(results, std::vector(results.size(), failure));
 }
 
 void expect_refusals(kiv_box* b) {

@@ -1,10 +1,11 @@
-// Timers of a loop under a clock that moves only when the loop sleeps or the test says so.
+// The timers of a raw box under a clock that moves only when the loop sleeps or the test says so.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kiv_base/event.h"
@@ -22,6 +23,9 @@ struct Timers : testing::Test {
     self.log_ += static_cast<char>('0' + reinterpret_cast<std::intptr_t>(digit));
   }
 
+  std::int32_t once(std::uint32_t ms, std::intptr_t value) {
+    return zu_box_timer_AddOnceTimer(box_, ms, note, digit(value));
+  }
   static void* digit(std::intptr_t value) { return reinterpret_cast<void*>(value); }
 
   std::string run() {
@@ -35,6 +39,59 @@ struct Timers : testing::Test {
   zu_box* box_ = zu_box_malloc();
   std::string log_;
 };
+
+TEST_F(Timers, RefusalsLeaveNoTrace) {
+  const std::int32_t known = once(60000, 1), unknown = 51199;
+  EXPECT_GT(known, unknown);
+  EXPECT_EQ(once(0, 1) & zu_box_timer_AddLoopTimer(box_, 5, nullptr, this), -1);
+  EXPECT_EQ(zu_box_timer_AddLimitTimer(box_, 0, 5, note, this), -1);
+  zu_box_timer_Delete(box_, unknown);
+  EXPECT_FALSE(zu_box_timer_Refresh(box_, unknown, 5, note, this) ||
+               zu_box_timer_RefreshTimeout(box_, unknown, 5) ||
+               zu_box_timer_RefreshTimeout(box_, known, 0) ||
+               zu_box_timer_RefreshCallback(box_, known, nullptr, this));
+  EXPECT_EQ(zu_box_timer_GetNumTimer(box_), 1);
+}
+
+TEST_F(Timers, AFiredOutTimerKeepsItsIdUntilDeleted) {
+  const std::int32_t single = once(1, 1),
+                     triple = zu_box_timer_AddLimitTimer(box_, 3, 3, note, digit(3));
+  EXPECT_EQ(run(), "1333");
+  EXPECT_EQ(zu_box_timer_GetThisId(box_), -1);
+  for (const std::int32_t id : {single, triple}) {
+    EXPECT_EQ(zu_box_timer_IsExist(box_, id), 1);
+    EXPECT_EQ(zu_box_timer_Refresh(box_, id, 1, note, nullptr), 1);
+    EXPECT_EQ(zu_box_timer_RefreshTimeout(box_, id, 1), 1);
+  }
+  EXPECT_EQ(run(), "") << "a refresh does not bring it back";
+  zu_box_timer_Delete(box_, single);
+  EXPECT_EQ(zu_box_timer_GetNumTimer(box_), 1);
+}
+
+TEST_F(Timers, RefreshChangesTheCallbackOrTheTimeOrBoth) {
+  const std::int32_t renamed = once(10, 1), moved = once(20, 2), both = once(30, 3),
+                     kept = once(40, 4);
+  EXPECT_EQ(zu_box_timer_RefreshCallback(box_, renamed, note, digit(5)), 1);
+  EXPECT_EQ(zu_box_timer_RefreshTimeout(box_, moved, 5), 1);
+  EXPECT_EQ(zu_box_timer_Refresh(box_, both, 30, note, digit(7)), 1);
+  EXPECT_EQ(zu_box_timer_Refresh(box_, kept, 0, note, digit(8)), 1) << "the due time stays";
+  EXPECT_EQ(run(), "5287");
+}
+
+TEST_F(Timers, ACallbackMayDeleteItsTimerAndOthersAndFreeTheBox) {
+  const auto third = [](void* test, void* other, std::int32_t, std::int32_t times) {
+    zu_box*& box = static_cast<Timers*>(test)->box_;
+    if (times < 3) return;
+    zu_box_timer_DeleteThis(box);
+    zu_box_timer_Delete(box, *static_cast<std::int32_t*>(other));
+    EXPECT_EQ(zu_box_timer_GetNumTimer(box), 0);
+    zu_box_free(std::exchange(box, nullptr));
+  };
+  std::int32_t other = once(1000000, 9);
+  zu_box_timer_AddLoopTimer(box_, 1, third, &other);
+  run();
+  EXPECT_EQ(box_, nullptr);
+}
 
 TEST_F(Timers, ALateLoopTimerCatchesUpInABurst) {
   static int late;
@@ -63,15 +120,15 @@ TEST_F(Timers, RefreshMovesOneFiringFromWhereItWasDue) {
 TEST_F(Timers, AStepOfTheSystemClockMovesNothing) {
   zu_box_timer_AddLimitTimer(box_, 3, 1000, note, digit(1));
   clock_.step_wall_ms(3600 * 1000);
-  zu_box_timer_AddOnceTimer(box_, 2500, note, digit(2));
+  once(2500, 2);
   clock_.step_wall_ms(-24LL * 3600 * 1000);
   EXPECT_EQ(run(), "1121");
   EXPECT_EQ(clock_.slept_ms(), 3000);
 }
 
 TEST_F(Timers, TheLongestIntervalIsNotForEver) {
-  zu_box_timer_AddOnceTimer(box_, 0xffffffffU, note, digit(2));
-  zu_box_timer_AddOnceTimer(box_, 0xfffffffeU, note, digit(1));
+  once(0xffffffffU, 2);
+  once(0xfffffffeU, 1);
   EXPECT_EQ(run(), "12");
   EXPECT_EQ(clock_.slept_ms(), 0xffffffffLL);
 }
@@ -81,7 +138,7 @@ TEST_F(Timers, OrderHoldsWhereTheSecondsWrap) {
   constexpr std::int64_t kStart = 1236416701;
   clock_.advance_ms((kLastSecond - kStart) * 1000);
   for (int i = 0; i < 6; ++i) {
-    zu_box_timer_AddOnceTimer(box_, static_cast<std::uint32_t>(5000 - i * 900), note, digit(i));
+    once(static_cast<std::uint32_t>(5000 - i * 900), i);
   }
   EXPECT_EQ(run(), "543210");
   EXPECT_EQ(clock_.slept_ms(), 5000);
