@@ -152,10 +152,14 @@ TEST_F(BoxSockets, DatagramsComeWholeOrNotAtAll) {
   EXPECT_EQ(far.receive_datagram(), "back");
 }
 
-TEST_F(BoxSockets, ExportedSocketStaysOpenAndLeavesWithItsLastWait) {
+TEST_F(BoxSockets, ASocketLeavesWithItsLastWaitAndStaysOpen) {
   auto [near, far] = tcp_pair();
   const std::int32_t socket = adopt(near.id());
   int calls = 0;
+  const auto import = [&] {
+    return zu_box_sock_ImportSocketId_ForRead(box, socket, count_call, &calls);
+  };
+  EXPECT_EQ(import(), 0) << "its read is taken";
   EXPECT_EQ(zu_box_sock_ImportSocketId_ForWrite(box, socket, count_call, &calls), 1);
   for (const auto give : {zu_box_sock_ExportSocketId_ForRead, zu_box_sock_ExportSocketId_ForExcept,
                           zu_box_sock_ExportSocketId_ForWrite}) {
@@ -165,26 +169,19 @@ TEST_F(BoxSockets, ExportedSocketStaysOpenAndLeavesWithItsLastWait) {
   EXPECT_EQ(zu_box_sock_IsExist(box, socket) + zu_box_sock_GetNumSock(box), 0);
   EXPECT_EQ(adopt(socket), socket) << "and may come back";
   EXPECT_EQ(zu_box_sock_ExportSocketId(box, socket), 1);
-  EXPECT_TRUE(near.send("open"));
-  EXPECT_EQ(far.receive(4), "open");
-}
 
-TEST_F(BoxSockets, ImportedSocketIsServedButNotOwned) {
-  auto [near, far] = tcp_pair();
-  int calls = 0;
   EXPECT_EQ(zu_box_sock_ImportSocketId_ForRead(box, 0, count_call, &calls), 0);
-  EXPECT_EQ(zu_box_sock_ImportSocketId_ForRead(box, near.id(), count_call, &calls), 1);
-  EXPECT_EQ(zu_box_sock_ImportSocketId_ForRead(box, near.id(), count_call, &calls), 0);
-  EXPECT_EQ(adopt(near.id()), -1) << "its read is taken";
-  EXPECT_EQ(zu_box_sock_GetNumSock(box), 0);
-  EXPECT_TRUE(far.send("x"));
-  EXPECT_TRUE(near.readable_within(1000));
+  EXPECT_EQ(import(), 1);
+  EXPECT_EQ(adopt(socket), -1) << "its read is taken";
+  EXPECT_EQ(zu_box_sock_GetNumSock(box), 0) << "served, not owned";
+  EXPECT_TRUE(far.send("x") && near.readable_within(1000));
   const auto stop = [](void* user) { zu_box_BreakLoop(static_cast<zu_box*>(user)); };
-  zu_box_sock_ImportSocketId_ForWrite(box, near.id(), stop, box);
+  zu_box_sock_ImportSocketId_ForWrite(box, socket, stop, box);
   zu_box_StartLoop(box);
   EXPECT_EQ(calls, 1) << "the import survived the refused adoption";
   zu_box_free(std::exchange(box, nullptr));
   EXPECT_TRUE(near.send("open"));
+  EXPECT_EQ(far.receive(4), "open");
 }
 
 TEST_F(BoxSockets, EachKindOfWaitHasRoomForExactly1024) {
