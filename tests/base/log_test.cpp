@@ -13,7 +13,7 @@ namespace {
 
 class Log : public testing::Test {
  protected:
-  zu_log* open(const char* name = "a.log") { return zu_log_malloc(dir_.file(name).c_str()); }
+  zu_log* open() { return zu_log_malloc(dir_.file("a.log").c_str()); }
   std::string content(const char* name = "a.log") { return dir_.content(name); }
   kiv::test::TempDir dir_;
 };
@@ -28,18 +28,6 @@ TEST_F(Log, AppendsAtOnceAndCutsMessagesAtTheBuffer) {
     EXPECT_EQ(expected, content().size()) << "flushed already, length " << length;
     zu_log_free(log);
   }
-}
-
-TEST_F(Log, RefusesWhatItCannotOpenOrUse) {
-  EXPECT_FALSE(open("missing/a.log") || zu_log_malloc(nullptr));
-  zu_log_free(nullptr);
-  zu_log log;
-  EXPECT_FALSE(zu_log_init(nullptr, "a") ||
-               zu_log_init(&log, ("missing/" + std::string(300, 'x')).c_str()));
-  EXPECT_EQ(260u, zu_strlen(log.path));
-  zu_log_destroy(&log);
-  zu_log_destroy(&log);
-  EXPECT_FALSE(zu_log_notice(&log, "gone") || zu_log_notice(nullptr, "gone"));
 }
 
 TEST_F(Log, KeepsTheLinesOfThreadsApart) {
@@ -84,30 +72,6 @@ TEST_F(Console, WritesItsOneFileWhateverTheName) {
   std::filesystem::remove("zu_console.txt");
   std::filesystem::create_directory("zu_console.txt");
   EXPECT_EQ(1, zu_console_Setup(nullptr) & zu_console_printf("lost"));
-}
-
-TEST_F(Log, HelpersReadAndAppendWholeFiles) {
-  const std::string path = dir_.file("f"), all("a\r\n\x1a\0b", 6);
-  EXPECT_EQ(1, zu_AppendFile(path.c_str(), all.data(), 2) &
-                   zu_AppendFile(path.c_str(), all.data() + 2, 4) &
-                   zu_AppendFile(path.c_str(), nullptr, 5) & zu_AppendFile(path.c_str(), "z", -1));
-  EXPECT_EQ(all, content("f"));
-  for (int size : {-1, 0, 1, 3, 6, 7, 9}) {
-    char raw[] = "#########", text[] = "#########";
-    const int got = zu_GetFileContent(path.c_str(), raw, size);
-    EXPECT_EQ(std::clamp(size, 0, 6), got);
-    EXPECT_EQ(all.substr(0, unsigned(got)).append(unsigned(9 - got), '#'), std::string(raw, 9));
-    EXPECT_EQ(size > 0, zu_GetTextFileContent(path.c_str(), text, size));
-    EXPECT_TRUE(size < 1 || text[std::min(size - 1, 6)] == '\0');
-    EXPECT_EQ('#', text[std::clamp(size, 0, 7)]);
-  }
-  EXPECT_EQ(0, zu_DeleteFile(path.c_str()));
-  char out[] = "#";
-  for (const char* none : {static_cast<const char*>(nullptr), path.c_str()}) {
-    EXPECT_EQ(-1, zu_GetFileContent(none, out, 1));
-    EXPECT_FALSE(zu_GetTextFileContent(none, out, 1) || zu_DeleteFile(none) == 0);
-  }
-  EXPECT_EQ(0, zu_AppendFile(dir_.file("no/f").c_str(), "z", 1));
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <map>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,20 +17,6 @@ auto elsewhere(Call&& call) {
   decltype(call()) result{};
   std::thread([&] { result = call(); }).join();
   return result;
-}
-
-TEST(Sem, WorksOnlyWhileInitialised) {
-  zu_sem sem;
-  const auto handle = reinterpret_cast<uintptr_t>(&sem);
-  for (auto init : {zu_sem_init, zu_sem_init_ex}) {
-    init(&sem);
-    EXPECT_EQ(1, zu_sem_lock(handle) & zu_sem_lock(handle));
-    EXPECT_EQ(1, zu_sem_unlock(handle) & zu_sem_unlock(handle));
-    EXPECT_EQ(1, elsewhere([&] { return zu_sem_lock(handle) & zu_sem_unlock(handle); }));
-    EXPECT_EQ(1, zu_sem_destroy(&sem));
-    EXPECT_FALSE(zu_sem_lock(handle) || zu_sem_unlock(handle) || zu_sem_destroy(&sem));
-  }
-  EXPECT_FALSE(zu_sem_lock(0) || zu_sem_unlock(0) || zu_sem_destroy(nullptr));
 }
 
 class Registry : public testing::Test {
@@ -103,15 +88,6 @@ TEST_F(Registry, SerialisesOperationsOfAllThreads) {
   for (auto& thread : threads) thread.join();
   over = true;
   user.join();
-}
-
-TEST(Process, GivesRandomValuesAndThreadIds) {
-  std::set<int32_t> values;
-  int32_t all_bits = 0;
-  for (int i = 0; i < 1000; ++i) all_bits |= *values.insert(zu_RandomValue()).first;
-  EXPECT_EQ(INT32_MAX, all_bits) << "every bit but the sign";
-  EXPECT_GT(values.size(), 990u);
-  EXPECT_TRUE(zu_GetPid() > 0 && zu_GetPid() != elsewhere(zu_GetPid));
 }
 
 TEST(Process, RandomTextsFavourSomeCapitalsAndLackTheLowerCaseZ) {

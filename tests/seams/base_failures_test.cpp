@@ -11,14 +11,6 @@
 
 namespace {
 
-TEST(BaseFailures, TextsAreMadeWholeOrNotAtAll) {
-  EXPECT_SURVIVES_FAILING_ALLOCATIONS(3, [] {
-    _zu_free(zu_strndup("abc", 2));
-    _zu_free(zu_memdup("abc", 3));
-    _zu_free(zu_strreverse("abc", 3));
-  });
-}
-
 TEST(BaseFailures, LocksAndRegistryReportIt) {
   char object;
   EXPECT_SURVIVES_FAILING_ALLOCATIONS(2, [&] {
@@ -36,25 +28,6 @@ TEST(BaseFailures, LocksAndRegistryReportIt) {
   kiv::test::fail_allocation(0);
   EXPECT_EQ(1, kiv_sem_Setup());
   EXPECT_EQ(0, kiv_Shutdown());
-}
-
-TEST(BaseFailures, LogsAndTraceCloseWhatTheyOpened) {
-  const kiv::test::TempDir dir;
-  const auto home = std::filesystem::current_path();
-  std::filesystem::current_path(dir.path());
-  EXPECT_SURVIVES_FAILING_ALLOCATIONS(3, [] {
-    zu_log* log = zu_log_malloc("a.log");
-    EXPECT_EQ(log != nullptr, zu_log_notice(log, "x") == 1);
-    zu_log_free(log);
-    zu_console_Setup(nullptr);
-    const bool printed = zu_console_printf("x") == 1;
-    EXPECT_TRUE(printed || kiv::test::allocation_failed());
-    EXPECT_EQ(0, zu_console_Shutdown());
-    // Windows removes no file that is still open.
-    EXPECT_TRUE(zu_DeleteFile("a.log") == 0 || kiv::test::allocation_failed());
-    EXPECT_EQ(printed, zu_DeleteFile("zu_console.txt") == 0);
-  });
-  std::filesystem::current_path(home);
 }
 
 TEST(Clock, StampsLinesAndCountsMicroseconds) {
