@@ -43,30 +43,6 @@ TEST(Jitter, RandomCutsMatchADeque) {
   }
 }
 
-TEST(Jitter, RefusesSizesAndArguments) {
-  for (int32_t bad : {0, -1, INT32_MIN}) {
-    EXPECT_FALSE(zu_jitter_mallocx(bad, 1, nullptr) || zu_jitter_mallocx(1, bad, nullptr));
-    EXPECT_FALSE(_zu_jitter_block_new(bad) || _zu_jitter_block_new(INT32_MAX));
-  }
-  zu_jitter* jitter = zu_jitter_malloc();
-  EXPECT_TRUE(jitter->block_size == 16384 && jitter->max_blocks == 100000);
-  zu_jitter_free(jitter);
-  zu_jitter record;
-  zu_jitter_init(&record, INT32_MAX, INT32_MAX, value_of(5));
-  EXPECT_EQ(zu_jitter_GetAvailableLen(&record), INT32_MAX);
-  EXPECT_EQ(zu_jitter_GetUserData(&record), value_of(5));
-
-  zu_jitter_init(&record, 4, 2, nullptr);
-  char out[8];
-  EXPECT_TRUE(zu_jitter_SetData(&record, "abcdef", 6) == 6 && record.block_count == 2);
-  EXPECT_FALSE(zu_jitter_SetData(&record, "a", -1) || zu_jitter_GetData(&record, out, -1));
-  for (int32_t offset : {-1, INT32_MIN, 6, INT32_MAX}) {
-    EXPECT_EQ(zu_jitter_PeekDatax(&record, out, offset, INT32_MAX), 0);
-  }
-  zu_jitter_destroy(&record);
-  EXPECT_FALSE(zu_jitter_GetLen(&record) || record.blocks || record.last || record.block_count);
-}
-
 // A block over whose ring's end the bytes go that are written after `turned` others.
 struct Block {
   explicit Block(int32_t capacity, int32_t turned = 0) : block(_zu_jitter_block_new(capacity)) {
