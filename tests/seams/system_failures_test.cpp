@@ -1,15 +1,12 @@
-// Configurations and dates when memory runs out, and at a known time.
+// Configurations when memory runs out.
 #include <gtest/gtest.h>
 
-#include <ctime>
 #include <string>
 
 #include "kiv_base/base.h"
 #include "kiv_base/system.h"
-#include "tests/seams/clock_seam.h"
 #include "tests/seams/heap_seam.h"
 #include "tests/support/stdout_capture.h"
-#include "tests/support/temp_dir.h"
 
 namespace {
 
@@ -48,36 +45,6 @@ TEST(SystemFailures, AChangeIsMadeWholeOrNotAtAll) {
     });
     EXPECT_EQ(change == changes[2] ? "error: __config_UpdateKey() error!\n" : "", printed);
   }
-}
-
-TEST(SystemFailures, NothingIsMadeByHalves) {
-  const kiv::test::TempDir dir;
-  const std::string path = dir.file("a"), copy = dir.file("b");
-  zu_AppendFile(path.c_str(), std::string(40000, '\n').c_str(), 40000);
-  zu_AppendFile(path.c_str(), kText, sizeof kText - 1);
-  EXPECT_SURVIVES_FAILING_ALLOCATIONS(30, [&] {
-    zu_config* config = zu_config_make(path.c_str());
-    EXPECT_TRUE(config != nullptr || kiv::test::allocation_failed());
-    const int saved = zu_config_SaveToFile(config, copy.c_str());
-    EXPECT_TRUE(saved == 0 || dir.content("a") == dir.content("b"));
-    EXPECT_TRUE(config == nullptr || zu_config_UnsetGroup(config, "g"));
-    zu_config_free(config);
-    zu_pattern_free(zu_pattern_make("a*b"));
-    _zu_free(zu_GetGMTString(0));
-    _zu_free(__GetProfileString(nullptr));
-  });
-}
-
-TEST(SystemClock, TellsTheLocalTime) {
-  std::tm local{};
-  local.tm_year = 109, local.tm_mon = 2, local.tm_mday = 7, local.tm_hour = 9, local.tm_min = 5;
-  local.tm_sec = 1, local.tm_isdst = -1;
-  const kiv::test::StoppedClock clock(std::int64_t{std::mktime(&local)} * 1000000);
-  char text[23] = "######################";
-  EXPECT_EQ(21, zu_GetLocalDate(text));
-  EXPECT_EQ(std::string("2009.03.07 - 09:05:01\0", 22), std::string(text, 22));
-  EXPECT_EQ(0, zu_GetLocalDate(nullptr));
-  EXPECT_EQ(905, zu_GetCurrentTimeHH() * 100 + zu_GetCurrentTimeMM());
 }
 
 }  // namespace

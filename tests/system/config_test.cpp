@@ -149,11 +149,6 @@ TEST(Config, ReadsAndChangesLines) {
   const Config config = parsed("k=0\n[g]\nk = v\na;b=x;y\nno\n=k=1\n/k=2\n//k=3\n\"q\" = \" 1\" ;");
   EXPECT_EQ((Model{{"g", {{"k", " v"}, {"a;b", "x;y"}, {"\"q\"", " \" 1\" ;"}}}}),
             model_of(config));
-  zu_config* c = config.get();
-  EXPECT_FALSE(zu_config_RenameGroup(c, "g", "g") || zu_config_RenameGroup(c, "g", "") ||
-               zu_config_KeyRewind(c, "h") || zu_config_SetKey(nullptr, "g", "k", "v") ||
-               zu_config_SetKey(c, "g", "k", nullptr) || zu_config_IsKeyExist(c, "g", nullptr) ||
-               zu_config_IsGroupExist(c, "k") || zu_config_GetKey(c, nullptr, "k"));
 }
 
 TEST(Config, IterationsSurviveChanges) {
@@ -214,13 +209,6 @@ TEST(Config, FilesAreWholeOrOldOrUntouched) {
   EXPECT_EQ(whole, dir.content("a.conf"));
   const auto entries = std::filesystem::directory_iterator(dir.path());
   EXPECT_EQ(2, std::distance(begin(entries), end(entries))) << "nothing is left beside";
-}
-
-TEST(Config, StripsQuotes) {
-  const std::pair<const char*, const char*> cases[] = {
-      {" \"abc\" ;", "abc"},    {"abc ;", "abc ;"}, {nullptr, ""},      {"\"", ""},
-      {" \t\"a\"b\",", "a\"b"}, {"\" ;", " ;"},     {" abc\"", " abc"}, {"\"a ;", "a ;"}};
-  for (const auto& [value, expected] : cases) EXPECT_EQ(expected, taken(__GetProfileString(value)));
 }
 
 }  // namespace
