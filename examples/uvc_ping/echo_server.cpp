@@ -24,6 +24,7 @@ void EchoServer::stop() {
   const std::lock_guard guard(mutex_);
   for (const auto& [id, client] : clients_) kiv_uvs_DeleteClient(server_, id);
   clients_.clear();
+  kiv_uvs_free(server_);  // so that none comes back before the loop ends
 }
 
 std::string EchoServer::summary() {

@@ -8,6 +8,7 @@ namespace uvc_ping {
 namespace {
 
 constexpr std::uint32_t kLastWaitMs = 2000;
+constexpr std::uint32_t kPauseMs = 1000;      // a server that ends is not gone at once
 constexpr std::chrono::seconds kLiveness{9};  // of the connection, and a second less
 
 std::uint64_t random_number() {
@@ -120,12 +121,18 @@ void Ping::lose() {
   pulse_.stop();
   if (is_answered_ && !all_sent()) {
     report_.remark("the connection is lost, connecting again");
-    if (!start()) end_with("and cannot be made again");
+    kiv_box_NewOnceTimer(
+        box_, kPauseMs,
+        [](void*, void* self, std::int32_t, std::int32_t) { to_ping(self)->restart(); }, this);
   } else if (!is_answered_ && Clock::now() - connected_ < kLiveness) {
     end_with(name() + " hung up without an answer: wrong key");
   } else {
     end_with("the connection is lost");
   }
+}
+
+void Ping::restart() {
+  if (!has_ended_ && !start()) end_with("and cannot be made again");
 }
 
 void Ping::end() {

@@ -44,6 +44,7 @@ class Ping {
   void send();
   void take(std::string_view body);
   void lose();
+  void restart();
   bool all_sent() const { return options_.count != 0 && number_ == options_.count; }
   void end();
   void end_with(const std::string& remark);

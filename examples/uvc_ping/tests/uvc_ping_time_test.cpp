@@ -125,7 +125,10 @@ TEST_F(UvcPingTime, StrangersHarmNoServer) {
   connect(wrong_one, kAccept);
   send(wrong_one, other, 1);
   expect_five(wrong_one, datagram(kClose, session));
-  for (std::uint32_t i = 1; i < 10000; ++i) connect(udp_socket(0, kLoopback + i), kAccept);
+  for (std::uint16_t i = 1; i < 10000; ++i) {
+    // Wine sends from 127.0.0.1, whatever the address, so that the ports differ as well.
+    connect(udp_socket(static_cast<std::uint16_t>(10000 + i), kLoopback + i), kAccept);
+  }
   connect(udp_socket(), kRefuse, 1);
   send(true_one, cipher, 3);
   expect_pong(true_one, 3);
