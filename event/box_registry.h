@@ -63,8 +63,9 @@ bool is_own_thread(const kiv_box& box);
 void send_wake(kiv_box& box, const Wake& wake);
 
 // The wait for sockets that the loop is in on another thread, 0 when in none; and returning once a
-// wait has ended, for a caller who has woken the loop since. As long as a wait goes on, the system
-// keeps the sockets in it that are closed meanwhile, and their ports.
+// wait has ended. As long as a wait goes on, the system keeps the sockets in it that are closed
+// meanwhile, and their ports. Who wants a port back ends the registration, asks for the wait, wakes
+// the loop and outlasts the wait, in this order.
 std::uint32_t current_wait(kiv_box* box);
 void outlast(kiv_box* box, std::uint32_t wait);
 

@@ -113,10 +113,13 @@ class Loop {
       if (count == 0 || count > image.count / 2 || image.count != sockets.total) return false;
       sockets.begin_pass();
       copy_image(*ready, image, count);
+      ++engine_.waits;
     }
     engine_.ready[index_of(Kind::read)] = ready;
     const std::int64_t at_once = 0;
-    if (platform::wait_ready(ready, nullptr, nullptr, &at_once) <= 0) return false;
+    const std::int32_t found = platform::wait_ready(ready, nullptr, nullptr, &at_once);
+    ++engine_.waits;
+    if (found <= 0) return false;
     if (!known_.take_turn(*ready)) known_.forget();
     return true;
   }
@@ -128,7 +131,10 @@ class Loop {
       const base::Guard guard(lock_);
       timeout = time_to_next_timer();
       has_sockets = engine_.sockets.total > 0;
-      if (has_sockets) copy_images();
+      if (has_sockets) {
+        copy_images();
+        ++engine_.waits;
+      }
     }
     if (has_sockets) return wait_for_sockets(timeout);
     return timeout != nullptr ? sleep(*timeout) : Wait::nothing_left;
@@ -158,7 +164,6 @@ class Loop {
     if (timeout != nullptr) {
       timeout_us = std::int64_t{timeout->seconds} * kMicrosecondsPerSecond + timeout->microseconds;
     }
-    ++engine_.waits;
     const std::int32_t ready =
         platform::wait_ready(engine_.ready[0], engine_.ready[1], engine_.ready[2],
                              timeout != nullptr ? &timeout_us : nullptr);

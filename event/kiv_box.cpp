@@ -135,7 +135,7 @@ std::uint32_t current_wait(kiv_box* box) {
 }
 
 void outlast(kiv_box* box, std::uint32_t wait) {
-  while (wait != 0 && current_wait(box) == wait) platform::sleep_ms(0);
+  while (wait != 0 && current_wait(box) == wait) platform::sleep_ms(1);
 }
 
 }  // namespace kiv::event

@@ -25,9 +25,12 @@ enum class Ownership { own, given };
 void release(kiv_uvs& server) {
   if (server.keep_alive_timer > 0) kiv_box_DeleteTimer(server.link.box, server.keep_alive_timer);
   server.keep_alive_timer = 0;
-  const std::uint32_t wait = server.link.socket > 0 ? event::current_wait(server.link.box) : 0;
-  server.link.close();
-  event::outlast(server.link.box, wait);  // now its port is free
+  if (server.link.socket > 0) {
+    kivx_box_ExportSockId_ForRead(server.link.box, server.link.socket);
+    const std::uint32_t wait = event::current_wait(server.link.box);
+    server.link.close();
+    event::outlast(server.link.box, wait);  // now its port is free
+  }
   free_tables(server);
 }
 

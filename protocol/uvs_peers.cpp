@@ -2,7 +2,7 @@
 #include <cstring>
 
 #include "base/owned.h"
-#include "kiv_base/system.h"
+#include "platform/random.h"
 #include "protocol/uvs.h"
 
 namespace kiv::protocol::uv {
@@ -51,8 +51,8 @@ bool insert(const kiv_uvs& server, Peer* peer) {
 bool make_tables(kiv_uvs& server) {
   server.by_address = zu_ihash_malloc(kBuckets);
   server.by_id = zu_ihash_malloc(kBuckets);
-  for (std::uint32_t& half : server.secret) half = static_cast<std::uint32_t>(zu_RandomValue());
-  return server.by_address != nullptr && server.by_id != nullptr;
+  return server.by_address != nullptr && server.by_id != nullptr &&
+         platform::random_bytes(&server.secret, sizeof server.secret);
 }
 
 void free_tables(kiv_uvs& server) {

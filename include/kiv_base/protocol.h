@@ -256,6 +256,7 @@ KIV_API int KIV_CALL kiv_cipher_key(void* buffer, int32_t length, const char* fi
  * they may close, delete and free everything, and so may other threads meanwhile; one that has
  * begun runs to its end. A NULL callback is left out, and what a callback returns is ignored. While
  * datagrams pour in without a pause, time-outs wait for the end of the flood; keep-alives do not.
+ * A socket of the box that is higher and always ready holds up both.
  */
 
 typedef struct kiv_uvc kiv_uvc;
@@ -275,8 +276,8 @@ typedef int(KIV_CALL* kiv_uvc_foreign_fn)(kiv_uvc* client, void* argument, const
 KIV_API kiv_uvc* KIV_CALL kiv_uvc_make(void) KIV_NOEXCEPT;
 
 /* Sends the connect request to the first address of a host (a name is looked up here, before any
- * lock) and returns 1; 0 for an unknown host, ports 0 to 2, or when socket, timer or request fail.
- * From another thread than the box's, callbacks may come before the return. Then
+ * lock) and returns 1; 0 for an unknown host, port 0 (with a socket of its own also 1 and 2), or
+ * when socket, timer or request fail. From another thread than the box's, callbacks may come before the return. Then
  *
  *   `on_connected`  when the server accepts, or
  *   `on_failed`     after a refusal, a close, or 4 s without an answer;
@@ -289,7 +290,7 @@ KIV_API kiv_uvc* KIV_CALL kiv_uvc_make(void) KIV_NOEXCEPT;
  * without a write.
  *
  * The kivx_ form takes a UDP socket in place of one of its own (below 1): it becomes non-blocking,
- * must not be waited for in the box yet, and is let go of, open, at the end. */
+ * must not be waited for in the box yet, and is let go of, open, at the end or on failure. */
 KIV_API int KIV_CALL kivx_uvc_attach(kiv_box* box, kiv_uvc* client, int32_t socket,
                                      const char* host, uint16_t port, kiv_uvc_fn on_connected,
                                      void* connected_arg, kiv_uvc_fn on_failed, void* failed_arg,
@@ -336,8 +337,8 @@ KIV_API int KIV_CALL kiv_uvc_free(kiv_uvc* client) KIV_NOEXCEPT;
  *
  * A client stays until the application deletes it, also one that it never accepted. Senders can be
  * forged: requests under made-up addresses fill the 10000 places until they are deleted, and each
- * is answered with five datagrams. A flood of garbage crowds out fewer datagrams of clients where
- * no `on_foreign` asks to be told of each. */
+ * is answered with five datagrams; two servers may so become each other's clients. A flood of
+ * garbage crowds out fewer datagrams of clients where no `on_foreign` asks to be told of each. */
 
 typedef struct kiv_uvs kiv_uvs;
 
