@@ -277,7 +277,8 @@ KIV_API kiv_uvc* KIV_CALL kiv_uvc_make(void) KIV_NOEXCEPT;
 
 /* Sends the connect request to the first address of a host (a name is looked up here, before any
  * lock) and returns 1; 0 for an unknown host, port 0 (with a socket of its own also 1 and 2), or
- * when socket, timer or request fail. From another thread than the box's, callbacks may come before the return. Then
+ * when socket, timer or request fail. From another thread than the box's, callbacks may come
+ * before the return. Then
  *
  *   `on_connected`  when the server accepts, or
  *   `on_failed`     after a refusal, a close, or 4 s without an answer;
