@@ -161,23 +161,6 @@ TEST(BigBox, TakesSocketsInAndGivesThemBack) {
   EXPECT_EQ(kivx_bigbox_export_ForRead(big, id) + kiv_bigbox_nnodes(big), 2) << "either keeps it";
   EXPECT_EQ(kivx_bigbox_export_ForWrite(big, id) + kiv_bigbox_nnodes(big), 1);
 
-  // A timer of the slave knows its box; a socket of the slave's own outlives its time as a client.
-  Recorder own;
-  own.then = [&](const Event& event) {
-    if (event.text != "timer 1") return;
-    EXPECT_EQ(kiv_bigbox_InvokeClientID(big), 0);
-    EXPECT_EQ(kiv_bigbox_InvokeSlaveBox(big), slave);
-  };
-  kiv_box_NewOnceTimer(slave, 1, on_timer, &own);
-  own.await(1);
-  EXPECT_GT(kiv_box_AcceptTcpClient(slave, id, on_read, &own, nullptr, nullptr), 0);
-  EXPECT_EQ(write_by(ignored), 1);
-  EXPECT_EQ(kiv_bigbox_GetSlaveBox(big, id), slave);
-  kiv_bigbox_DeleteSock(big, id);
-  EXPECT_TRUE(far.send("x"));
-  own.await(2);
-  kivx_box_ExportSockId(slave, id);
-
   const Socket listener = tcp_listener();
   const auto listen = [&](zu_box_accept_fn callback, Recorder& who) {
     return kivx_bigbox_import_ForListen(big, listener.id(), callback, &who);

@@ -1,10 +1,6 @@
 // Boxes when memory runs out: every step fails cleanly and leaves no block and no socket behind.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <future>
-
-#include "event/bigbox_registry.h"
 #include "kiv_base/base.h"
 #include "tests/event/box_events.h"
 #include "tests/seams/heap_seam.h"
@@ -68,32 +64,6 @@ TEST(BoxMemory, BigBoxesUndoWhatFails) {
   const std::string thread = "error: kivx_ThreadBox_create()->CreateThread() error!";
   EXPECT_TRUE(printed == thread ||
               printed == "kivx_ThreadBox_create()->CreateEvent() error!\n" + thread);
-}
-
-// Without memory for the shared buffers, then with one that a shut-down takes away meanwhile.
-void KIV_CALL read_through_shut_down(void*, void* done, std::int32_t, char* data,
-                                     std::int32_t length) {
-  fail_allocation(0);
-  if (length == 1023) return;
-  EXPECT_EQ(length, 4000 - 1023);
-  kiv::event::bigbox_registry_shutdown();
-  std::fill_n(data, length, 'x');
-  static_cast<std::promise<void>*>(done)->set_value();
-}
-
-TEST(BoxMemory, ReadsDoNotDependOnTheSharedBuffers) {
-  std::promise<void> done;
-  const auto [near, far] = tcp_pair();
-  kiv_bigbox* big = kiv_bigbox_make(1, 1);
-  kiv_bigbox_accept(big, near.id(), "1", 1, read_through_shut_down, &done, {}, {});
-  kiv_box* const boxes[] = {kiv_bigbox_GetMasterBox(big), kiv_bigbox_GetSlaveBox(big, near.id())};
-  fail_allocation(1, true);
-  EXPECT_TRUE(far.send(std::string(4000, 'x')));
-  done.get_future().wait();
-  EXPECT_EQ(kiv_bigbox_GetMasterBox(big), nullptr);
-  kiv::event::bigbox_registry().insert(big);
-  kiv_bigbox_free(big);
-  for (kiv_box* box : boxes) EXPECT_TRUE(eventually([=] { return kivx_box_IsValid(box) == 0; }));
 }
 
 }  // namespace

@@ -40,19 +40,6 @@ struct Timers : testing::Test {
   std::string log_;
 };
 
-TEST_F(Timers, RefusalsLeaveNoTrace) {
-  const std::int32_t known = once(60000, 1), unknown = 51199;
-  EXPECT_GT(known, unknown);
-  EXPECT_EQ(once(0, 1) & zu_box_timer_AddLoopTimer(box_, 5, nullptr, this), -1);
-  EXPECT_EQ(zu_box_timer_AddLimitTimer(box_, 0, 5, note, this), -1);
-  zu_box_timer_Delete(box_, unknown);
-  EXPECT_FALSE(zu_box_timer_Refresh(box_, unknown, 5, note, this) ||
-               zu_box_timer_RefreshTimeout(box_, unknown, 5) ||
-               zu_box_timer_RefreshTimeout(box_, known, 0) ||
-               zu_box_timer_RefreshCallback(box_, known, nullptr, this));
-  EXPECT_EQ(zu_box_timer_GetNumTimer(box_), 1);
-}
-
 TEST_F(Timers, AFiredOutTimerKeepsItsIdUntilDeleted) {
   const std::int32_t single = once(1, 1),
                      triple = zu_box_timer_AddLimitTimer(box_, 3, 3, note, digit(3));
@@ -124,24 +111,6 @@ TEST_F(Timers, AStepOfTheSystemClockMovesNothing) {
   clock_.step_wall_ms(-24LL * 3600 * 1000);
   EXPECT_EQ(run(), "1121");
   EXPECT_EQ(clock_.slept_ms(), 3000);
-}
-
-TEST_F(Timers, TheLongestIntervalIsNotForEver) {
-  once(0xffffffffU, 2);
-  once(0xfffffffeU, 1);
-  EXPECT_EQ(run(), "12");
-  EXPECT_EQ(clock_.slept_ms(), 0xffffffffLL);
-}
-
-TEST_F(Timers, OrderHoldsWhereTheSecondsWrap) {
-  constexpr std::int64_t kLastSecond = 2147483647;
-  constexpr std::int64_t kStart = 1236416701;
-  clock_.advance_ms((kLastSecond - kStart) * 1000);
-  for (int i = 0; i < 6; ++i) {
-    once(static_cast<std::uint32_t>(5000 - i * 900), i);
-  }
-  EXPECT_EQ(run(), "543210");
-  EXPECT_EQ(clock_.slept_ms(), 5000);
 }
 
 // Thousands of timers against a plain sorted list: the same order whatever is added, deleted and
