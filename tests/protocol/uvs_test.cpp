@@ -1,5 +1,4 @@
 // The server of virtual connections; plain sockets play its clients, byte by byte.
-#include <algorithm>
 #include <atomic>
 #include <random>
 #include <set>
@@ -7,7 +6,6 @@
 #include <vector>
 
 #include "tests/protocol/uv_ends.h"
-#include "tests/support/relay.h"
 
 namespace {
 
@@ -120,33 +118,6 @@ TEST_F(UvServer, AttachesAgainAndToGivenSockets) {
   expect_five(near, datagram(kAccept, kOne));
   kiv_uvs_free(server);
   EXPECT_EQ(zu_sock_is_fd_valid(taken.id(), nullptr), 1);
-}
-
-TEST(UvRelay, AConnectionLivesOnABadNetwork) {
-  std::set<std::string> sent;
-  for (int i = 0; i < 200; ++i) sent.insert("data " + std::to_string(i));
-  for (const unsigned seed : {1U, 2U, 3U}) {
-    Seen seen;
-    Server server;
-    LoopingBox box;
-    server.seen.then = [&](const std::string& what) {
-      if (what == "data ") kiv_uvs_write(server, server.current(), "echo", 4);
-    };
-    ASSERT_EQ(server.attach(box), 1);
-    const Relay relay(server.port, seed);
-    Client client(seen);
-    ASSERT_EQ(client.attach(box, relay.port()), 1);
-    ASSERT_EQ(seen.next() + server.seen.next(), "connectedconnect");
-    for (int i = 0; i < 200; ++i) client.write(std::to_string(i));
-    std::set<std::string> arrived;
-    while (arrived.size() < 100) arrived.insert(server.seen.next());
-    EXPECT_EQ(seen.next(), "data echo");
-    kiv_uvc_close(client);
-    std::string line;
-    while ((line = server.seen.next()) != "closed" && line != "(nothing)") arrived.insert(line);
-    EXPECT_EQ(line, "closed");
-    EXPECT_TRUE(std::includes(sent.begin(), sent.end(), arrived.begin(), arrived.end()));
-  }
 }
 
 // Datagrams of all types and none, from addresses of clients and from others.

@@ -33,17 +33,6 @@ TEST(ProtocolFailures, RecordsAreMadeWholeOrNotAtAll) {
   });
 }
 
-TEST(ProtocolFailures, AParsePoolTakesAllOrNothing) {
-  const std::string first(20000, 'x'), long_one(30000, 'y');
-  EXPECT_SURVIVES_FAILING_ALLOCATIONS(8, [&] {
-    kiv_parse_pool* pool = kiv_parse_pool_malloc();
-    kiv_parse_pool_input(pool, first.data(), 20000);
-    const int taken = kiv_parse_pool_input(pool, long_one.data(), 30000);
-    EXPECT_EQ(kiv_parse_pool_GetLen(pool), pool ? 20000 + 30000 * taken : 0);
-    kiv_parse_pool_free(pool);
-  });
-}
-
 // The handlers are called here in the place of a loop.
 TEST(ProtocolFailures, VirtualConnectionsAreMadeOrReportedAsFailed) {
   using namespace kiv::protocol::uv;
