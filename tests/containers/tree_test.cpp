@@ -165,20 +165,9 @@ TEST(XTree, WalksStopByTheirOwnRules) {
                                             : zu_xtree_traverse(tree, Walk::visit, c.order, &walk));
     EXPECT_EQ(walk.seen, c.seen);
   }
-  Numbers tested;
-  const auto test = [](void* value, void* user) {
-    return collect(value, user), number_of(value) - 29;
-  };
-  EXPECT_EQ(zu_itree_foreach_if(tree, test, &tested), 1);
-  EXPECT_EQ(tested, (Numbers{10, 20, 30}));  // -19 and -9 stop nothing
   constexpr auto level = ZU_TRAVERSE_LEVEL_ORDER;
   EXPECT_EQ(printed_by([&] { zu_xtree_traverse(tree, Walk::visit, level, nullptr); }),
             "zu_xtree_traverse(): traverse type ZU_TRAVERSE_LEVEL_ORDER isn't implemented.");
-  const auto toward = [](const void* node_key, const void* probe, void* user) {
-    return probe ? 0 : number_of(user) - number_of(node_key);
-  };
-  EXPECT_EQ(zu_xtree_search(tree, toward, value_of(5)), value_of(50));
-  EXPECT_EQ(zu_xtree_search(tree, toward, value_of(9)), nullptr);
   zu_xtree_destroy(tree);
 }
 
