@@ -44,6 +44,11 @@ static void boxes(void) {
   CHECK(kiv_box_NewOnceTimer(box, 1, stop_box, &fired) > 0);
   kiv_box_loop(box);
   CHECK(fired == 1 && kivx_box_IsValid(box) == 0);
+  /* What was never a handle. */
+  CHECK(kivx_box_IsValid((kiv_box*)&fired) == 0 && kivx_box_IsValid(NULL) == 0);
+  CHECK(kiv_bigbox_nnodes((kiv_bigbox*)&fired) == 0 && kiv_bigbox_nnodes(NULL) == 0);
+  CHECK(kiv_http_server_free((kiv_http_server*)&fired) == 0 && kiv_http_server_free(NULL) == 0);
+  CHECK(kiv_uvs_free((kiv_uvs*)&fired) == 0 && kiv_uvc_free(NULL) == 0);
 }
 
 static void messages(void) {

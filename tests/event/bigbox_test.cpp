@@ -137,6 +137,7 @@ TEST(BigBox, TakesSocketsInAndGivesThemBack) {
   BigBox big(2);
   seen.then = [&](const Event& event) {
     if (event.text == "writable") kivx_bigbox_export_ForWrite(big, event.id);
+    if (event.accepted > 0) Socket(event.accepted).send("hello");
   };
   const auto [near, far] = tcp_pair();
   const std::int32_t id = near.id();
@@ -160,11 +161,43 @@ TEST(BigBox, TakesSocketsInAndGivesThemBack) {
   EXPECT_EQ(kivx_bigbox_export_ForRead(big, id) + kiv_bigbox_nnodes(big), 2) << "either keeps it";
   EXPECT_EQ(kivx_bigbox_export_ForWrite(big, id) + kiv_bigbox_nnodes(big), 1);
 
+  // A timer of the slave knows its box; a socket of the slave's own outlives its time as a client.
+  Recorder own;
+  own.then = [&](const Event& event) {
+    if (event.text != "timer 1") return;
+    EXPECT_EQ(kiv_bigbox_InvokeClientID(big), 0);
+    EXPECT_EQ(kiv_bigbox_InvokeSlaveBox(big), slave);
+  };
+  kiv_box_NewOnceTimer(slave, 1, on_timer, &own);
+  own.await(1);
+  EXPECT_GT(kiv_box_AcceptTcpClient(slave, id, on_read, &own, nullptr, nullptr), 0);
+  EXPECT_EQ(write_by(ignored), 1);
+  EXPECT_EQ(kiv_bigbox_GetSlaveBox(big, id), slave);
+  kiv_bigbox_DeleteSock(big, id);
+  EXPECT_TRUE(far.send("x"));
+  own.await(2);
+  kivx_box_ExportSockId(slave, id);
+
+  const Socket listener = tcp_listener();
+  const auto listen = [&](zu_box_accept_fn callback, Recorder& who) {
+    return kivx_bigbox_import_ForListen(big, listener.id(), callback, &who);
+  };
+  EXPECT_EQ(listen(nullptr, old) + kivx_bigbox_import_ForListen(big, 0, on_accept, &old), 0);
+  EXPECT_EQ(listen(on_accept, old) + listen(on_accept, seen), 2) << "the second replaces the first";
+  EXPECT_EQ(tcp_connect(listener.local_port()).receive_to_end(), "hello");
+  const Socket opened(kiv_bigbox_attach(big, nullptr, 0, on_accept, &seen));
+  for (const Socket* given_back : {&listener, &opened}) {
+    EXPECT_EQ(kivx_bigbox_export_ForListen(big, given_back->id()), 1);
+    EXPECT_EQ(kivx_bigbox_export_ForListen(big, given_back->id()), 0);
+    const Socket caller = tcp_connect(given_back->local_port());
+    EXPECT_TRUE(tcp_accept(*given_back).send("y"));
+    EXPECT_EQ(caller.receive(1), "y");
+  }
   big.end();
   EXPECT_TRUE(far.send("z"));
   EXPECT_EQ(near.receive(1), "z") << "a client's socket stays open";
   EXPECT_EQ(old.lines, Lines());
-  EXPECT_EQ(seen.lines, (Lines{"writable", "read x"}));
+  EXPECT_EQ(seen.lines, (Lines{"writable", "read x", "accept 127.0.0.1"}));
 }
 
 // Clients send, two threads drive every operation, and one kind of event frees it all: (a)ccept,

@@ -92,61 +92,111 @@ TEST_F(Packets, WorkedExampleByteForByte) {
   kiv_proto_free(clone);
 }
 
-// What is refused leaves an empty record.
-TEST_F(Packets, RefusesBrokenSyntaxAndWhatIsTooLong) {
+// What is refused, and the lines that say so; the record is then empty.
+TEST_F(Packets, RefusalsAndTheirLines) {
   const std::string long_word(129, 'w'), many = [] {
     std::string all = "c";
     for (int i = 0; i < 64; ++i) all += " p" + std::to_string(i) + "=\"\"";
     return all;
   }();
-  const std::string cases[] = {"",
-                               "1",
-                               "a-",
-                               long_word,
-                               "a =\"\"",
-                               "a " + long_word + "=\"\"",
-                               "a b c",
-                               "a b=c",
-                               "a b=\"x\"\"",
-                               "a b=\"x\0y\""s,
-                               "a b=\"" + std::string(5121, 'x') + "\"",
-                               many};
-  for (const std::string& c : cases) {
-    const std::string bytes = c + '\0';
+  const char *parameter = "info: packet parameter error!\n", *equals = "info: packet '=' error!\n",
+             *content = "info: packet content error!\n";
+  const struct {
+    std::string bytes, line;
+    const char* item;
+  } cases[] = {
+      {"", "error: command string header is [\0]!\n"s, ""},
+      {" ;&\r\n", "error: command string header is [\0]!\n"s, ""},
+      {"1", "error: command string header is [1]!\n", ""},
+      {"a-", "error: command string include [-]!\n", ""},
+      {long_word, "error: command string length is [>=129 or <1]!\n", ""},
+      {"a =\"\"", "error: parameter string header is [=]!\n", parameter},
+      {"a b.", "error: parameter string include [.]!\n", parameter},
+      {"a " + long_word + "=\"\"", "error: parameter string length is [>=129 or <1]!\n", parameter},
+      {"a b c", "error: '='[c] syntax error!\n", equals},
+      {"a b ", "error: '='[\0] syntax error!\n"s, equals},
+      {"a b=c", "error: content string header is [c]!\n", content},
+      {"a b=\"x\"\"", "error: content string tail is [\0]!\n"s, content},
+      {"a b=\"x\0y\""s, "error: content string tail is [\0]!\n"s, content},
+      {"a b=\"" + std::string(5121, 'x') + "\"", "error: content string length is [>5121]!\n",
+       content},
+      {many, "error: parameter too many(64)!\n", ""},
+  };
+  const std::map<std::string, std::string> checked = {
+      {"", ""},
+      {parameter, "info: packet have error parameter!\n"},
+      {equals, "info: packet have error '='!\n"},
+      {content, "info: packet have error content!\n"}};
+  for (const auto& c : cases) {
+    const std::string bytes = c.bytes + '\0';
+    const auto length = static_cast<int32_t>(bytes.size());
     parse(kWorked);
-    EXPECT_EQ(parse(bytes), 0) << c;
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(parse(bytes), 0) << c.bytes; }), c.line + c.item);
     EXPECT_EQ(text() + stored(), "(none)");
-    EXPECT_EQ(kiv_proto_CheckPacket(nullptr, bytes.data(), static_cast<int32_t>(bytes.size())), 0);
+    EXPECT_EQ(
+        printed_by([&] { EXPECT_EQ(kiv_proto_CheckPacket(nullptr, bytes.data(), length), 0); }),
+        c.line + checked.at(c.item));
   }
-  EXPECT_EQ(printed_by([&] { parse("a b.\0"s); }),
-            "error: parameter string include [.]!\ninfo: packet parameter error!\n");
-  EXPECT_EQ(parse("a") + parse("a " + std::string(10239, '\0')), 0) << "no end, and 10241 bytes";
+  EXPECT_EQ(printed_by([&] { parse("a"); }), "warn: packet tail error[a]!\n");
+  EXPECT_EQ(parse("a " + std::string(10239, '\0')), 0) << "10241 bytes";
   EXPECT_EQ(parse(many.substr(0, many.size() - 7) + '\0'), 1) << "63 parameters";
   EXPECT_EQ(kiv_proto_NumPara(packet), 63);
   EXPECT_EQ(parse("\n" + std::string(128, 'c') + ";a & = \n\"\" _b=\"&\"\0"s), 1);
   EXPECT_EQ(stored(), std::string(128, 'c') + " a= _b=&");
 }
 
-TEST_F(Packets, AFullPacketStaysAsItIs) {
-  const std::string value(5120, 'x');
-  pack("go", {{"a", "1"}, {"b", value}});
+TEST_F(Packets, WhatCannotBePackedLeavesThePacketAlone) {
+  const std::string long_word(129, 'w');
+  const auto refused = [&](auto call) {
+    std::string before = text() + stored();
+    const std::string lines = printed_by([&] { EXPECT_EQ(call(), 0); });
+    EXPECT_EQ(text() + stored(), before);
+    return lines;
+  };
+  const auto command = [&](const char* word) {
+    return refused([=, this] { return kiv_proto_PackCmd(packet, word); });
+  };
+  const auto add = [&](const char* name, const std::string& value) {
+    return refused([&] { return kiv_proto_PackPara(packet, name, value.c_str()); });
+  };
+  const auto modify = [&](const char* name, const std::string& value) {
+    return refused([&] { return kiv_proto_ModifyPara(packet, name, value.c_str()); });
+  };
+  EXPECT_EQ(add("a", "b"), "") << "no packet yet";
+  pack("go", {{"a", "1"}});
+  EXPECT_EQ(command(""), "error: command string length is [0]!\n");
+  EXPECT_EQ(command("1"), "error: command string header is [1]!\n");
+  EXPECT_EQ(command("a b"), "error: command string include [ ]!\n");
+  EXPECT_EQ(command(long_word.c_str()), "error: command string length is [129]!\n");
+  EXPECT_EQ(add("", ""), "error: parameter string length is [0]!\n");
+  EXPECT_EQ(add("=", ""), "error: parameter string header is [=]!\n");
+  EXPECT_EQ(add("a=", ""), "error: parameter string include [=]!\n");
+  EXPECT_EQ(add(long_word.c_str(), ""), "error: parameter string length is [129]!\n");
+  EXPECT_EQ(add("a", ""), "info: para(a) is exist!\n");
+  EXPECT_EQ(add("b", std::string(5121, 'x')), "error: content string too long[5121]!\n");
+  EXPECT_EQ(add("b", std::string(5120, '"')),
+            "error: format content string length is not enough[10240]!\n");
+  EXPECT_EQ(modify("b", ""), "info: para(b) is not exist!\n");
+  EXPECT_EQ(refused([&] { return kiv_proto_DeletePara(packet, "b"); }),
+            "info: deleted para(b) is not exist!\n");
+  EXPECT_EQ(refused([&] { return kiv_proto_GetPara(packet, "A", nullptr, 0); }), "");
+  EXPECT_EQ(refused([&] { return kivx_proto_GetPara(packet, "A", nullptr, nullptr); }),
+            "info: get para(A) is not exist!\n");
+  kiv_proto_PackPara(packet, "b", std::string(5120, 'x').c_str());
+  EXPECT_EQ(add("c", std::string(5120, 'x')), "error: packing parameter string error!\n");
+  EXPECT_EQ(modify("a", std::string(5110, 'x')),
+            "warn: packet too big(content=" + std::string(5110, 'x') + ")!\n");
   const auto room = static_cast<std::size_t>(10240 - kivx_proto_GetPacketLen(packet));
-  pack("go", {{"a", "1"}, {"b", value}, {"d", std::string(room - 6, 'y')}});
+  kiv_proto_PackPara(packet, "d", std::string(room - 6, 'y').c_str());
   EXPECT_EQ(kivx_proto_GetPacketLen(packet), 10240);
-  const std::string full = text() + stored();
-  EXPECT_EQ(kiv_proto_PackPara(packet, "e", "") + kiv_proto_ModifyPara(packet, "a", "22") +
-                kiv_proto_ModifyCmd(packet, "gone"),
-            0);
-  EXPECT_EQ(text() + stored(), full);
+  EXPECT_EQ(refused([&] { return kiv_proto_ModifyCmd(packet, "gone"); }),
+            "warn: packet too big(cmd=gone)!\n");
   pack("go", {});
-  EXPECT_EQ(kiv_proto_PackPara(packet, "a=", "") +
-                kiv_proto_PackPara(packet, "a", (value + "x").c_str()) +
-                kiv_proto_PackPara(packet, "a", std::string(5120, '"').c_str()),
-            0);
   for (int i = 0; i < 64; ++i) {
     EXPECT_EQ(kiv_proto_PackPara(packet, ("p" + std::to_string(i)).c_str(), ""), 1);
   }
-  EXPECT_EQ(kiv_proto_PackPara(packet, "more", ""), 0);
+  EXPECT_EQ(add("more", ""), "warn: number of parameters is already too many(64)!\n");
+  EXPECT_EQ(kivx_proto_SetSpace(3), 0);
 }
 
 // Random edits; what is sent is always right, and the record keeps what it is known to keep.

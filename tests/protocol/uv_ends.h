@@ -80,7 +80,8 @@ struct Client {
   ~Client() { kiv_uvc_free(handle); }
   operator kiv_uvc*() const { return handle; }
 
-  int attach(kiv_box* box, std::uint16_t port, const char* host = "127.0.0.1") {
+  int attach(kiv_box* box, std::uint16_t port, std::int32_t socket = 0,
+             const char* host = "127.0.0.1") {
     const auto connected = [](kiv_uvc*, void* s) { return note(s, "connected"); };
     const auto failed = [](kiv_uvc*, void* s) { return note(s, "failed"); };
     const auto data = [](kiv_uvc*, void* s, char* bytes, std::int32_t length) {
@@ -92,8 +93,8 @@ struct Client {
       EXPECT_TRUE(length == 0 || (ip == std::string("127.0.0.1") && from != 0));
       return note(s, "foreign ", bytes, length);
     };
-    return kivx_uvc_attach(box, handle, 0, host, port, connected, &seen, failed, &seen, data, &seen,
-                           lost, &seen, foreign, &seen);
+    return kivx_uvc_attach(box, handle, socket, host, port, connected, &seen, failed, &seen, data,
+                           &seen, lost, &seen, foreign, &seen);
   }
   std::int32_t write(const std::string& text) const {
     return kiv_uvc_write(handle, text.data(), static_cast<std::int32_t>(text.size()));

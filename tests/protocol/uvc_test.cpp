@@ -13,8 +13,8 @@ using namespace kiv::test;
 
 struct UvClient : testing::Test {
   // Attaches, and reads what the server gets to see.
-  void request() {
-    ASSERT_EQ(client.attach(box, server.local_port(), "localhost"), 1);
+  void request(std::int32_t socket = 0) {
+    ASSERT_EQ(client.attach(box, server.local_port(), socket, "localhost"), 1);
     const std::string first = server.receive_datagram(&port);
     ASSERT_EQ(first.size(), 66U);
     session = first.substr(2);
@@ -24,8 +24,8 @@ struct UvClient : testing::Test {
     EXPECT_EQ(first, datagram(kConnect, session, 2));
     for (int i = 0; i < 4; ++i) EXPECT_EQ(server.receive_datagram(), first);
   }
-  void connect() {
-    request();
+  void connect(std::int32_t socket = 0) {
+    request(socket);
     send(kAccept, session);
     EXPECT_EQ(seen.next(), "connected");
     expect_five(server, datagram(kConfirm, session));
@@ -92,7 +92,7 @@ TEST_F(UvClient, EndsOnceAndMayBeAttachedAgain) {
   const std::string old = datagram(kClose, session);
   EXPECT_EQ(client.attach(box, 2), 0) << "a port that no client has";
   expect_five(server, old);
-  EXPECT_EQ(client.attach(box, 9, "no.such.host.invalid") + client.attach(nullptr, 9), 0);
+  EXPECT_EQ(client.attach(box, 9, 0, "no.such.host.invalid") + client.attach(nullptr, 9), 0);
   connect();
   EXPECT_EQ(kiv_uvc_close(client), 1);
   expect_five(server, datagram(kClose, session));
@@ -104,6 +104,22 @@ TEST_F(UvClient, EndsOnceAndMayBeAttachedAgain) {
   EXPECT_FALSE(server.readable_within(0));
   EXPECT_EQ(kiv_box_GetNumSock(box), 2);
   EXPECT_EQ(kiv_box_GetNumTimer(box), 1);
+}
+
+TEST_F(UvClient, HandsAGivenSocketBack) {
+  const Socket own = udp_socket();
+  for (int times = 0; times < 2; ++times) {
+    connect(own.id());
+    EXPECT_EQ(port, own.local_port());
+    Client second(seen);
+    EXPECT_EQ(second.attach(box, server.local_port(), own.id()), 0) << "in use";
+    send(kData, "still served");
+    EXPECT_EQ(seen.next(), "data still served");
+    kiv_uvc_close(client);
+    expect_five(server, datagram(kClose, session));
+  }
+  EXPECT_EQ(zu_sock_is_fd_valid(own.id(), nullptr), 1);
+  EXPECT_EQ(client.attach(box, 0, own.id()), 0) << "nothing can be sent";
 }
 
 // The only time-out that a test waits for.

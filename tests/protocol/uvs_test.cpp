@@ -1,4 +1,5 @@
 // The server of virtual connections; plain sockets play its clients, byte by byte.
+#include <algorithm>
 #include <atomic>
 #include <random>
 #include <set>
@@ -6,6 +7,7 @@
 #include <vector>
 
 #include "tests/protocol/uv_ends.h"
+#include "tests/support/relay.h"
 
 namespace {
 
@@ -120,13 +122,44 @@ TEST_F(UvServer, AttachesAgainAndToGivenSockets) {
   EXPECT_EQ(zu_sock_is_fd_valid(taken.id(), nullptr), 1);
 }
 
+TEST(UvRelay, AConnectionLivesOnABadNetwork) {
+  std::set<std::string> sent;
+  for (int i = 0; i < 200; ++i) sent.insert("data " + std::to_string(i));
+  for (const unsigned seed : {1U, 2U, 3U}) {
+    Seen seen;
+    Server server;
+    LoopingBox box;
+    server.seen.then = [&](const std::string& what) {
+      if (what == "data ") kiv_uvs_write(server, server.current(), "echo", 4);
+    };
+    ASSERT_EQ(server.attach(box), 1);
+    const Relay relay(server.port, seed);
+    Client client(seen);
+    ASSERT_EQ(client.attach(box, relay.port()), 1);
+    ASSERT_EQ(seen.next() + server.seen.next(), "connectedconnect");
+    for (int i = 0; i < 200; ++i) client.write(std::to_string(i));
+    std::set<std::string> arrived;
+    while (arrived.size() < 100) arrived.insert(server.seen.next());
+    EXPECT_EQ(seen.next(), "data echo");
+    kiv_uvc_close(client);
+    std::string line;
+    while ((line = server.seen.next()) != "closed" && line != "(nothing)") arrived.insert(line);
+    EXPECT_EQ(line, "closed");
+    EXPECT_TRUE(std::includes(sent.begin(), sent.end(), arrived.begin(), arrived.end()));
+  }
+}
+
+// An address and a port of its own: Wine tells them apart by their ports.
+Socket client_socket(std::uint32_t i) {
+  return udp_socket(static_cast<std::uint16_t>(10000 + i), kAddresses + i);
+}
+
 // Datagrams of all types and none, from addresses of clients and from others.
-void pour_garbage(const Server& server, const std::vector<std::uint16_t>& ports, unsigned seed,
-                  const std::atomic<bool>& stopped) {
+void pour_garbage(const Server& server, unsigned seed, const std::atomic<bool>& stopped) {
   std::mt19937 random(seed);
   std::vector<Socket> from;
-  for (std::uint32_t i = seed; i < ports.size(); i += 100) {
-    from.push_back(udp_socket(ports[i], kAddresses + i));
+  for (std::uint32_t i = seed; i < 10000; i += 100) {
+    from.push_back(client_socket(i));
     from.push_back(udp_socket(0, kAddresses + i));
   }
   while (!stopped) {
@@ -148,10 +181,8 @@ TEST_F(UvServer, TenThousandClientsAndAFlood) {
   EXPECT_EQ(seen.next(), "connected");
   await_connect();
   const std::int32_t own = server.current();
-  std::vector<std::uint16_t> ports{0};
   for (std::uint32_t i = 1; i < 10000; ++i) {
-    const Socket one = udp_socket(0, kAddresses + i);
-    ports.push_back(one.local_port());
+    const Socket one = client_socket(i);
     send(one, kConnect, kOne);
     ASSERT_EQ(one.receive_datagram(), datagram(kAccept, kOne));
     await_connect();
@@ -164,8 +195,8 @@ TEST_F(UvServer, TenThousandClientsAndAFlood) {
   connect(near);
 
   std::atomic<bool> stopped{false};
-  std::thread one([&] { pour_garbage(server, ports, 1, stopped); });
-  std::thread two([&] { pour_garbage(server, ports, 2, stopped); });
+  std::thread one([&] { pour_garbage(server, 1, stopped); });
+  std::thread two([&] { pour_garbage(server, 2, stopped); });
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   stopped = true;
   one.join();
