@@ -1,21 +1,19 @@
 // The registry of live upper-layer objects.
 #include <cstdint>
 
-#include "base/registry.h"
-#include "kiv_base/base.h"
+#include "base/objects.h"
 
-using namespace kiv;
+namespace kiv::base {
 
-namespace {
-
-constexpr int32_t kBuckets = 10240;
-
-base::Registry& objects() {
-  static base::Registry registry(kBuckets);
+Registry& objects() {
+  constexpr int32_t kBuckets = 10240;
+  static Registry registry(kBuckets);
   return registry;
 }
 
-}  // namespace
+}  // namespace kiv::base
+
+using kiv::base::objects;
 
 int KIV_CALL kiv_sem_Setup(void) KIV_NOEXCEPT {
   return objects().setup();

@@ -17,6 +17,7 @@ constexpr auto table_make = zu_i64hash_malloc;
 constexpr auto table_free = zu_i64hash_free;
 constexpr auto table_find = zu_i64hash_find;
 constexpr auto table_insert = zu_i64hash_insert;
+constexpr auto table_update = zu_i64hash_update;
 constexpr auto table_delete = zu_i64hash_delete;
 #else
 using Table = zu_ihash;
@@ -24,6 +25,7 @@ constexpr auto table_make = zu_ihash_malloc;
 constexpr auto table_free = zu_ihash_free;
 constexpr auto table_find = zu_ihash_find;
 constexpr auto table_insert = zu_ihash_insert;
+constexpr auto table_update = zu_ihash_update;
 constexpr auto table_delete = zu_ihash_delete;
 #endif
 
@@ -62,11 +64,20 @@ bool Registry::contains_nolock(const void* address) const noexcept {
   return table_find(table_of(table_), key_of(address), nullptr) == 1;
 }
 
-bool Registry::insert(const void* address) noexcept {
+bool Registry::is_kind(const void* address, const void* kind) const noexcept {
+  void* known = nullptr;
+  return table_find(table_of(table_), key_of(address), &known) == 1 &&
+         (kind == nullptr || known == kind);
+}
+
+bool Registry::insert(const void* address, void* kind) noexcept {
   if (address == nullptr || !setup()) return false;
   Guard guard(lock_);
-  return contains_nolock(address) ||
-         table_insert(table_of(table_), key_of(address), const_cast<void*>(address)) == 1;
+  if (!contains_nolock(address)) {
+    return table_insert(table_of(table_), key_of(address), kind) == 1;
+  }
+  if (kind != nullptr) table_update(table_of(table_), key_of(address), kind);
+  return true;
 }
 
 bool Registry::contains(const void* address) noexcept {
@@ -81,10 +92,10 @@ void Registry::remove(const void* address) noexcept {
   table_delete(table_of(table_), key_of(address));
 }
 
-bool Registry::lock_if_known(const void* address) noexcept {
+bool Registry::lock_if_known(const void* address, const void* kind) noexcept {
   if (!setup()) return false;
   zu_sem_lock(reinterpret_cast<std::uintptr_t>(&lock_));
-  if (contains_nolock(address)) {
+  if (is_kind(address, kind)) {
     holder_.store(platform::current_thread_id(), std::memory_order_relaxed);
     ++holds_;
     return true;

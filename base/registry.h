@@ -5,6 +5,9 @@
 // inserting and looking up set an absent registry up.
 //
 // Registry& objects() { static Registry registry(10240); return registry; }
+//
+// An address may have a kind, any pointer that stands for it: where live things of several types
+// share a registry, the heap may give one the address of a freed one of another type.
 #pragma once
 
 #include <atomic>
@@ -34,21 +37,25 @@ class Registry {
 
   // Each takes the lock for itself; a caller that holds it may call them too. A null address is
   // never registered.
-  bool insert(const void* address) noexcept;
+  // A kind replaces that of an address that is registered already.
+  bool insert(const void* address, void* kind = nullptr) noexcept;
   bool contains(const void* address) noexcept;
   void remove(const void* address) noexcept;
 
   // For a caller that holds the lock; false while the registry is absent.
   bool contains_nolock(const void* address) const noexcept;
 
-  // Takes the lock and keeps it when the address is known. Only unlock() releases it again.
-  bool lock_if_known(const void* address) noexcept;
+  // Takes the lock and keeps it when the address is known, and of that kind if one is given. Only
+  // unlock() releases it again.
+  bool lock_if_known(const void* address, const void* kind = nullptr) noexcept;
 
   // Undoes one successful lock_if_known of the calling thread; false when there is none, as while
   // the registry is absent.
   bool unlock() noexcept;
 
  private:
+  bool is_kind(const void* address, const void* kind) const noexcept;
+
   zu_sem lock_;
   std::atomic<bool> present_{false};
   std::int32_t buckets_;

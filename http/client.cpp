@@ -134,7 +134,7 @@ kiv_http_request* KIV_CALL kiv_http_request_make() KIV_NOEXCEPT {
   request->connection = {nullptr, -1, -1};
   request->table = table.get();
   // Last: a late handler of an object that had this address may look into it from now on.
-  if (__kiv_sem_insert(request.get()) == 0) return nullptr;
+  if (!kiv::base::insert_object(request.get())) return nullptr;
   (void)table.release();
   return request.release();
 }

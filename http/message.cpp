@@ -48,34 +48,35 @@ void use(Message& message, Input& in, const Window& seen, std::int32_t count) no
   std::memmove(message.held, message.held + count, static_cast<std::size_t>(message.held_length));
 }
 
+// Position of the first LF, from `from` on, right behind the other text; -1 when there is none.
+template <std::int32_t Size>
+std::int32_t find_newline(const Window& window, std::int32_t from,
+                          const char (&before)[Size]) noexcept {
+  from = std::max(from, Size - 1);
+  while (from < window.length) {
+    const char* const start = window.text + from;
+    const void* const found =
+        std::memchr(start, '\n', static_cast<std::size_t>(window.length - from));
+    if (found == nullptr) return -1;
+    const char* const at = static_cast<const char*>(found);
+    from += static_cast<std::int32_t>(at - start);
+    if (std::memcmp(at - (Size - 1), before, Size - 1) == 0) return from;
+    ++from;
+  }
+  return -1;
+}
+
 // Length of the text up to and including the blank line, 0 when it has none. The first `seen`
 // bytes are known to have none.
 std::int32_t find_head_end(const Window& window, std::int32_t seen) noexcept {
-  const char* const end = window.text + window.length;
-  const char* at = window.text + std::max(seen, 3);
-  while (at < end) {
-    at = static_cast<const char*>(std::memchr(at, '\n', static_cast<std::size_t>(end - at)));
-    if (at == nullptr) return 0;
-    if (std::memcmp(at - 3, "\r\n\r", 3) == 0)
-      return static_cast<std::int32_t>(at + 1 - window.text);
-    ++at;
-  }
-  return 0;
+  return find_newline(window, seen, "\r\n\r") + 1;
 }
 
 // Position of the first CR LF, -1 when there is none.
 std::int32_t find_line_end(const Window& window) noexcept {
   // A waiting "0" line is looked at again; of a longer text the held part has no line end.
-  const std::int32_t from = window.held < 5 ? 0 : window.held - 1;
-  const char* const end = window.text + window.length;
-  const char* at = window.text + from + 1;
-  while (at < end) {
-    at = static_cast<const char*>(std::memchr(at, '\n', static_cast<std::size_t>(end - at)));
-    if (at == nullptr) return -1;
-    if (at[-1] == '\r') return static_cast<std::int32_t>(at - 1 - window.text);
-    ++at;
-  }
-  return -1;
+  const std::int32_t newline = find_newline(window, window.held < 5 ? 0 : window.held, "\r");
+  return newline < 0 ? -1 : newline - 1;
 }
 
 // How the body of a response without Content-Length comes: the state to wait for it in.

@@ -3,6 +3,8 @@
 
 #include "base/objects.h"
 #include "base/owned.h"
+#include "event/box_core.h"
+#include "event/box_registry.h"
 #include "http/filter.h"
 #include "platform/socket.h"
 
@@ -69,11 +71,50 @@ void delete_client(const Locked& server, Client* client) {
   free_client(client, server->box);
 }
 
-// Closes the listener and all clients; the tree is left to be freed.
+void KIV_CALL handle_read(void* box, void* argument, std::int32_t socket, char* data,
+                          std::int32_t length);
+
+// A box's socket, and the server it is looked at for, which may be gone.
+struct Accepted {
+  zu_box* box;
+  const void* server;
+  std::int32_t closed = 0;
+
+  // Closes it if the server accepted it. Its number alone says little: another thread may have
+  // deleted the socket that a handler was called for, and opened one of its own.
+  static void KIV_CALL close(void* data, void* user) {
+    auto& self = *static_cast<Accepted*>(user);
+    auto* const entry = static_cast<event::SocketEntry*>(data);
+    const auto* const remote = entry == nullptr ? nullptr : entry->remote_tcp_client();
+    if (remote == nullptr || remote->stream.read.callback != handle_read ||
+        remote->stream.read.argument != self.server) {
+      return;
+    }
+    zu_box_sock_Delete(self.box, entry->socket);
+    ++self.closed;
+  }
+};
+
+// Closes one socket that the server accepted, or with 0 all.
+void close_accepted(kiv_box* box, const void* server, std::int32_t socket) {
+  event::on_live_box(box, 0, event::Wake::for_new_id("DeleteSock"), [=](kiv_box& live) {
+    if (!event::is_usable(live.raw)) return 0;
+    Accepted accepted = {live.raw, server};
+    if (socket != 0) {
+      Accepted::close(event::find_socket(*live.raw, socket), &accepted);
+    } else {
+      zu_ihash_foreach(live.raw->sockets, Accepted::close, &accepted);
+    }
+    return accepted.closed;
+  });
+}
+
+// Closes the listener, all clients and the connections nobody took; the tree is left to be freed.
 void close_all(const Locked& server) {
   if (server->listener != -1) kiv_box_DeleteSock(server->box, server->listener);
   server->listener = -1;
   zu_itree_foreach(server->clients, free_client, server->box);
+  close_accepted(server->box, server.get(), 0);
 }
 
 // Tells the application that a client's connection is of no more use. Without a callback nobody
@@ -87,15 +128,19 @@ void report_close(Locked& locked, kiv_http_server* server, Client* client) {
   on_close(server, user, socket);
 }
 
+// The client that a handler was called for. Null when there is none (any more): then the socket, of
+// which nobody else knows, is closed.
+Client* client_or_close(const Locked& locked, void* box, const void* server, std::int32_t socket) {
+  Client* const client = locked && locked->box == box ? locked.client(socket) : nullptr;
+  if (client == nullptr) close_accepted(static_cast<kiv_box*>(box), server, socket);
+  return client;
+}
+
 void KIV_CALL handle_close(void* box, void* argument, std::int32_t socket) {
   auto* const server = static_cast<kiv_http_server*>(argument);
   Locked locked(server);
-  Client* const client = locked ? locked.client(socket) : nullptr;
-  if (client == nullptr) {
-    // Also when the server is gone: nobody else knows of this connection.
-    kiv_box_DeleteSock(static_cast<kiv_box*>(box), socket);
-    return;
-  }
+  Client* const client = client_or_close(locked, box, server, socket);
+  if (client == nullptr) return;
   report_close(locked, server, client);
 }
 
@@ -103,11 +148,8 @@ void KIV_CALL handle_read(void* box, void* argument, std::int32_t socket, char* 
                           std::int32_t length) {
   auto* const server = static_cast<kiv_http_server*>(argument);
   Locked locked(server);
-  Client* const client = locked ? locked.client(socket) : nullptr;
-  if (client == nullptr) {
-    kiv_box_DeleteSock(static_cast<kiv_box*>(box), socket);
-    return;
-  }
+  Client* const client = client_or_close(locked, box, server, socket);
+  if (client == nullptr) return;
   kiv_http_filter& filter = *client->filter;
   const bool taken = kiv_http_filter_request_input(&filter, data, length) == 1;
   if (taken && filter.waiting() > kMaxWaiting) filter.break_stream();
@@ -126,12 +168,22 @@ void KIV_CALL handle_read(void* box, void* argument, std::int32_t socket, char* 
   if (on_request != nullptr) on_request(server, user, socket, table.get(), body.get());
 }
 
+// Did the connection come in where the server listens now? Another thread may have attached it
+// again meanwhile, and the new listener may have the number of the old.
+bool is_current(const Locked& server, const void* box, std::int32_t socket) {
+  platform::WireAddress local;
+  return server->box == box && server->listener > 0 &&
+         platform::socket_local_address(socket, &local) == 0 &&
+         platform::swap_order(local.port) == server->port;
+}
+
 void KIV_CALL handle_accept(void* box, void* argument, std::int32_t, std::int32_t socket,
                             const char* peer_ip, std::uint16_t peer_port) {
   auto* const server = static_cast<kiv_http_server*>(argument);
   Locked locked(server);
-  if (!locked || kiv_box_AcceptTcpClient(static_cast<kiv_box*>(box), socket, handle_read, server,
-                                         handle_close, server) < 1) {
+  if (!locked || !is_current(locked, box, socket) ||
+      kiv_box_AcceptTcpClient(static_cast<kiv_box*>(box), socket, handle_read, server, handle_close,
+                              server) < 1) {
     platform::socket_close(socket);  // no box knows it: it would stay open for ever
     return;
   }
@@ -166,7 +218,7 @@ kiv_http_server* KIV_CALL kiv_http_server_make() KIV_NOEXCEPT {
   server->listener = -1;
   server->clients = zu_itree_malloc();
   if (server->clients == nullptr) return nullptr;
-  if (__kiv_sem_insert(server.get()) == 0) {
+  if (!kiv::base::insert_object(server.get())) {
     zu_itree_free(server->clients);
     return nullptr;
   }

@@ -113,18 +113,21 @@ void add_form_length(kiv_http_table& table, std::size_t plus, std::size_t minus)
                                                 static_cast<std::uint32_t>(plus - minus));
 }
 
+// The caller's texts may be this very name and value, the one for the other too: the name is taken
+// before the value goes, and a value that is the name before the name changes.
 bool replace_value(Field& field, const char* name, const char* value) {
   const std::size_t length = std::strlen(value);
-  if (length > std::strlen(field.value)) {
-    OwnedText copy = copy_text(value, length);
-    if (!copy) return false;
-    if (field.value_apart) _zu_free(field.value);
-    field.value = copy.release();
-    field.value_apart = true;
-  } else {
-    std::memmove(field.value, value, length + 1);  // the caller's text may be this very value
-  }
+  const bool in_place = length <= std::strlen(field.value) && value != field.name;
+  OwnedText copy = in_place ? OwnedText() : copy_text(value, length);
+  if (!in_place && !copy) return false;
   std::memmove(field.name, name, std::strlen(field.name));
+  if (in_place) {
+    std::memmove(field.value, value, length + 1);
+    return true;
+  }
+  if (field.value_apart) _zu_free(field.value);
+  field.value = copy.release();
+  field.value_apart = true;
   return true;
 }
 

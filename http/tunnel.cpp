@@ -222,7 +222,7 @@ kiv_proxy_http* KIV_CALL kiv_proxy_http_make() KIV_NOEXCEPT {
   auto tunnel = kiv::base::Owned<kiv_proxy_http>::allocate_zeroed();
   if (!tunnel) return nullptr;
   tunnel->connection = {nullptr, -1, -1};
-  return __kiv_sem_insert(tunnel.get()) == 1 ? tunnel.release() : nullptr;
+  return kiv::base::insert_object(tunnel.get()) ? tunnel.release() : nullptr;
 }
 
 int KIV_CALL kiv_proxy_http_attach(kiv_box* box, kiv_proxy_http* tunnel, const char* proxy_host,

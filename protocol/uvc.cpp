@@ -66,7 +66,7 @@ using namespace kiv::protocol::uv;
 
 kiv_uvc* KIV_CALL kiv_uvc_make() KIV_NOEXCEPT {
   auto client = kiv::base::Owned<kiv_uvc>::allocate_zeroed();
-  if (!client || __kiv_sem_insert(client.get()) == 0) return nullptr;
+  if (!client || !kiv::base::insert_object(client.get())) return nullptr;
   return client.release();
 }
 

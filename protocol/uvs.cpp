@@ -76,7 +76,7 @@ using namespace kiv::protocol::uv;
 
 kiv_uvs* KIV_CALL kiv_uvs_make() KIV_NOEXCEPT {
   auto server = kiv::base::Owned<kiv_uvs>::allocate_zeroed();
-  if (!server || __kiv_sem_insert(server.get()) == 0) return nullptr;
+  if (!server || !kiv::base::insert_object(server.get())) return nullptr;
   server->current_id = -1;
   return server.release();
 }

@@ -67,7 +67,8 @@ KIV_API int KIV_CALL zu_sem_destroy(zu_sem* record) KIV_NOEXCEPT;
  * The lock is recursive and is taken before that of any box, never after it. Every function but
  * __kiv_sem_unlock sets the registry up when it is absent. The registry never looks into the
  * objects and never frees them. An address that has been handed out again by the heap is live
- * again: a stale handle is recognised only until then. */
+ * again: a stale handle is recognised only until then. The library's own objects are known by their
+ * type as well, and their operations refuse any other address that is registered. */
 
 /* 1 when the registry is there afterwards, 0 when memory runs out. */
 KIV_API int KIV_CALL kiv_sem_Setup(void) KIV_NOEXCEPT;

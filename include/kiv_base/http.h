@@ -475,7 +475,8 @@ KIV_API int KIV_CALL kiv_http_request_free(kiv_http_request* request) KIV_NOEXCE
  * complete request. Answers are the application's business: it writes them on the socket.
  *
  * Callbacks run on the box's thread with no lock held; they may call back into the server, delete
- * their client and free the server. Every operation on a freed server returns 0.
+ * their client and free the server. Every operation on a freed server returns 0. Free it before its
+ * box, or at once after.
  *
  * One request at most is delivered for each piece of data read. The second of two pipelined
  * requests waits for the next data on its connection. More than 1000 waiting requests count as a
@@ -486,8 +487,8 @@ KIV_API int KIV_CALL kiv_http_request_free(kiv_http_request* request) KIV_NOEXCE
  */
 
 /* A connection was accepted and belongs to the box. Taken into service only by
- * kiv_http_server_AcceptClient, else it is dropped at its first data. The peer's address as dotted
- * text and its port are as the box gives them. */
+ * kiv_http_server_AcceptClient, else it is dropped at its first data, or with the server. The
+ * peer's address as dotted text and its port are as the box gives them. */
 typedef void(KIV_CALL* kiv_http_server_accept_fn)(kiv_http_server* server, void* user,
                                                   int32_t socket, const char* peer_ip,
                                                   uint16_t peer_port);
@@ -506,8 +507,8 @@ typedef void(KIV_CALL* kiv_http_server_close_fn)(kiv_http_server* server, void* 
 KIV_API kiv_http_server* KIV_CALL kiv_http_server_make(void) KIV_NOEXCEPT;
 
 /* Listens on the port at all local addresses. 0 for port 0, a missing callback, an unknown server
- * or when the port cannot be opened. Attaching again first releases the earlier listener and all
- * clients. */
+ * or when the port cannot be opened. Attaching again first releases the earlier listener, all
+ * clients and the connections nobody took. */
 KIV_API int KIV_CALL kiv_http_server_attach(kiv_box* box, kiv_http_server* server, uint16_t port,
                                             kiv_http_server_accept_fn on_accept,
                                             void* accept_user) KIV_NOEXCEPT;
@@ -528,8 +529,8 @@ KIV_API int KIV_CALL kiv_http_server_DeleteClient(kiv_http_server* server,
 
 KIV_API int32_t KIV_CALL kiv_http_server_NumClients(kiv_http_server* server) KIV_NOEXCEPT;
 
-/* Stops listening, closes all clients without their close callbacks, and frees the server. 0 for
- * NULL or an unknown server. */
+/* Stops listening, closes all clients without their close callbacks, and the connections nobody
+ * took, and frees the server. 0 for NULL or an unknown server. */
 KIV_API int KIV_CALL kiv_http_server_free(kiv_http_server* server) KIV_NOEXCEPT;
 
 /* ---- Tunnel through a proxy ------------------------------------------------------------------

@@ -43,6 +43,7 @@ TEST(HttpFilter, FindsTheMessagesOfAStream) {
       {kRequest, get("/a", "content-length: 4") + "12345", "/a|content-length=4>1234\n11:"},
       {kRequest, get("/a", "Content-Length: 5") + "1234", "12:"},
       {kRequest, get("/a", "Content-Length: -5"), "/a|Content-Length=-5>\n0:"},
+      {kRequest, get("/a", "Content-Length: 2147483647") + "1", "12:"},
       {kRequest, get("/a", "Content-Length: 2147483648"), "0: broken"},
       {kRequest, get("/a", "Transfer-Encoding: x") + "G", "/a|Transfer-Encoding=x>\n11:"},
       {kRequest, kOk + "\r\n", "0: broken"},
@@ -53,6 +54,11 @@ TEST(HttpFilter, FindsTheMessagesOfAStream) {
       // Without length, coding and close it ends with its head.
       {kResponse, kOk + "\r\n" + kOk + "A: b\r\n\r\nH", "200 OK>\n200 OK|A=b>\n11:"},
       {kResponse, kOk + "Connection: Close\r\n\r\n12\r\n\r\n3", "15:12\r\n\r\n3"},
+      {kResponse, "HTTP/1.0 404 no\r\nConnection: close\r\n\r\nH", "404 no|Connection=close>\n11:"},
+      {kResponse, kOk + "Connection: Upgrade\r\n\r\nH", "200 OK|Connection=Upgrade>\n11:"},
+      {kResponse, kOk + "Connection: close\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n",
+       "200 OK|Connection=close|Transfer-Encoding=chunked>\n0:"},
+      {kResponse, get("/a", "Transfer-Encoding: x") + "H", "/a|Transfer-Encoding=x>\n11:"},
       {kResponse, kOk + "Content-Length: 1\r\nTransfer-Encoding: chunked\r\n\r\nx",
        "200 OK|Content-Length=1|Transfer-Encoding=chunked>x\n0:"},
       {kResponse, kChunked + "4\r\nabcd\r\n\r\n\n0a;e=\"x\"\r\n0123456789\r\n0\r\n\r\n",
@@ -64,6 +70,7 @@ TEST(HttpFilter, FindsTheMessagesOfAStream) {
       {kResponse, kChunked + "g\r\n", "12:"},  // four bytes: waits
       {kResponse, kChunked + "g\r\nab", "0: broken"},
       {kResponse, kChunked + "0x1\r\na", chunked_out + "\n11:"},
+      {kResponse, kChunked + "1\r\na\r\n7fffffff\r\nb", "12:ab"},  // no sum of sizes overflows
       {kResponse, kChunked + "ffffffff80000000\r\n", "0: broken"},
       {kResponse, kChunked + "1;" + std::string(1020, 'x') + "\r\na", "12:a"},
       {kResponse, kChunked + "1;" + std::string(1021, 'x') + "\r\na", "0: broken"},
@@ -134,6 +141,14 @@ TEST(HttpFilter, DeliversPartsOnceAndOnlyIntoABody) {
   EXPECT_EQ(stream.drain(), "12:12");
   stream.put("345");
   EXPECT_EQ(stream.drain(), "200 OK|Set-Cookie=a|Set-Cookie=b|Content-Length=5>12345\n0:");
+  stream.put(kOk + "Content-Length: 1\r\n\r\nx" + kChunked + "1\r\ny");
+  kiv_http_table_free(kiv_http_filter_response_get(stream.filter(), nullptr, nullptr));
+  zu_jitter *body = nullptr, *none = body + 1;
+  std::int32_t status = 0;
+  EXPECT_EQ(kiv_http_filter_request_peek(stream.filter(), nullptr, &body, &status), 1);
+  EXPECT_EQ(std::to_string(status) + taken(body), "12y");
+  EXPECT_EQ(kiv_http_filter_response_get(stream.filter(), &none, nullptr), nullptr);
+  EXPECT_EQ(none, nullptr);
 }
 
 TEST(HttpFilter, PeekShowsTheOldestRequest) {

@@ -121,6 +121,10 @@ TEST(HttpTable, PrintsWhatWasSetAndReadsItBack) {
   kiv_http_table_SetStatus(response.self, kiv_http_status_lines[3]);
   response.set("A", "b");
   EXPECT_EQ(response.header(), "HTTP/1.1 200 OK\r\nA: b\r\n\r\n");
+  kiv_http_table_SetMethod(response.self, "PUT");
+  EXPECT_EQ(response.header(), "PUT HTTP/1.1\r\nA: b\r\n\r\n");
+  EXPECT_EQ(kiv_http_table_UnsetMethod(response.self), 1);
+  EXPECT_EQ(response.header(), "HTTP/1.1 200 OK\r\nA: b\r\n\r\n");
 }
 
 TEST(HttpTable, FieldsAreReplacedInPlaceAndKeepTheirOrder) {
@@ -129,6 +133,14 @@ TEST(HttpTable, FieldsAreReplacedInPlaceAndKeepTheirOrder) {
   EXPECT_EQ(table.set("a", "666") + table.set("A", "7777"), 2);
   table.set("C", kiv_http_table_GetField(table.self, "c"));
   EXPECT_EQ(table.shown(), "GET / (null) -1|A:7777|b:4|a:3|C:5");
+  table.set("A", "a");  // its own value and name as the new name and value
+  table.set(kiv_http_table_GetField(table.self, "A"), "8888");
+  EXPECT_EQ(table.shown(), "GET / (null) -1|a:8888|b:4|a:3|C:5");
+  const char* name;
+  kiv_http_table_RewindField(table.self);
+  kiv_http_table_GetNextField(table.self, &name, nullptr);
+  table.set("A", name);
+  EXPECT_EQ(table.shown(), "GET / (null) -1|A:a|b:4|a:3|C:5");
   EXPECT_EQ(table.unset("a") + table.unset("C") + table.unset("x"), 2);
   EXPECT_STREQ(kiv_http_table_GetField(table.self, "A"), "3");
   table.set("D", "8");
@@ -139,6 +151,9 @@ TEST(HttpTable, FieldsAreReplacedInPlaceAndKeepTheirOrder) {
   EXPECT_EQ(table.next(1), "b");
   table.unset("b");  // passed already: the cursor counts, so the walk misses the next
   EXPECT_EQ(table.next(9), "DE");
+  kiv_http_table_ZeroField(table.self);
+  table.set("F", "0");
+  EXPECT_EQ(table.next(9), "F");
 }
 
 TEST(HttpTable, FormsGoOutWithTheirLength) {
@@ -152,6 +167,7 @@ TEST(HttpTable, FormsGoOutWithTheirLength) {
             "Content-Type: application/x-www-form-urlencoded\r\n\r\n");
   EXPECT_EQ(table.form(), "a=1&b=x+y");
   EXPECT_EQ(kiv_http_table_GetForm(table.self, "B"), nullptr);
+  EXPECT_STREQ(kiv_http_table_GetFormRaw(table.self, "b"), "x y");
   EXPECT_EQ(Table::form_of(table.form()).shown(), "(null) (null) (null) -1&a=1=1&b=x+y=x y");
 }
 
@@ -162,8 +178,15 @@ TEST(HttpTable, ReplacedFormValuesDriftTheLength) {
   EXPECT_EQ(kiv_http_table_GetFormStrLen(table.self), 9);
   EXPECT_EQ(printed_by([&] { EXPECT_EQ(table.form(), "(null)"); }),
             "error: Content-Length error(9) in kiv_http_table_GetFormStr()\n");
-  EXPECT_EQ(kiv_http_table_UnsetForm(table.self, "a"), 1);
-  EXPECT_EQ(kiv_http_table_GetFormStrLen(table.self), 0);
+  EXPECT_EQ(table.shown(), "(null) (null) (null) -1&a=%25=%");
+  EXPECT_EQ(kiv_http_table_ZeroForm(table.self), 1);
+  EXPECT_EQ(table.form("a", "1") + table.form("bc", "x y") + table.form("d", "1"), 3);
+  const char* name;
+  kiv_http_table_GetNextForm(table.self, &name, nullptr, nullptr);
+  EXPECT_STREQ(name, "a");
+  EXPECT_EQ(kiv_http_table_UnsetForm(table.self, "bc"), 1);
+  EXPECT_EQ(table.form(), "a=1&d=1");
+  EXPECT_EQ(kiv_http_table_GetFormStrLen(table.self), 7);
 }
 
 TEST(HttpTable, ParsesForms) {
@@ -182,6 +205,9 @@ TEST(HttpTable, CloneKeepsEqualNamesAndDropsTheVersion) {
   Table clone{kiv_http_table_clone(table.self)};
   EXPECT_EQ(clone.shown(), "(null) (null) 302 Found 302|Set-Cookie:a|Set-Cookie:b&n=a+b=a b");
   EXPECT_EQ(clone.header().substr(0, 20), "HTTP/1.1 302 Found\r\n");
+  EXPECT_EQ(table.header().substr(0, 20), "HTTP/1.0 302 Found\r\n");
+  Table request = Table::head("GET /a HTTP/1.0\r\nA: b\r\n");
+  EXPECT_EQ(Table{kiv_http_table_clone(request.self)}.header(), "GET /a HTTP/1.1\r\nA: b\r\n\r\n");
   kiv_http_table_UnsetStatus(table.self);
   EXPECT_EQ(kiv_http_table_GetStatusValue(table.self), 0);  // deliberate: not -1
   kiv_http_table_clean(table.self);

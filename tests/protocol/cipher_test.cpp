@@ -93,7 +93,7 @@ TEST(Cipher, BuffersAndRandomlyCutStreamsInEveryMode) {
               all.substr(0, static_cast<std::size_t>(capacity) / unit * unit));
 
     for (std::size_t at = 0, piece = 0; at < all.size(); at += piece) {
-      piece = std::min(all.size() - at, dice() % 700);
+      piece = std::min<std::size_t>(all.size() - at, dice() % 700);
       EXPECT_EQ(cipher.input(all.substr(at, piece)), 1);
       const std::size_t held = at + piece - got.size(), room = dice() % 800;
       const std::string taken = cipher.get(static_cast<int32_t>(room));

@@ -141,6 +141,22 @@ struct Exchange {
     kiv_http_request_free(made);  // for nothing when it could not be attached
   }
 
+  // A connection is taken into service and deleted, or it is closed for lack of memory.
+  void server() {
+    const std::uint16_t port = kiv::test::free_tcp_port();
+    kiv_http_server* made = kiv_http_server_make();
+    const auto serve = [](kiv_http_server* server, void*, std::int32_t socket, const char*,
+                          std::uint16_t) {
+      kiv_http_server_AcceptClient(server, socket, nullptr, nullptr, nullptr, nullptr);
+      kiv_http_server_DeleteClient(server, socket);
+    };
+    const int ready = kiv_http_server_attach(box, made, port, serve, nullptr);
+    if (ready == 1) peer = kiv::test::tcp_connect(port);
+    const auto end = [](void* self) { static_cast<Exchange*>(self)->end("end"); };
+    run(ready == 1 ? kivx_box_ImportSockId_ForRead(box, peer.id(), end, this) : 0);
+    kiv_http_server_free(made);
+  }
+
   std::string answer, log;
   kiv::test::StoppedClock* clock = nullptr;
   kiv_box* box = kiv_box_new();
@@ -152,6 +168,7 @@ TEST(HttpFailures, ConnectionsWithoutMemoryEndWithACallbackOrNeverBegin) {
   kiv_proxy_http_free(kiv_proxy_http_make());
   kiv::test::printed_by([] {
     EXPECT_SURVIVES_FAILING_ALLOCATIONS(10, [] { Exchange("HTTP/1.1 200 \r\n\r\n").tunnel(); });
+    EXPECT_SURVIVES_FAILING_ALLOCATIONS(15, [] { Exchange("").server(); });
     EXPECT_SURVIVES_FAILING_ALLOCATIONS(
         60, [] { Exchange("HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\nx").request(); });
   });
