@@ -69,8 +69,8 @@ bool open_with(Endpoint& endpoint, bool (*start)(const Endpoint&, std::int32_t&)
 }
 
 template <typename Endpoint>
-void close_socket(Endpoint& endpoint) {
-  if (endpoint.socket > 0) platform::socket_close(endpoint.socket);
+void close_socket(Endpoint& endpoint, std::int32_t (*close)(std::int32_t) noexcept) {
+  if (endpoint.socket > 0) close(endpoint.socket);
   endpoint.socket = -1;
   endpoint.state = EndpointState::closed;
 }
@@ -116,12 +116,13 @@ bool open(ServerEndpoint& endpoint) {
 }
 
 void close(ClientEndpoint& endpoint) {
-  close_socket(endpoint);
+  close_socket(endpoint, platform::socket_close);
   endpoint.is_closed = 1;
 }
 
 void close(ServerEndpoint& endpoint) {
-  close_socket(endpoint);
+  const bool listens = endpoint.transport == Transport::tcp;
+  close_socket(endpoint, listens ? platform::listener_close : platform::socket_close);
 }
 
 }  // namespace kiv::event

@@ -57,6 +57,9 @@ std::int32_t last_error() noexcept;
 // A new blocking socket, or -1. Child processes do not inherit it.
 std::int32_t socket_open(Transport transport) noexcept;
 std::int32_t socket_close(std::int32_t socket) noexcept;
+// Closes a listener that no other process has. Its port is free at once, also while another thread
+// waits for it.
+std::int32_t listener_close(std::int32_t listener) noexcept;
 
 std::int32_t socket_bind(std::int32_t socket, const WireAddress& local) noexcept;
 // Makes a bound TCP socket a listener.

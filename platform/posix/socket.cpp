@@ -169,6 +169,12 @@ std::int32_t socket_close(std::int32_t socket) noexcept {
   return close(socket) == 0 || errno == EINTR ? 0 : -1;
 }
 
+std::int32_t listener_close(std::int32_t listener) noexcept {
+  // A wait of another thread keeps what it waits for open until it ends.
+  shutdown(listener, SHUT_RD);
+  return socket_close(listener);
+}
+
 std::int32_t socket_bind(std::int32_t socket, const WireAddress& local) noexcept {
   int type = 0;
   socklen_t size = sizeof type;

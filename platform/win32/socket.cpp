@@ -77,6 +77,10 @@ std::int32_t socket_close(std::int32_t socket) noexcept {
   return closesocket(system_socket(socket));
 }
 
+std::int32_t listener_close(std::int32_t listener) noexcept {
+  return socket_close(listener);
+}
+
 std::int32_t socket_bind(std::int32_t socket, const WireAddress& local) noexcept {
   const sockaddr_in address = system_address(local);
   return bind(system_socket(socket), generic(&address), sizeof address);
