@@ -200,4 +200,84 @@ KIV_API int KIV_CALL zu_RandomStr(char* buffer, int32_t count) KIV_NOEXCEPT;
 /* The system's id of the calling thread (not of the process, despite its name). */
 KIV_API int32_t KIV_CALL zu_GetPid(void) KIV_NOEXCEPT;
 
+/* ---- Modules ---------------------------------------------------------------------------------
+ *
+ * Shared libraries that a program loads while it runs. Paths and texts are UTF-8 on every system
+ * here and below.
+ *
+ *   zu_module* module = zu_module_load("./plugin.so");
+ *   int (*start)(void) = (int (*)(void))zu_module_GetSymbol(module, "start");
+ *   zu_module_unload(module);
+ */
+typedef struct zu_module zu_module;
+
+/* Loads a module and what it needs. A path without a folder is looked for in the system's way. NULL
+ * when it cannot be had: zu_module_GetError tells why, nothing is printed. */
+KIV_API zu_module* KIV_CALL zu_module_load(const char* path) KIV_NOEXCEPT;
+
+/* The address of an exported name; NULL when there is none. */
+KIV_API void* KIV_CALL zu_module_GetSymbol(zu_module* module, const char* name) KIV_NOEXCEPT;
+
+/* Why the last call of this thread that failed at the system did so, new, in the system's words; an
+ * empty text when none has. NULL without memory. */
+KIV_API char* KIV_CALL zu_module_GetError(void) KIV_NOEXCEPT;
+
+/* Gives up one load. Its code goes with the last; nothing of it may run or be held then. 1 or 0. */
+KIV_API int KIV_CALL zu_module_unload(zu_module* module) KIV_NOEXCEPT;
+
+/* ---- The process -----------------------------------------------------------------------------
+ *
+ * The three functions of the environment keep out of each other's way in any number of threads, but
+ * not of the C runtime's: on Linux other code that reads the environment may be disturbed by a
+ * change, on Windows getenv() does not see one. */
+
+/* The system's id of the process. */
+KIV_API int32_t KIV_CALL zu_GetProcessId(void) KIV_NOEXCEPT;
+
+/* The full path of the program's file, new; NULL when the system does not tell, or without memory.
+ */
+KIV_API char* KIV_CALL zu_GetExecutablePath(void) KIV_NOEXCEPT;
+
+/* The value of an environment variable, new; NULL when there is none, or without memory. A name is
+ * refused when it is empty or has a "=". */
+KIV_API char* KIV_CALL zu_GetEnv(const char* name) KIV_NOEXCEPT;
+
+/* Sets a variable, to an empty text too, or takes it out. 1 when it is so afterwards, else 0. */
+KIV_API int KIV_CALL zu_SetEnv(const char* name, const char* value) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_UnsetEnv(const char* name) KIV_NOEXCEPT;
+
+/* Fills the buffer from the system's random source: good for keys. 1, or 0 for NULL, a negative
+ * count, and with the buffer zeroed when the system gives none. */
+KIV_API int KIV_CALL zu_RandomBytes(void* buffer, int32_t count) KIV_NOEXCEPT;
+
+/* Overwrites what was secret with zeroes, also where a compiler would leave a memset out. */
+KIV_API void KIV_CALL zu_ClearMemory(void* memory, int32_t count) KIV_NOEXCEPT;
+
+/* ---- Pid files -------------------------------------------------------------------------------
+ *
+ * A file with the number of the process that runs, so that there is one of it at a time.
+ *
+ *   zu_pidfile* pid_file = zu_pidfile_make("/run/chat.pid");
+ *   if (pid_file == NULL) return 1;          another one runs; a line has been printed
+ *   ...
+ *   zu_pidfile_free(pid_file);
+ *
+ * The process holds the file by a lock of the system, which ends with it however it ends. Who holds
+ * it counts, not the number: a number may have gone to another process by now. */
+typedef struct zu_pidfile zu_pidfile;
+
+/* Makes the file, or takes over one that nobody holds. NULL, with a line printed: a process holds
+ * it, this one included; there is something that is neither empty nor a number, or no regular file
+ * (a link is none); it cannot be written. NULL in silence for NULL, an empty path and without
+ * memory. */
+KIV_API zu_pidfile* KIV_CALL zu_pidfile_make(const char* path) KIV_NOEXCEPT;
+
+/* Lets go of the file and removes it: 1, or 0 when it is gone from its path or another's by now,
+ * which then stays. In a forked process it only gives up that process's part: 0. */
+KIV_API int KIV_CALL zu_pidfile_free(zu_pidfile* file) KIV_NOEXCEPT;
+
+/* The number of the process that holds a file; 0 when nobody does. -1 when there is no such file or
+ * no number in it. */
+KIV_API int32_t KIV_CALL zu_pidfile_read(const char* path) KIV_NOEXCEPT;
+
 #endif

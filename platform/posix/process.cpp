@@ -1,0 +1,55 @@
+#include "platform/process.h"
+
+#include <string.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+
+#include "platform/text_buffer.h"
+
+namespace kiv::platform {
+
+std::int32_t process_id() noexcept {
+  return getpid();
+}
+
+char* executable_path() noexcept {
+  TextBuffer path;
+  for (std::size_t room = 256; path.reserve(room); room *= 2) {
+    const ssize_t length = readlink("/proc/self/exe", path.end(), path.space());
+    if (length <= 0) return nullptr;
+    if (static_cast<std::size_t>(length) == path.space()) continue;
+    path.take(static_cast<std::size_t>(length));
+    return path.release();
+  }
+  return nullptr;
+}
+
+char* environment_get(const char* name) noexcept {
+  const char* value = std::getenv(name);
+  if (value == nullptr) return nullptr;
+  TextBuffer copy;
+  copy.append(value);
+  return copy.release();
+}
+
+bool environment_set(const char* name, const char* value) noexcept {
+  return setenv(name, value, 1) == 0;
+}
+
+bool environment_unset(const char* name) noexcept {
+  return unsetenv(name) == 0;
+}
+
+void clear_memory(void* memory, std::size_t size) noexcept {
+  explicit_bzero(memory, size);
+}
+
+void last_error_text(char* out, std::size_t room) noexcept {
+  char own[128];
+  std::snprintf(out, room, "%s", strerror_r(errno, own, sizeof own));
+}
+
+}  // namespace kiv::platform

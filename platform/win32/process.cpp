@@ -1,0 +1,80 @@
+#include "platform/process.h"
+
+#include <windows.h>
+
+#include <cstdio>
+#include <cwchar>
+
+#include "platform/heap.h"
+#include "platform/win32/wide.h"
+
+namespace kiv::platform {
+
+namespace {
+
+constexpr DWORD kLongest = 32768;  // of a path, and of a variable's value
+
+// Calls fill(buffer, characters) with more room until it fits, which a result below `characters`
+// tells, and gives the text as UTF-8.
+template <typename Fill>
+char* filled(Fill fill) {
+  char* text = nullptr;
+  for (DWORD room = 256; text == nullptr && room <= kLongest; room *= 2) {
+    auto* wide = static_cast<wchar_t*>(heap_alloc(room * sizeof(wchar_t)));
+    if (wide == nullptr) return nullptr;
+    SetLastError(ERROR_SUCCESS);
+    const DWORD length = fill(wide, room);
+    const bool is_there = length > 0 || GetLastError() == ERROR_SUCCESS;
+    if (is_there && length < room) text = utf8_of(wide);
+    heap_free(wide);
+    if (!is_there || length < room) break;
+  }
+  return text;
+}
+
+}  // namespace
+
+std::int32_t process_id() noexcept {
+  return static_cast<std::int32_t>(GetCurrentProcessId());
+}
+
+char* executable_path() noexcept {
+  return filled([](wchar_t* out, DWORD room) { return GetModuleFileNameW(nullptr, out, room); });
+}
+
+char* environment_get(const char* name) noexcept {
+  const Wide wide(name);
+  if (!wide) return nullptr;
+  return filled([&](wchar_t* out, DWORD room) {
+    *out = L'\0';
+    return GetEnvironmentVariableW(wide.get(), out, room);
+  });
+}
+
+bool environment_set(const char* name, const char* value) noexcept {
+  const Wide wide(name), wide_value(value);
+  return wide && wide_value && SetEnvironmentVariableW(wide.get(), wide_value.get());
+}
+
+bool environment_unset(const char* name) noexcept {
+  const Wide wide(name);
+  return wide &&
+         (SetEnvironmentVariableW(wide.get(), nullptr) || GetLastError() == ERROR_ENVVAR_NOT_FOUND);
+}
+
+void clear_memory(void* memory, std::size_t size) noexcept {
+  SecureZeroMemory(memory, size);
+}
+
+void last_error_text(char* out, std::size_t room) noexcept {
+  const DWORD error = GetLastError();
+  wchar_t text[512];
+  DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                                error, 0, text, 512, nullptr);
+  while (length > 0 && (std::wcschr(L"\r\n .", text[length - 1]) != nullptr)) --length;
+  text[length] = L'\0';
+  utf8_into(text, out, room);
+  if (length == 0) std::snprintf(out, room, "system error %lu", error);
+}
+
+}  // namespace kiv::platform
