@@ -1,5 +1,5 @@
-/* What programs use beside the network: configuration files, wildcard patterns, dates and process
- * helpers.
+/* What programs use beside the network: configuration files, wildcard patterns, dates, process
+ * helpers, files and directories.
  *
  *   zu_config* config = zu_config_make("service.conf");
  *   const char* port = zu_config_GetKey(config, "listen", "port");
@@ -199,6 +199,171 @@ KIV_API int KIV_CALL zu_RandomStr(char* buffer, int32_t count) KIV_NOEXCEPT;
 
 /* The system's id of the calling thread (not of the process, despite its name). */
 KIV_API int32_t KIV_CALL zu_GetPid(void) KIV_NOEXCEPT;
+
+/* ---- Files by path ---------------------------------------------------------------------------
+ *
+ * Paths of the families zu_file1, zu_file2, zu_dir1 and zu_file_mapped are UTF-8 on every system;
+ * on Windows other bytes are refused, "/" does for "\", and long paths are no shorter than the
+ * system's own 32,767 characters. Links are followed unless it says otherwise. Sizes and positions
+ * have 64 bits, times are microseconds since 1970-01-01 UTC. NULL and empty paths give the failure
+ * value. A failure prints nothing, unless the system cannot do at all what was asked for. Any
+ * thread may call.
+ *
+ *   int64_t length;
+ *   char* text = zu_file1_Read("notes.txt", &length);
+ *   zu_file1_Write("copy.txt", text, length);
+ *   _zu_free(text);
+ */
+
+/* 1 when there is something at the path other than a directory, else 0. */
+KIV_API int KIV_CALL zu_file1_IsExist(const char* path) KIV_NOEXCEPT;
+
+/* Bytes of a file; -1 when there is none. */
+KIV_API int64_t KIV_CALL zu_file1_GetSize(const char* path) KIV_NOEXCEPT;
+
+/* When a file or directory was last changed and last read, and changing either. An output, or an
+ * input that shall stay as it is, may be NULL. 1, or 0 with nothing set. Windows keeps steps of 100
+ * ns from 1601 on; other file systems have steps of up to two seconds. */
+KIV_API int KIV_CALL zu_file1_GetTimes(const char* path, int64_t* modified_us,
+                                       int64_t* accessed_us) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_file1_SetTimes(const char* path, const int64_t* modified_us,
+                                       const int64_t* accessed_us) KIV_NOEXCEPT;
+
+/* Copies the content to a new or old file, as zu_file1_Write writes it; a new one gets the access
+ * rights of `from`. 1 or 0. */
+KIV_API int KIV_CALL zu_file1_Copy(const char* from, const char* to) KIV_NOEXCEPT;
+
+/* Moves a file, or a link itself, over what file is there. One step on one file system; to another
+ * one, a file is copied and then deleted, a link stays. 1, or 0 with `from` where it was: for a
+ * directory, too, and on Windows while a program has the old file at `to` open. */
+KIV_API int KIV_CALL zu_file1_Move(const char* from, const char* to) KIV_NOEXCEPT;
+
+/* Deletes a file, one that is read-only as well, or a link itself. 1 or 0; 0 for a directory. */
+KIV_API int KIV_CALL zu_file1_Delete(const char* path) KIV_NOEXCEPT;
+
+/* All bytes of a file, new, with a zero behind them that `length`, which may be NULL, does not
+ * count. What grows meanwhile, or has content but no size, is read to its end. NULL when it cannot
+ * be read, when it is 2 GiB or longer, and without memory. */
+KIV_API char* KIV_CALL zu_file1_Read(const char* path, int64_t* length) KIV_NOEXCEPT;
+
+/* Gives a file new content as one step: beside the file, on the disk, then renamed over it, so that
+ * a full disk or a crash leaves the old content. Off Windows, what a link leads to is replaced and
+ * not the link, an old file's access rights stay, and a device is written in place. 1, or 0 with
+ * the file as it was; on Windows also while a program has the file open. */
+KIV_API int KIV_CALL zu_file1_Write(const char* path, const void* bytes,
+                                    int64_t length) KIV_NOEXCEPT;
+
+/* Adds to the end of a file, which is made when there is none. 1, or 0, perhaps with a part added.
+ */
+KIV_API int KIV_CALL zu_file1_Append(const char* path, const void* bytes,
+                                     int64_t length) KIV_NOEXCEPT;
+
+/* ---- Files by handle -------------------------------------------------------------------------
+ *
+ *   zu_file2* file = zu_file2_open("data", ZU_FILE2_READ | ZU_FILE2_WRITE | ZU_FILE2_CREATE);
+ *   if (zu_file2_lock(file)) zu_file2_write(file, "x", 1);
+ *   zu_file2_close(file);
+ *
+ * A handle may go from thread to thread, but one at a time uses it. Other handles may have the file
+ * open in every mode; it may be deleted meanwhile. Programs that are started do not inherit it.
+ */
+typedef struct zu_file2 zu_file2;
+
+enum {
+  ZU_FILE2_READ = 1,
+  ZU_FILE2_WRITE = 2,
+  ZU_FILE2_APPEND = 4,    /* as _WRITE, and every write goes to the end at that moment */
+  ZU_FILE2_CREATE = 8,    /* makes the file when there is none; needs one of the two above, as do */
+  ZU_FILE2_TRUNCATE = 16, /* empties it */
+  ZU_FILE2_EXCLUSIVE = 32, /* with _CREATE: fails when there is anything already, a link included */
+
+  ZU_FILE2_BEGIN = 0, /* what an offset counts from */
+  ZU_FILE2_CURRENT = 1,
+  ZU_FILE2_END = 2
+};
+
+/* Opens a file. NULL when the mode makes no sense, for directories, on failure, without memory. */
+KIV_API zu_file2* KIV_CALL zu_file2_open(const char* path, int mode) KIV_NOEXCEPT;
+
+/* Gives up the handle and its lock. 1, or 0 when the system tells only now that bytes were lost. */
+KIV_API int KIV_CALL zu_file2_close(zu_file2* file) KIV_NOEXCEPT;
+
+/* Reads from the position on. The number of bytes, fewer than `size` only at the end of the file or
+ * before an error; 0 at the end; -1 on failure. */
+KIV_API int64_t KIV_CALL zu_file2_read(zu_file2* file, void* buffer, int64_t size) KIV_NOEXCEPT;
+
+/* Writes all of it at the position, which moves behind it. 1, or 0, perhaps with a part written. */
+KIV_API int KIV_CALL zu_file2_write(zu_file2* file, const void* bytes, int64_t size) KIV_NOEXCEPT;
+
+/* Moves the position, also beyond the end, which a write there makes up with zeros. The new
+ * position from the beginning, or -1 with it where it was. _tell gives it. */
+KIV_API int64_t KIV_CALL zu_file2_seek(zu_file2* file, int64_t offset, int from) KIV_NOEXCEPT;
+KIV_API int64_t KIV_CALL zu_file2_tell(zu_file2* file) KIV_NOEXCEPT;
+
+/* The file's size; -1 on failure. */
+KIV_API int64_t KIV_CALL zu_file2_GetSize(zu_file2* file) KIV_NOEXCEPT;
+
+/* Cuts the file off or adds zeros. The position stays. 1 or 0. */
+KIV_API int KIV_CALL zu_file2_truncate(zu_file2* file, int64_t size) KIV_NOEXCEPT;
+
+/* Waits until the disk has what was written. 1 or 0. */
+KIV_API int KIV_CALL zu_file2_flush(zu_file2* file) KIV_NOEXCEPT;
+
+/* The file's one lock, between all handles of all processes; it hinders nobody from reading or
+ * writing. _lock waits for it, _TryLock does not; it ends with _unlock, the handle or the process.
+ * 1, or 0: it is taken (_TryLock), this handle has it (both), has it not (_unlock), or the file
+ * system knows no locks, which prints a line. */
+KIV_API int KIV_CALL zu_file2_lock(zu_file2* file) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_file2_TryLock(zu_file2* file) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_file2_unlock(zu_file2* file) KIV_NOEXCEPT;
+
+/* ---- Directories -----------------------------------------------------------------------------
+ *
+ * Paths and threads as with files by path; the current directory is the whole process's.
+ */
+enum {
+  ZU_DIR1_FILE = 1,
+  ZU_DIR1_DIRECTORY = 2,
+  ZU_DIR1_LINK = 3, /* whatever it leads to; on Windows a junction, too */
+  ZU_DIR1_OTHER = 4 /* a device, pipe or socket */
+};
+
+/* One entry, in no order: `name` is its path below the one walked, with "/" between the parts,
+ * valid during the call. `size` is 0 for what is no file. 0 stops the walk. */
+typedef int(KIV_CALL* zu_dir1_callback)(void* argument, const char* name, int kind, int64_t size);
+
+/* 1 when there is a directory at the path, else 0. */
+KIV_API int KIV_CALL zu_dir1_IsExist(const char* path) KIV_NOEXCEPT;
+
+/* Makes a directory and those above it that are missing. 1 when it is there by then, else 0. */
+KIV_API int KIV_CALL zu_dir1_make(const char* path) KIV_NOEXCEPT;
+
+/* Removes an empty directory. 1, or 0; 0 for a link. */
+KIV_API int KIV_CALL zu_dir1_remove(const char* path) KIV_NOEXCEPT;
+
+/* Removes a directory with all that is in it. Links in it go, and what they lead to stays; the path
+ * itself may not be a link, nor end in "." or "..". 1, or 0 with as much removed as could be. At
+ * most 256 levels deep, as is _walk. */
+KIV_API int KIV_CALL zu_dir1_RemoveAll(const char* path) KIV_NOEXCEPT;
+
+/* Hands out what is in a directory, and with `deep` what is in its directories, each behind the
+ * directory's own entry; links in it are not followed. The callback may delete what it is handed.
+ * 1 at the end, 0 when the callback stopped it, -1 when a directory could not be read to its end,
+ * was too deep, or memory ran out. */
+KIV_API int KIV_CALL zu_dir1_walk(const char* path, int deep, zu_dir1_callback callback,
+                                  void* argument) KIV_NOEXCEPT;
+
+/* The current directory, new, or NULL; and changing it, 1 or 0. */
+KIV_API char* KIV_CALL zu_dir1_GetCurrent(void) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_dir1_SetCurrent(const char* path) KIV_NOEXCEPT;
+
+/* The directory for temporary files, without a separator behind it, new, or NULL. */
+KIV_API char* KIV_CALL zu_dir1_GetTemp(void) KIV_NOEXCEPT;
+
+/* Makes a directory there that was not there before and, off Windows, only this user may enter: its
+ * path, new. Its name begins with `prefix`, which has no separators and may be NULL. NULL on
+ * failure. */
+KIV_API char* KIV_CALL zu_dir1_MakeTemp(const char* prefix) KIV_NOEXCEPT;
 
 /* ---- Modules ---------------------------------------------------------------------------------
  *

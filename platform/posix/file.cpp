@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "platform/fs.h"
 #include "platform/random.h"
 
 namespace kiv::platform {
@@ -20,17 +21,18 @@ constexpr mode_t kPrivate = S_IRUSR | S_IWUSR;
 constexpr mode_t kAsUsual = kPrivate | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;  // less the umask
 constexpr int kNames = 16;
 
-// Writes and closes; with `to_disk`, waits until the disk has it.
-bool write_and_close(int fd, const void* bytes, std::size_t length, bool to_disk) {
-  const char* at = static_cast<const char*>(bytes);
-  while (length > 0) {
-    const ssize_t written = write(fd, at, length);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) break;
-    at += written;
-    length -= static_cast<std::size_t>(written);
-  }
-  const bool complete = length == 0 && (!to_disk || fsync(fd) == 0);
+struct Bytes {
+  const void* start;
+  std::size_t length;
+};
+
+bool write_bytes(File file, void* what) {
+  const auto* bytes = static_cast<const Bytes*>(what);
+  return write_file(file, bytes->start, bytes->length, false);
+}
+
+bool fill_and_close(int fd, Fill fill, void* what, bool to_disk) {
+  const bool complete = fill(fd, what) && (!to_disk || fsync(fd) == 0);
   return close(fd) == 0 && complete;
 }
 
@@ -60,14 +62,14 @@ bool take_over_rights(int fd, const struct stat& old) {
 
 }  // namespace
 
-bool replace_file(const char* path, const void* bytes, std::size_t length) noexcept {
+bool replace_filled(const char* path, Fill fill, void* what, File like, bool rights_move) noexcept {
   struct stat old;
   const bool exists = stat(path, &old) == 0;
   struct stat link;
   const bool dangles = !exists && lstat(path, &link) == 0;
   if (dangles || (exists && !S_ISREG(old.st_mode))) {
     const int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kAsUsual);
-    return fd >= 0 && write_and_close(fd, bytes, length, false);
+    return fd >= 0 && fill_and_close(fd, fill, what, false);
   }
 
   // What a link leads to is replaced, not the link.
@@ -79,13 +81,23 @@ bool replace_file(const char* path, const void* bytes, std::size_t length) noexc
     if (path == nullptr) return false;
   }
 
+  const bool as_model = like != kNoFile && (!exists || rights_move);
+  struct stat model;
+  if (as_model && fstat(static_cast<int>(like), &model) != 0) return false;
+
   char beside[PATH_MAX];
-  const int fd = open_beside(path, exists ? kPrivate : kAsUsual, beside);
+  const int fd = open_beside(path, exists || as_model ? kPrivate : kAsUsual, beside);
   if (fd < 0) return false;
-  const bool ready = !exists || take_over_rights(fd, old);
-  if (write_and_close(fd, bytes, length, true) && ready && rename(beside, path) == 0) return true;
+  const bool ready =
+      as_model ? fchmod(fd, model.st_mode & 0777) == 0 : !exists || take_over_rights(fd, old);
+  if (fill_and_close(fd, fill, what, true) && ready && rename(beside, path) == 0) return true;
   unlink(beside);
   return false;
+}
+
+bool replace_file(const char* path, const void* bytes, std::size_t length) noexcept {
+  Bytes all{bytes, length};
+  return replace_filled(path, write_bytes, &all);
 }
 
 }  // namespace kiv::platform

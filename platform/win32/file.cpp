@@ -2,61 +2,76 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <cstdint>
-#include <cstdio>
+#include <cwchar>
 
+#include "platform/fs.h"
+#include "platform/heap.h"
 #include "platform/random.h"
+#include "platform/win32/wide_path.h"
 
 namespace kiv::platform {
 
 namespace {
 
-constexpr std::size_t kMostAtOnce = 1 << 30;  // a write takes a 32-bit count
 constexpr int kNames = 16;
+constexpr std::size_t kSuffix = 10;  // ".01234567" and its end
 
-bool write_and_close(HANDLE file, const void* bytes, std::size_t length) {
-  const char* at = static_cast<const char*>(bytes);
-  bool good = true;
-  while (good && length > 0) {
-    DWORD written = 0;
-    const auto part = static_cast<DWORD>(std::min(length, kMostAtOnce));
-    good = WriteFile(file, at, part, &written, nullptr) && written > 0;
-    at += written;
-    length -= written;
-  }
-  good = good && FlushFileBuffers(file);
-  return CloseHandle(file) && good;
+struct Bytes {
+  const void* start;
+  std::size_t length;
+};
+
+bool write_bytes(File file, void* what) {
+  const auto* bytes = static_cast<const Bytes*>(what);
+  return write_file(file, bytes->start, bytes->length, false);
 }
 
 // Opens a new file beside `path` and writes its name to `name`.
-HANDLE open_beside(const char* path, char (&name)[MAX_PATH]) {
+HANDLE open_beside(const wchar_t* path, wchar_t* name) {
+  const std::size_t length = std::wcslen(path);
+  std::wmemcpy(name, path, length);
   for (int i = 0; i < kNames; ++i) {
     std::uint32_t number = 0;
     random_bytes(&number, sizeof number);
-    const int length = std::snprintf(name, sizeof name, "%s.%08x", path, number);
-    if (length < 0 || length >= MAX_PATH) return INVALID_HANDLE_VALUE;
+    name[length] = L'.';
+    for (std::size_t digit = 0; digit < 8; ++digit) {
+      name[length + 1 + digit] = L"0123456789abcdef"[number >> (4 * digit) & 15];
+    }
+    name[length + kSuffix - 1] = L'\0';
     const HANDLE file =
-        CreateFileA(name, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+        CreateFileW(name, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file != INVALID_HANDLE_VALUE || GetLastError() != ERROR_FILE_EXISTS) return file;
   }
   return INVALID_HANDLE_VALUE;
 }
 
-}  // namespace
-
-bool replace_file(const char* path, const void* bytes, std::size_t length) noexcept {
-  char beside[MAX_PATH];
-  const HANDLE file = open_beside(path, beside);
+bool replace(const WidePath& path, Fill fill, void* what) {
+  if (!path) return false;
+  const WidePath beside = WidePath::with_room(std::wcslen(path.get()) + kSuffix);
+  if (!beside) return false;
+  const HANDLE file = open_beside(path.get(), beside.get());
   if (file == INVALID_HANDLE_VALUE) return false;
+  const bool filled = fill(reinterpret_cast<File>(file), what) && FlushFileBuffers(file);
   // One rename, which no crash can interrupt; replacing in ways that keep the old file's access
   // rights takes several steps.
-  if (write_and_close(file, bytes, length) &&
-      MoveFileExA(beside, path, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+  if (CloseHandle(file) && filled &&
+      MoveFileExW(beside.get(), path.get(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
     return true;
   }
-  DeleteFileA(beside);
+  DeleteFileW(beside.get());
   return false;
+}
+
+}  // namespace
+
+bool replace_filled(const char* path, Fill fill, void* what, File, bool) noexcept {
+  return replace(WidePath::path(path), fill, what);
+}
+
+bool replace_file(const char* path, const void* bytes, std::size_t length) noexcept {
+  Bytes all{bytes, length};
+  return replace(WidePath::of_narrow(path), write_bytes, &all);
 }
 
 }  // namespace kiv::platform

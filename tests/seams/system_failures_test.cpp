@@ -1,4 +1,4 @@
-// Configurations when memory runs out.
+// Configurations and files when memory runs out.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -7,6 +7,7 @@
 #include "kiv_base/system.h"
 #include "tests/seams/heap_seam.h"
 #include "tests/support/stdout_capture.h"
+#include "tests/support/temp_dir.h"
 
 namespace {
 
@@ -45,6 +46,28 @@ TEST(SystemFailures, AChangeIsMadeWholeOrNotAtAll) {
     });
     EXPECT_EQ(change == changes[2] ? "error: __config_UpdateKey() error!\n" : "", printed);
   }
+}
+
+TEST(SystemFailures, FilesAndDirectoriesStayAsTheyWere) {
+  const kiv::test::TempDir dir;
+  const std::string tree = dir.file("t"), deep = tree + "/u/v", file = dir.file("f");
+  zu_file1_Write(file.c_str(), "old", 3);
+  EXPECT_SURVIVES_FAILING_ALLOCATIONS(8, [&] {
+    zu_file2_close(zu_file2_open(file.c_str(), ZU_FILE2_APPEND));
+    _zu_free(zu_file1_Read(file.c_str(), nullptr));
+    _zu_free(zu_dir1_GetCurrent());
+    const int copied = zu_file1_Copy(file.c_str(), dir.file("g").c_str());
+    EXPECT_TRUE(!copied || dir.content("g") == "old");
+    char* made = zu_dir1_MakeTemp("kiv_base_");
+    if (made != nullptr && !zu_dir1_remove(made)) std::filesystem::remove(made);
+    _zu_free(made);
+    const auto go_on = [](void*, const char*, int, std::int64_t) { return 1; };
+    const int there = zu_dir1_make(deep.c_str());
+    zu_dir1_walk(dir.path().c_str(), 1, go_on, nullptr);
+    const int gone = zu_dir1_RemoveAll(tree.c_str());
+    EXPECT_FALSE(there && gone && std::filesystem::exists(tree));
+  });
+  EXPECT_EQ("old", dir.content("f"));
 }
 
 }  // namespace
