@@ -131,8 +131,11 @@ bool last_entry_is_directory(Directory* directory) noexcept {
 }
 
 bool remove_last_entry(Directory* directory) noexcept {
-  const WidePath path = WidePath::joined(directory->path.get(), directory->last.cFileName);
-  return path && remove_found(path.get(), directory->last.dwFileAttributes);
+  // A system that does not tell a link's tag (Wine) removes what the link leads to.
+  const WIN32_FIND_DATAW& last = directory->last;
+  if (kind_of(last) == Kind::link && last.dwReserved0 == 0) return false;
+  const WidePath path = WidePath::joined(directory->path.get(), last.cFileName);
+  return path && remove_found(path.get(), last.dwFileAttributes);
 }
 
 char* current_directory() noexcept {
