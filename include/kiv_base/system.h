@@ -365,6 +365,87 @@ KIV_API char* KIV_CALL zu_dir1_GetTemp(void) KIV_NOEXCEPT;
  * failure. */
 KIV_API char* KIV_CALL zu_dir1_MakeTemp(const char* prefix) KIV_NOEXCEPT;
 
+/* ---- Mapped files ----------------------------------------------------------------------------
+ *
+ * A file as memory.
+ *
+ *   zu_file_mapped* file = zu_file_mapped_open("table", 0);
+ *   const char* bytes = (const char*)zu_file_mapped_GetAddress(file);
+ *   int64_t size = zu_file_mapped_GetSize(file);
+ *   zu_file_mapped_close(file);
+ *
+ * A handle may go from thread to thread; the memory is any thread's until _resize and _close. When
+ * another process cuts the file off, or a full disk has no room for what is written to a hole, an
+ * access is a fault of the program, as the system has no other way to tell.
+ */
+typedef struct zu_file_mapped zu_file_mapped;
+
+/* Maps a whole file, to be read, or, with `writable`, to be changed: one that is not there is then
+ * made, with no bytes. NULL on failure, without memory, and, with a line printed, for a file that
+ * is larger than the address space. */
+KIV_API zu_file_mapped* KIV_CALL zu_file_mapped_open(const char* path, int writable) KIV_NOEXCEPT;
+
+/* The system writes what was changed in its own time. */
+KIV_API void KIV_CALL zu_file_mapped_close(zu_file_mapped* file) KIV_NOEXCEPT;
+
+/* Where the bytes are, on a page of their own; NULL when there are none. Their number, or -1. */
+KIV_API void* KIV_CALL zu_file_mapped_GetAddress(zu_file_mapped* file) KIV_NOEXCEPT;
+KIV_API int64_t KIV_CALL zu_file_mapped_GetSize(zu_file_mapped* file) KIV_NOEXCEPT;
+
+/* Waits until the disk has what was changed. 1 or 0. */
+KIV_API int KIV_CALL zu_file_mapped_flush(zu_file_mapped* file) KIV_NOEXCEPT;
+
+/* Cuts a writable file off or adds zeros; 0 bytes are a size, too. The address may change, the old
+ * one is no good any more. 1, or 0 with the file as it was: on Windows also when it is to become
+ * shorter while another handle has it mapped. */
+KIV_API int KIV_CALL zu_file_mapped_resize(zu_file_mapped* file, int64_t size) KIV_NOEXCEPT;
+
+/* ---- Shared memory ---------------------------------------------------------------------------
+ *
+ * Memory that processes of one user have in common, by a name of 1 to 100 letters, digits, ".",
+ * "_" and "-"; on Windows, processes of one session.
+ *
+ *   zu_shm* block = zu_shm_create("scores", 4096);
+ *   if (block == NULL) block = zu_shm_open("scores");
+ *   zu_shm_lock(block);
+ *   ++*(int*)zu_shm_GetAddress(block);
+ *   zu_shm_unlock(block);
+ *   zu_shm_close(block);
+ *
+ * Any thread may use a handle until it is closed. Those who share a block trust each other: each
+ * can spoil it. Only refused names and sizes print a line.
+ */
+typedef struct zu_shm zu_shm;
+
+/* Makes a block of zeros; its memory is taken at once. NULL when the name has one, without memory,
+ * for sizes below 1 and those beyond the address space. */
+KIV_API zu_shm* KIV_CALL zu_shm_create(const char* name, int64_t size) KIV_NOEXCEPT;
+
+/* Opens a block that is there. NULL when none is. */
+KIV_API zu_shm* KIV_CALL zu_shm_open(const char* name) KIV_NOEXCEPT;
+
+/* Gives up the handle, and its lock if this thread has it; no other thread may. The block stays; on
+ * Windows it goes with its last handle. */
+KIV_API void KIV_CALL zu_shm_close(zu_shm* block) KIV_NOEXCEPT;
+
+/* Takes the block away from its name, so that it opens no more; its memory goes with its last
+ * handle, and only then does Windows give the name to a new one. 1, or 0 when there is none. */
+KIV_API int KIV_CALL zu_shm_remove(const char* name) KIV_NOEXCEPT;
+
+/* Where the block is, aligned to 64 bytes, or NULL; the size it was made with, or -1. */
+KIV_API void* KIV_CALL zu_shm_GetAddress(zu_shm* block) KIV_NOEXCEPT;
+KIV_API int64_t KIV_CALL zu_shm_GetSize(zu_shm* block) KIV_NOEXCEPT;
+
+/* The block's one lock, between all threads, handles and processes. _lock waits for it, _TryLock
+ * does not. It belongs to the thread and handle that took it. When its process dies or a thread
+ * ends with it, the next one gets it, on Linux the next of the same handle where only the thread
+ * ended, and finds what was half changed. A thread takes it through one handle at a time: on Linux,
+ * _lock through another one would wait for itself. 1, or 0: it is taken (_TryLock), this thread and
+ * handle have it (both), have it not (_unlock). */
+KIV_API int KIV_CALL zu_shm_lock(zu_shm* block) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_shm_TryLock(zu_shm* block) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_shm_unlock(zu_shm* block) KIV_NOEXCEPT;
+
 /* ---- Modules ---------------------------------------------------------------------------------
  *
  * Shared libraries that a program loads while it runs. Paths and texts are UTF-8 on every system

@@ -50,12 +50,17 @@ TEST(SystemFailures, AChangeIsMadeWholeOrNotAtAll) {
 
 TEST(SystemFailures, FilesAndDirectoriesStayAsTheyWere) {
   const kiv::test::TempDir dir;
-  const std::string tree = dir.file("t"), deep = tree + "/u/v", file = dir.file("f");
+  const std::string tree = dir.file("t"), deep = tree + "/u/v", file = dir.file("f"),
+                    name = "kiv_base_test-" + std::to_string(zu_RandomValue());
   zu_file1_Write(file.c_str(), "old", 3);
-  EXPECT_SURVIVES_FAILING_ALLOCATIONS(8, [&] {
+  EXPECT_SURVIVES_FAILING_ALLOCATIONS(11, [&] {
     zu_file2_close(zu_file2_open(file.c_str(), ZU_FILE2_APPEND));
     _zu_free(zu_file1_Read(file.c_str(), nullptr));
     _zu_free(zu_dir1_GetCurrent());
+    zu_file_mapped_close(zu_file_mapped_open(file.c_str(), 1));
+    zu_shm_close(zu_shm_create(name.c_str(), 1));
+    zu_shm_close(zu_shm_open(name.c_str()));
+    zu_shm_remove(name.c_str());
     const int copied = zu_file1_Copy(file.c_str(), dir.file("g").c_str());
     EXPECT_TRUE(!copied || dir.content("g") == "old");
     char* made = zu_dir1_MakeTemp("kiv_base_");
