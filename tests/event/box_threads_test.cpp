@@ -8,26 +8,10 @@
 
 #include "kiv_base/system.h"
 #include "tests/event/box_events.h"
+#include "tests/support/looping_box.h"
 
 namespace kiv::test {
 namespace {
-
-// A box that loops on a thread of its own.
-struct LoopingBox {
-  ~LoopingBox() {
-    kiv_box_free(box);
-    if (thread.joinable()) thread.join();
-  }
-  operator kiv_box*() const { return box; }
-
-  std::promise<kiv_box*> made;
-  std::thread thread{[this] {
-    kiv_box* fresh = kiv_box_new();
-    made.set_value(fresh);
-    kiv_box_loop(fresh);
-  }};
-  kiv_box* box = made.get_future().get();
-};
 
 // The wake socket and the send socket of a box.
 std::pair<std::int32_t, std::int32_t> own_sockets(kiv_box* box) {

@@ -13,6 +13,7 @@
 
 #include "kiv_base/protocol.h"
 #include "tests/support/eventually.h"
+#include "tests/support/looping_box.h"
 #include "tests/support/sockets.h"
 
 namespace kiv::test {
@@ -64,16 +65,6 @@ inline int note(void* seen, const char* what, const char* data = "", std::int32_
   self->add(what + std::string(data, static_cast<std::size_t>(length)));
   return 0;
 }
-
-// A loop on a thread of its own.
-struct LoopingBox {
-  ~LoopingBox() {
-    kivx_ThreadBox_destroy(box);
-    EXPECT_TRUE(eventually([this] { return kivx_box_IsValid(box) == 0; }));
-  }
-  operator kiv_box*() const { return box; }
-  kiv_box* const box = kivx_ThreadBox_create();
-};
 
 struct Client {
   explicit Client(Seen& s) : seen(s) {}
