@@ -8,13 +8,12 @@
 #include "platform/fs.h"
 #include "platform/heap.h"
 #include "platform/win32/reparse.h"
-#include "platform/win32/wide.h"
 #include "platform/win32/wide_path.h"
 
 namespace kiv::platform {
 
 struct Directory {
-  WidePath path;
+  Wide path;
   HANDLE held;
   HANDLE find = INVALID_HANDLE_VALUE;
   char* last_name = nullptr;
@@ -38,7 +37,7 @@ HANDLE hold(const wchar_t* path, bool follow) {
   return INVALID_HANDLE_VALUE;
 }
 
-Directory* directory_at(WidePath path, bool follow) {
+Directory* directory_at(Wide path, bool follow) {
   if (!path) return nullptr;
   if (!follow) {
     const DWORD attributes = GetFileAttributesW(path.get());
@@ -61,7 +60,7 @@ int find_next(Directory& directory) {
     if (FindNextFileW(directory.find, &directory.last)) return 1;
     return GetLastError() == ERROR_NO_MORE_FILES ? 0 : -1;
   }
-  const WidePath pattern = WidePath::joined(directory.path.get(), L"*");
+  const Wide pattern = joined_path(directory.path.get(), L"*");
   if (!pattern) return -1;
   directory.find = FindFirstFileW(pattern.get(), &directory.last);
   if (directory.find != INVALID_HANDLE_VALUE) return 1;
@@ -77,9 +76,9 @@ Kind kind_of(const WIN32_FIND_DATAW& found) {
 
 // Calls for the length of a text with its end, then for the text.
 template <typename Get>
-WidePath text_from(Get get) {
+Wide text_from(Get get) {
   const DWORD room = get(0, nullptr);
-  WidePath text = WidePath::with_room(room);
+  Wide text = Wide::with_room(room);
   if (text && (room == 0 || get(room, text.get()) > room)) heap_free(text.release());
   return text;
 }
@@ -87,11 +86,11 @@ WidePath text_from(Get get) {
 }  // namespace
 
 Directory* open_directory(const char* path, bool follow) noexcept {
-  return directory_at(WidePath::path(path, true), follow);
+  return directory_at(wide_path(path, true), follow);
 }
 
 Directory* open_last_entry(Directory* above) noexcept {
-  return directory_at(WidePath::joined(above->path.get(), above->last.cFileName), false);
+  return directory_at(joined_path(above->path.get(), above->last.cFileName), false);
 }
 
 void close_directory(Directory* directory) noexcept {
@@ -123,7 +122,7 @@ int next_entry(Directory* directory, DirectoryEntry* entry) noexcept {
 }
 
 bool last_entry_is_directory(Directory* directory) noexcept {
-  const WidePath path = WidePath::joined(directory->path.get(), directory->last.cFileName);
+  const Wide path = joined_path(directory->path.get(), directory->last.cFileName);
   if (!path) return true;
   const DWORD attributes = GetFileAttributesW(path.get());
   if (attributes == INVALID_FILE_ATTRIBUTES) return GetLastError() != ERROR_FILE_NOT_FOUND;
@@ -134,22 +133,22 @@ bool remove_last_entry(Directory* directory) noexcept {
   // A system that does not tell a link's tag (Wine) removes what the link leads to.
   const WIN32_FIND_DATAW& last = directory->last;
   if (kind_of(last) == Kind::link && last.dwReserved0 == 0) return false;
-  const WidePath path = WidePath::joined(directory->path.get(), last.cFileName);
+  const Wide path = joined_path(directory->path.get(), last.cFileName);
   return path && remove_found(path.get(), last.dwFileAttributes);
 }
 
 char* current_directory() noexcept {
-  const WidePath text = text_from(GetCurrentDirectoryW);
+  const Wide text = text_from(GetCurrentDirectoryW);
   return text ? utf8_of(text.get()) : nullptr;
 }
 
 char* temporary_directory() noexcept {
-  const WidePath text = text_from(GetTempPathW);
+  const Wide text = text_from(GetTempPathW);
   return text ? utf8_of(text.get()) : nullptr;
 }
 
 bool set_current_directory(const char* path) noexcept {
-  const WidePath wide = WidePath::path(path);
+  const Wide wide = wide_path(path);
   return wide && SetCurrentDirectoryW(wide.get());
 }
 

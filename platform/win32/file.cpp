@@ -46,9 +46,9 @@ HANDLE open_beside(const wchar_t* path, wchar_t* name) {
   return INVALID_HANDLE_VALUE;
 }
 
-bool replace(const WidePath& path, Fill fill, void* what) {
+bool replace(const Wide& path, Fill fill, void* what) {
   if (!path) return false;
-  const WidePath beside = WidePath::with_room(std::wcslen(path.get()) + kSuffix);
+  const Wide beside = Wide::with_room(std::wcslen(path.get()) + kSuffix);
   if (!beside) return false;
   const HANDLE file = open_beside(path.get(), beside.get());
   if (file == INVALID_HANDLE_VALUE) return false;
@@ -66,12 +66,12 @@ bool replace(const WidePath& path, Fill fill, void* what) {
 }  // namespace
 
 bool replace_filled(const char* path, Fill fill, void* what, File, bool) noexcept {
-  return replace(WidePath::path(path), fill, what);
+  return replace(wide_path(path), fill, what);
 }
 
 bool replace_file(const char* path, const void* bytes, std::size_t length) noexcept {
   Bytes all{bytes, length};
-  return replace(WidePath::of_narrow(path), write_bytes, &all);
+  return replace(narrow_path(path), write_bytes, &all);
 }
 
 }  // namespace kiv::platform

@@ -35,7 +35,7 @@ std::int64_t to_us(const FILETIME& time) {
 }
 
 // Anything at a path, for its data about it.
-HANDLE open_any(const WidePath& path, DWORD access) {
+HANDLE open_any(const Wide& path, DWORD access) {
   if (!path) return INVALID_HANDLE_VALUE;
   return CreateFileW(path.get(), access, kShareAll, nullptr, OPEN_EXISTING,
                      FILE_FLAG_BACKUP_SEMANTICS, nullptr);
@@ -105,7 +105,7 @@ bool remove_found(const wchar_t* path, std::uint32_t attributes) noexcept {
 }
 
 bool file_status(const char* path, bool follow, FileStatus* status) noexcept {
-  const WidePath wide = WidePath::path(path);
+  const Wide wide = wide_path(path);
   if (!follow && wide) {
     const DWORD attributes = GetFileAttributesW(wide.get());
     if (attributes != INVALID_FILE_ATTRIBUTES && is_link(wide.get(), attributes)) {
@@ -129,7 +129,7 @@ bool set_file_times(const char* path, const std::int64_t* modified_us,
                     const std::int64_t* accessed_us) noexcept {
   FILETIME modified, accessed;
   if (!to_file_time(modified_us, &modified) || !to_file_time(accessed_us, &accessed)) return false;
-  const HANDLE file = open_any(WidePath::path(path), FILE_WRITE_ATTRIBUTES);
+  const HANDLE file = open_any(wide_path(path), FILE_WRITE_ATTRIBUTES);
   if (file == INVALID_HANDLE_VALUE) return false;
   const bool set = SetFileTime(file, nullptr, accessed_us == nullptr ? nullptr : &accessed,
                                modified_us == nullptr ? nullptr : &modified);
@@ -138,7 +138,7 @@ bool set_file_times(const char* path, const std::int64_t* modified_us,
 }
 
 Moved move_file(const char* from, const char* to) noexcept {
-  const WidePath wide_from = WidePath::path(from), wide_to = WidePath::path(to);
+  const Wide wide_from = wide_path(from), wide_to = wide_path(to);
   if (!wide_from || !wide_to) return Moved::no;
   constexpr DWORD kHow = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
   if (MoveFileExW(wide_from.get(), wide_to.get(), kHow)) return Moved::yes;
@@ -146,7 +146,7 @@ Moved move_file(const char* from, const char* to) noexcept {
 }
 
 bool delete_file(const char* path) noexcept {
-  const WidePath wide = WidePath::path(path);
+  const Wide wide = wide_path(path);
   const DWORD attributes = wide ? GetFileAttributesW(wide.get()) : INVALID_FILE_ATTRIBUTES;
   if (attributes == INVALID_FILE_ATTRIBUTES) return false;
   const bool directory = attributes & FILE_ATTRIBUTE_DIRECTORY;
@@ -154,19 +154,19 @@ bool delete_file(const char* path) noexcept {
 }
 
 bool make_directory(const char* path, bool) noexcept {
-  const WidePath wide = WidePath::path(path);
+  const Wide wide = wide_path(path);
   return wide && CreateDirectoryW(wide.get(), nullptr);
 }
 
 bool remove_directory(const char* path) noexcept {
-  const WidePath wide = WidePath::path(path);
+  const Wide wide = wide_path(path);
   const DWORD attributes = wide ? GetFileAttributesW(wide.get()) : INVALID_FILE_ATTRIBUTES;
   return attributes != INVALID_FILE_ATTRIBUTES && attributes & FILE_ATTRIBUTE_DIRECTORY &&
          !is_link(wide.get(), attributes) && remove_found(wide.get(), attributes);
 }
 
 File open_file(const char* path, OpenMode mode) noexcept {
-  const WidePath wide = WidePath::path(path);
+  const Wide wide = wide_path(path);
   if (!wide) return kNoFile;
   const DWORD access = (mode.read ? GENERIC_READ : 0) | (mode.write ? GENERIC_WRITE : 0);
   const HANDLE file = CreateFileW(wide.get(), access, kShareAll, nullptr, disposition(mode),

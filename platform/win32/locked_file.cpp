@@ -3,7 +3,7 @@
 
 #include <windows.h>
 
-#include "platform/win32/wide.h"
+#include "platform/win32/wide_path.h"
 
 namespace kiv::platform {
 
@@ -52,7 +52,7 @@ bool is_regular(HANDLE file) {
 }  // namespace
 
 Take locked_file_take(const char* path, LockedFile* file) noexcept {
-  const Wide wide(path);
+  const Wide wide = wide_path(path);
   if (!wide) return Take::failed;
   const HANDLE opened = open_file(wide.get(), GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS);
   if (opened == INVALID_HANDLE_VALUE) return Take::failed;
@@ -88,7 +88,7 @@ bool locked_file_write(LockedFile file, const char* bytes, std::size_t length) n
 }
 
 bool locked_file_remove(LockedFile file, const char* path) noexcept {
-  const Wide wide(path);
+  const Wide wide = wide_path(path);
   const bool removed = wide && leads_to(wide.get(), handle_of(file)) && DeleteFileW(wide.get());
   CloseHandle(handle_of(file));
   return removed;
@@ -100,7 +100,7 @@ void locked_file_close(LockedFile file) noexcept {
 
 std::int32_t locked_file_peek(const char* path, char* out, std::size_t size,
                               bool* is_held) noexcept {
-  const Wide wide(path);
+  const Wide wide = wide_path(path);
   if (!wide) return -1;
   const HANDLE file = open_file(wide.get(), GENERIC_READ, OPEN_EXISTING);
   if (file == INVALID_HANDLE_VALUE) return -1;

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cwchar>
 
-#include "platform/heap.h"
 #include "platform/win32/wide.h"
 
 namespace kiv::platform {
@@ -20,13 +19,12 @@ template <typename Fill>
 char* filled(Fill fill) {
   char* text = nullptr;
   for (DWORD room = 256; text == nullptr && room <= kLongest; room *= 2) {
-    auto* wide = static_cast<wchar_t*>(heap_alloc(room * sizeof(wchar_t)));
-    if (wide == nullptr) return nullptr;
+    const Wide wide = Wide::with_room(room);
+    if (!wide) return nullptr;
     SetLastError(ERROR_SUCCESS);
-    const DWORD length = fill(wide, room);
+    const DWORD length = fill(wide.get(), room);
     const bool is_there = length > 0 || GetLastError() == ERROR_SUCCESS;
-    if (is_there && length < room) text = utf8_of(wide);
-    heap_free(wide);
+    if (is_there && length < room) text = utf8_of(wide.get());
     if (!is_there || length < room) break;
   }
   return text;

@@ -8,18 +8,39 @@
 
 namespace kiv::platform {
 
-Wide::Wide(const char* utf8) noexcept {
-  const int length = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, utf8, -1, nullptr, 0);
-  if (length <= 0) {
-    SetLastError(ERROR_NO_UNICODE_TRANSLATION);
-    return;
-  }
-  text_ = static_cast<wchar_t*>(heap_alloc(static_cast<std::size_t>(length) * sizeof(wchar_t)));
-  if (text_ == nullptr) {
+namespace {
+
+wchar_t* room_for(std::size_t characters) {
+  auto* text = static_cast<wchar_t*>(heap_alloc((characters + 1) * sizeof(wchar_t)));
+  if (text == nullptr) {
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return;
+  } else {
+    *text = L'\0';
   }
-  MultiByteToWideChar(CP_UTF8, 0, utf8, -1, text_, length);
+  return text;
+}
+
+wchar_t* converted(UINT code_page, DWORD flags, const char* text) {
+  const int size = MultiByteToWideChar(code_page, flags, text, -1, nullptr, 0);
+  if (size <= 0) {
+    SetLastError(ERROR_NO_UNICODE_TRANSLATION);
+    return nullptr;
+  }
+  wchar_t* wide = room_for(static_cast<std::size_t>(size));
+  if (wide != nullptr) MultiByteToWideChar(code_page, flags, text, -1, wide, size);
+  return wide;
+}
+
+}  // namespace
+
+Wide::Wide(const char* utf8) noexcept : text_(converted(CP_UTF8, MB_ERR_INVALID_CHARS, utf8)) {}
+
+Wide Wide::with_room(std::size_t characters) noexcept {
+  return Wide(room_for(characters));
+}
+
+Wide Wide::of_code_page(unsigned code_page, const char* text) noexcept {
+  return Wide(converted(code_page, 0, text));
 }
 
 Wide::~Wide() {

@@ -17,21 +17,11 @@ bool is_prefixed(const wchar_t* path) {
   return std::wcsncmp(path, L"\\\\?\\", 4) == 0 || std::wcsncmp(path, L"\\\\.\\", 4) == 0;
 }
 
-WidePath converted(const char* text, UINT code_page, DWORD flags) {
-  const int size = MultiByteToWideChar(code_page, flags, text, -1, nullptr, 0);
-  WidePath wide = WidePath::with_room(static_cast<std::size_t>(size));
-  if (wide &&
-      (size == 0 || MultiByteToWideChar(code_page, flags, text, -1, wide.get(), size) != size)) {
-    heap_free(wide.release());
-  }
-  return wide;
-}
-
 // What the long form takes is looked at no more: full, and with "\" alone.
-WidePath long_form(const wchar_t* path) {
+Wide long_form(const wchar_t* path) {
   const DWORD room = GetFullPathNameW(path, 0, nullptr, nullptr);
-  const WidePath full = WidePath::with_room(room);
-  WidePath prefixed = WidePath::with_room(room + 8);
+  const Wide full = Wide::with_room(room);
+  Wide prefixed = Wide::with_room(room + 8);
   if (room == 0 || !full || !prefixed ||
       GetFullPathNameW(path, room, full.get(), nullptr) >= room) {
     heap_free(prefixed.release());
@@ -49,30 +39,20 @@ WidePath long_form(const wchar_t* path) {
 
 }  // namespace
 
-WidePath::~WidePath() {
-  heap_free(text_);
-}
-
-WidePath WidePath::with_room(std::size_t characters) {
-  WidePath made(static_cast<wchar_t*>(heap_alloc((characters + 1) * sizeof(wchar_t))));
-  if (made) *made.get() = L'\0';
-  return made;
-}
-
-WidePath WidePath::path(const char* utf8, bool always_long) {
-  WidePath wide = converted(utf8, CP_UTF8, MB_ERR_INVALID_CHARS);
+Wide wide_path(const char* utf8, bool always_long) noexcept {
+  Wide wide(utf8);
   const bool fits = wide && !always_long && std::wcslen(wide.get()) <= kLongestShortPath;
   if (!wide || fits || is_prefixed(wide.get())) return wide;
   return long_form(wide.get());
 }
 
-WidePath WidePath::of_narrow(const char* text) {
-  return converted(text, AreFileApisANSI() ? CP_ACP : CP_OEMCP, 0);
+Wide narrow_path(const char* text) noexcept {
+  return Wide::of_code_page(AreFileApisANSI() ? CP_ACP : CP_OEMCP, text);
 }
 
-WidePath WidePath::joined(const wchar_t* path, const wchar_t* name) {
+Wide joined_path(const wchar_t* path, const wchar_t* name) noexcept {
   const std::size_t length = std::wcslen(path);
-  WidePath both = with_room(length + 1 + std::wcslen(name));
+  Wide both = Wide::with_room(length + 1 + std::wcslen(name));
   if (!both) return both;
   std::wcscpy(both.get(), path);
   if (length > 0 && path[length - 1] != L'\\') std::wcscat(both.get(), L"\\");
