@@ -526,4 +526,27 @@ KIV_API int KIV_CALL zu_pidfile_free(zu_pidfile* file) KIV_NOEXCEPT;
  * no number in it. */
 KIV_API int32_t KIV_CALL zu_pidfile_read(const char* path) KIV_NOEXCEPT;
 
+/* ---- Terminal input --------------------------------------------------------------------------
+ *
+ *   char name[64], password[64];
+ *   if (zu_TTY_ReadName("Login: ", name, sizeof name) &&
+ *       zu_TTY_ReadPassword("Password: ", password, sizeof password)) {
+ *     ...
+ *     zu_ClearMemory(password, sizeof password);
+ *   }
+ */
+
+/* Shows the prompt at the terminal of the process, wherever its standard input and output lead, and
+ * reads one line without its end into a buffer of `size` bytes. A password does not show while it
+ * is typed; what was typed before the prompt goes. The terminal is always left as it was, also when
+ * a signal ends the process; one that is stopped shows the prompt anew when it goes on. Any thread
+ * may call, one at a time is served.
+ *
+ * 1, for an empty line too. 0 with the buffer emptied and a line printed: there is no terminal; the
+ * user closed the input; the text has no room or more than 1023 bytes (it is never cut off); a
+ * signal came that the program handles and outlives. 0 in silence for NULL and sizes below 1. */
+KIV_API int KIV_CALL zu_TTY_ReadName(const char* prompt, char* buffer, int32_t size) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_TTY_ReadPassword(const char* prompt, char* buffer,
+                                         int32_t size) KIV_NOEXCEPT;
+
 #endif
