@@ -1,5 +1,5 @@
 /* What programs use beside the network: configuration files, wildcard patterns, dates, process
- * helpers, files and directories.
+ * helpers, files and directories, services.
  *
  *   zu_config* config = zu_config_make("service.conf");
  *   const char* port = zu_config_GetKey(config, "listen", "port");
@@ -548,5 +548,88 @@ KIV_API int32_t KIV_CALL zu_pidfile_read(const char* path) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_TTY_ReadName(const char* prompt, char* buffer, int32_t size) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_TTY_ReadPassword(const char* prompt, char* buffer,
                                          int32_t size) KIV_NOEXCEPT;
+
+/* ---- Services --------------------------------------------------------------------------------
+ *
+ * Programs that the system starts and stops: through the service control manager on Windows,
+ * through systemd on Linux.
+ *
+ *   const char* command[] = {"/opt/chat/chat", "--service", NULL};
+ *   zu_service_install("chat", "Chat for the house", command, 1);
+ *   zu_service_start("chat");
+ *
+ * and in the program, when it is given "--service":
+ *
+ *   zu_service_callbacks chat = {set_up, run_loop, break_loop, NULL, NULL};
+ *   return zu_service_run("chat", &chat, NULL) ? 0 : 1;
+ *
+ * On Linux, root manages the services of the system, anyone else those of their own session; on
+ * Windows it takes an administrator to manage any. A name has 1 to 100 letters, digits, ".", "_"
+ * and "-", and begins with a letter or digit. A failure prints one line, with the system's reason,
+ * but for NULL. Any thread may call; the functions that manage may take as long as the manager
+ * does. */
+
+/* Makes a service: `title` is for people, and `command` the program's full path and its arguments,
+ * NULL behind the last, which reach it unchanged. It runs as the system's own account (LocalSystem,
+ * root) or, on Linux, as the user whose it is, in a directory of the system's choice. The program
+ * has to call zu_service_run. With `automatic` the system starts it whenever it starts, or the
+ * session does. On Linux a unit file is written, even where no systemd runs to see it. 1, or 0: for
+ * one that is there already, too. */
+KIV_API int KIV_CALL zu_service_install(const char* name, const char* title,
+                                        const char* const* command, int automatic) KIV_NOEXCEPT;
+
+/* Stops a service and takes it away; on Linux only one that zu_service_install made. 1 or 0. */
+KIV_API int KIV_CALL zu_service_remove(const char* name) KIV_NOEXCEPT;
+
+/* Starts it, and waits until its set-up is over; stops it, and waits until it has ended. 1, also
+ * when it was so already, or 0: after 90 seconds at the latest. */
+KIV_API int KIV_CALL zu_service_start(const char* name) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_service_stop(const char* name) KIV_NOEXCEPT;
+
+/* Tell a running service to pause or to go on, without waiting until it has. 1 or 0. */
+KIV_API int KIV_CALL zu_service_pause(const char* name) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_service_continue(const char* name) KIV_NOEXCEPT;
+
+enum {
+  ZU_SERVICE_ABSENT = 0, /* not installed */
+  ZU_SERVICE_STOPPED = 1,
+  ZU_SERVICE_STARTING = 2,
+  ZU_SERVICE_RUNNING = 3,
+  ZU_SERVICE_PAUSED = 4,
+  ZU_SERVICE_STOPPING = 5
+};
+
+/* What a service does; -1 when nobody can tell. */
+KIV_API int KIV_CALL zu_service_query(const char* name) KIV_NOEXCEPT;
+
+/* What a service consists of; what it does not need is NULL. `start` and `work` are called on one
+ * thread, the caller's or one of the system's, the others on another one, one after the other,
+ * between the end of `start` and that of zu_service_run. */
+typedef struct zu_service_callbacks {
+  int(KIV_CALL* start)(void* argument);   /* sets up: 1, or 0 when it cannot run */
+  void(KIV_CALL* work)(void* argument);   /* runs until it is over; NULL: until `stop` is */
+  void(KIV_CALL* stop)(void* argument);   /* makes `work` return, once at most */
+  void(KIV_CALL* pause)(void* argument);  /* both this one and the next, or neither */
+  void(KIV_CALL* resume)(void* argument); /* after `pause` */
+} zu_service_callbacks;
+
+/* Runs the program as a service, one at a time in a process, and returns when it is over. Start,
+ * pause and end go to the system's log. A program that no manager has started runs all the same:
+ * Ctrl-C stops it, as does the end of its terminal.
+ *
+ * On Linux SIGTERM, SIGINT and, unless ignored (nohup), SIGHUP stop it, at the manager's word or
+ * without; SIGUSR1 pauses it and SIGUSR2 resumes, as SIGTSTP and SIGCONT belong to the shell, and a
+ * manager sends SIGCONT along with SIGTERM. The signals are as they were afterwards.
+ *
+ * 1 when it ran, 0 when it could not: in silence when `start` failed, and with a line printed when
+ * another one runs. */
+KIV_API int KIV_CALL zu_service_run(const char* name, const zu_service_callbacks* callbacks,
+                                    void* argument) KIV_NOEXCEPT;
+
+enum { ZU_SERVICE_NOTICE = 1, ZU_SERVICE_WARN = 2, ZU_SERVICE_ERROR = 3 };
+
+/* Writes a line under the service's name to the system's log: the event log, or syslog. Control
+ * characters become blanks. 1, or 0 when the system keeps no log. */
+KIV_API int KIV_CALL zu_service_log(const char* name, int kind, const char* text) KIV_NOEXCEPT;
 
 #endif

@@ -1,0 +1,137 @@
+// A service's process: signals say what is wanted, and the manager hears of its state by datagrams.
+#include <semaphore.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+
+#include "platform/service.h"
+#include "platform/service_wish.h"
+
+namespace kiv::platform {
+
+namespace {
+
+// ---- What is wanted
+
+ServiceWish wish;
+sem_t changes;  // one of the few things that a signal may touch; made once
+
+extern "C" void on_service_signal(int signal) {
+  const int error = errno;
+  wish.ask(signal == SIGUSR1   ? ServiceState::paused
+           : signal == SIGUSR2 ? ServiceState::running
+                               : ServiceState::stopping);
+  sem_post(&changes);
+  errno = error;
+}
+
+constexpr int kSignals[] = {SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGUSR2};
+
+bool takes_over(int signal, const struct sigaction& old, bool pauses) {
+  if (signal == SIGUSR1 || signal == SIGUSR2) return pauses;
+  return signal != SIGHUP || old.sa_handler != SIG_IGN;
+}
+
+class Signals {
+ public:
+  explicit Signals(bool pauses) {
+    struct sigaction ours {};
+    ours.sa_handler = on_service_signal;
+    ours.sa_flags = SA_RESTART;
+    for (std::size_t i = 0; i < std::size(kSignals); ++i) {
+      sigaction(kSignals[i], nullptr, &old_[i]);
+      if (takes_over(kSignals[i], old_[i], pauses)) sigaction(kSignals[i], &ours, nullptr);
+    }
+  }
+  ~Signals() {
+    for (std::size_t i = 0; i < std::size(kSignals); ++i) {
+      sigaction(kSignals[i], &old_[i], nullptr);
+    }
+  }
+  Signals(const Signals&) = delete;
+  Signals& operator=(const Signals&) = delete;
+
+ private:
+  struct sigaction old_[std::size(kSignals)] = {};
+};
+
+// ---- The manager
+
+sockaddr_un manager;
+socklen_t manager_length = 0;  // 0: none
+
+// A path, or with "@" for its first byte a name that is no file's.
+void find_manager() {
+  const char* name = std::getenv("NOTIFY_SOCKET");
+  manager_length = 0;
+  if (name == nullptr || (*name != '/' && *name != '@')) return;
+  const std::size_t length = std::strlen(name);
+  if (length < 2 || length >= sizeof manager.sun_path) return;
+  manager = {};
+  manager.sun_family = AF_UNIX;
+  std::memcpy(manager.sun_path, name, length);
+  if (*name == '@') manager.sun_path[0] = '\0';
+  manager_length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + length);
+}
+
+void notify(const char* state) {
+  const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  if (fd < 0) return;
+  while (sendto(fd, state, std::strlen(state), MSG_NOSIGNAL,
+                reinterpret_cast<const sockaddr*>(&manager), manager_length) < 0 &&
+         errno == EINTR) {
+    continue;
+  }
+  close(fd);
+}
+
+std::atomic<bool> is_hosting{false};
+
+}  // namespace
+
+bool service_host(const char*, bool pauses, ServiceBody body, void* argument, Why* why) noexcept {
+  if (is_hosting.exchange(true)) return why->is("this process is a service already");
+  static const int made = sem_init(&changes, 0, 0);
+  while (made == 0 && sem_trywait(&changes) == 0) continue;
+  wish.begin();
+  find_manager();
+  bool good;
+  {
+    const Signals signals(pauses);
+    good = body(argument);
+  }
+  is_hosting = false;
+  return good;
+}
+
+bool service_has_manager() noexcept {
+  return manager_length != 0;
+}
+
+void service_report(ServiceState state, bool) noexcept {
+  if (manager_length == 0) return;
+  // The first "ready" counts; the text is where service_state finds a pause.
+  if (state == ServiceState::running) notify("READY=1\nSTATUS=running");
+  if (state == ServiceState::paused) notify("STATUS=paused");
+  if (state == ServiceState::stopping) notify("STOPPING=1\nSTATUS=stopping");
+}
+
+ServiceState service_wait() noexcept {
+  while (sem_wait(&changes) != 0 && errno == EINTR) continue;
+  return wish.now();
+}
+
+void service_end_wait() noexcept {
+  wish.end();
+  sem_post(&changes);
+}
+
+}  // namespace kiv::platform
