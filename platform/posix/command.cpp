@@ -10,8 +10,6 @@
 #include <cstdio>
 #include <cstring>
 
-extern char** environ;
-
 namespace kiv::platform {
 
 namespace {

@@ -85,11 +85,11 @@ void find_manager() {
 void notify(const char* state) {
   const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   if (fd < 0) return;
-  while (sendto(fd, state, std::strlen(state), MSG_NOSIGNAL,
-                reinterpret_cast<const sockaddr*>(&manager), manager_length) < 0 &&
-         errno == EINTR) {
-    continue;
-  }
+  ssize_t sent = -1;
+  do {
+    sent = sendto(fd, state, std::strlen(state), MSG_NOSIGNAL,
+                  reinterpret_cast<const sockaddr*>(&manager), manager_length);
+  } while (sent < 0 && errno == EINTR);
   close(fd);
 }
 

@@ -115,16 +115,21 @@ void append_unit(TextBuffer& text, const ServiceEntry& entry) {
   text.append(is_root() ? "multi-user.target\n" : "default.target\n");
 }
 
-// The folder, with those above it made where they are missing, and the file in it.
+// The file's path; false where the system knows no folder of the user.
 bool find_unit(const char* name, TextBuffer& path) {
   const char* own = std::getenv("XDG_CONFIG_HOME");
   const char* home = std::getenv("HOME");
-  const bool has_own = own != nullptr && *own == '/';
-  if (!is_root() && !has_own && (home == nullptr || *home != '/')) return false;
-  path.append(is_root() ? "/etc" : has_own ? own : home);
-  if (!is_root() && !has_own) path.append("/.config");
-  path.append(is_root() ? "/systemd/system" : "/systemd/user");
-  path.append('/');
+  if (is_root()) {
+    path.append("/etc/systemd/system/");
+  } else if (own != nullptr && *own == '/') {
+    path.append(own);
+    path.append("/systemd/user/");
+  } else if (home != nullptr && *home == '/') {
+    path.append(home);
+    path.append("/.config/systemd/user/");
+  } else {
+    return false;
+  }
   path.append(name);
   path.append(".service");
   return !path.failed();
