@@ -53,11 +53,15 @@ mkdir "$dir/site"
 echo '<p>a file' >"$dir/site/page.html"
 mkdir "$dir/site/sub"
 echo rude >"$dir/words"
+# The sample, with its paths filled in.
+sed -e 's|^folder = .*|folder = site|' -e 's|^; words = .*|words = words|' \
+  -e 's|^; log = .*|log = log|' -e 's|^; pid_file = .*|pid_file = pid|' \
+  "$(dirname "$0")/chat.conf" >"$dir/chat.conf"
 for _ in {1..50}; do
   port=$((20000 + RANDOM % 20000))
   rm -f "$dir/out"
   mkfifo "$dir/out"
-  "$host_program" --port "$port" --words "$dir/words" --log "$dir/log" "$dir/site" >"$dir/out" 2>"$dir/errors" &
+  "$host_program" --config "$dir/chat.conf" --port "$port" >"$dir/out" 2>"$dir/errors" &
   host=$!
   exec 9<"$dir/out"
   IFS= read -r line <&9 && break
@@ -65,6 +69,20 @@ for _ in {1..50}; do
   host=
 done
 [ -n "$host" ] || { echo "the host does not start: $(cat "$dir/errors")"; exit 1; }
+
+# refuses FILE LINE: a start with the file ends with this one line and status 1.
+refuses() {
+  equal "refused: ${2#chat: "$1": }" "$("$host_program" --config "$1" 2>&1 >"$dir/body"; echo $?)" "$2"$'\n1'
+}
+equal "its pid file" "$(cat "$dir/pid")" "$host"
+refuses "$dir/chat.conf" "chat: $dir/chat.conf: [process] pid_file: the pid file '$dir/pid' cannot be had"
+wrong="$dir/wrong.conf"
+printf '[web]\nport = 80 80\n' >"$wrong"
+refuses "$wrong" "chat: $wrong: [web] port: a port is a number from 1 to 65535, not '80 80'"
+printf '[web]\nfolder = "gone"\n' >"$wrong"
+refuses "$wrong" "chat: $wrong: [web] folder: there is no folder '$dir/gone'"
+printf '[web]\n[native]\nprot = 1\n' >"$wrong"
+refuses "$wrong" "chat: $wrong: [native] prot: there is no such key"
 
 equal "the page" "$(curl -s "$(url /)" | grep -c '<h1>Chat</h1>')" 1
 equal "a file" "$(curl -s "$(url /files/page.html)")" '<p>a file'
@@ -183,6 +201,7 @@ check "a client leaves" hears 7 'bob left'
 kill -INT "$host"
 wait "$host"
 equal "Ctrl-C ends the host with status 0" $? 0
+check "and takes its pid file away" [ ! -e "$dir/pid" ]
 host=
 check "and its clients hear of it" hears 7 'the host has closed the connection'
 # shellcheck disable=SC2016

@@ -1,82 +1,79 @@
 // A chat host on kiv_base: native clients on the threads of a big box, browsers on an HTTP box of
 // the main thread, all in one room; and a folder of files beside it.
 //
-//   chat [--port N] [--chat-port N] [--public] [--words FILE] [--log FILE] [FOLDER]
+//   chat [--config FILE] [--port N] [--chat-port N] [--public] [--words FILE] [--log FILE]
+//        [--service install|remove|start|stop|query|run] [FOLDER]
 //
 // Browsers open http://127.0.0.1:N/, files are at /files/, and chat_client talks to the chat port,
 // which is one above. Ctrl-C ends it with exit status 0; what keeps it from starting is told in one
-// line and gives 2.
+// line and gives 2, or 1 when it is something in the configuration file (chat.conf is a sample).
+//
+//   chat --config /etc/chat.conf --service install     as a service that starts with the system
+//   chat --service start                               right now; stop, query, remove
 #include <cstdio>
-#include <memory>
 #include <string>
 
-#include "../http_files/folder.h"
-#include "../http_files/run_until_signal.h"
-#include "native_server.h"
-#include "options.h"
-#include "web.h"
+#include "host.h"
+#include "kiv_base/base.h"
+#include "kiv_base/system.h"
+#include "service.h"
+#include "settings.h"
 
 namespace {
 
 using namespace chat;
 
-constexpr int kCannotStart = 2;
+enum Status { kFine = 0, kWrongSetting = 1, kCannotStart = 2 };
 
-int fail(const std::string& why) {
+int fail(const std::string& why, Status status) {
   std::fprintf(stderr, "chat: %s\n", why.c_str());
-  return kCannotStart;
+  return status;
 }
 
-std::string port_trouble(int port) {
-  return "port " + std::to_string(port) + " cannot be had: it is in use, or needs other rights";
-}
+// What the library calls.
+struct Run {
+  explicit Run(const Options& options) : host(options), is_service(!options.service.empty()) {}
+
+  Host host;
+  bool is_service;
+  int status = kFine;
+
+  static int KIV_CALL start(void* self) {
+    Run& run = *static_cast<Run*>(self);
+    const Trouble trouble = run.host.start();
+    if (trouble.why.empty()) return 1;
+    run.status = fail(trouble.why, trouble.is_in_file ? kWrongSetting : kCannotStart);
+    // Nobody may see the standard error of a service.
+    if (run.is_service) zu_service_log(kService, ZU_SERVICE_ERROR, trouble.why.c_str());
+    return 0;
+  }
+  static void KIV_CALL work(void* self) { static_cast<Run*>(self)->host.run(); }
+  static void KIV_CALL stop(void* self) { static_cast<Run*>(self)->host.stop(); }
+};
 
 int serve(const Options& options) {
-  const auto folder = http_files::Folder::open(options.folder);
-  if (!folder) return fail("there is no folder '" + options.folder + "'");
-  std::unique_ptr<zu_log, void (*)(zu_log*)> log(
-      options.log_file.empty() ? nullptr : zu_log_malloc(options.log_file.c_str()),
-      [](zu_log* old) { zu_log_free(old); });
-  if (!options.log_file.empty() && !log) {
-    return fail("the log file '" + options.log_file + "' cannot be written");
-  }
-  WordList words;
-  if (!options.words_file.empty() && !words.load(options.words_file)) {
-    return fail("the words of '" + options.words_file + "' cannot be read");
-  }
-
-  kiv_box* const box = kiv_box_new();
-  if (box == nullptr) return fail("no event loop: memory or ports of 127.0.0.1 have run out");
-  // In this order: the last goes first, and none of them is called once it is gone.
-  Room room(std::move(words));
-  Web web(room, box, options.http.is_public);
-  http_files::Server http(box, *folder, log.get(), options.http, &web);
-  web.use(http);
-  NativeServer native(room, log.get(), options.limits);
-  const bool has_http = http.listen();
-  if (!has_http || !native.listen(options.native_port, options.http.is_public)) {
-    kiv_box_free(box);
-    return fail(port_trouble(has_http ? options.native_port : options.http.port));
-  }
-  std::printf(
-      "chat: open http://127.0.0.1:%d/ (files at /files/) or type chat_client --port %d ann "
-      "(Ctrl-C ends)\n",
-      options.http.port, options.native_port);
-  std::fflush(stdout);
-  http_files::run_until_signal(box);
-  return 0;
+  Run run(options);
+  const zu_service_callbacks calls{Run::start, Run::work, Run::stop, nullptr, nullptr};
+  if (zu_service_run(kService, &calls, &run) == 1 || run.status != kFine) return run.status;
+  return kCannotStart;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   Options options;
-  const std::string wrong = parse_options(argc, argv, options);
-  if (!wrong.empty()) return fail(wrong + "; " + kUsage);
+  std::string wrong = parse_options(argc, argv, options);
+  if (wrong.empty() && !options.config_file.empty() && !options.wants_help) {
+    wrong = read_settings(options.config_file, options);
+    if (!wrong.empty()) return fail(wrong, kWrongSetting);
+    wrong = parse_options(argc, argv, options);  // again: it goes before the file
+  }
+  if (!wrong.empty()) return fail(wrong + "; " + kUsage, kCannotStart);
   if (options.wants_help) {
     std::puts(kUsage);
-    return 0;
+    return kFine;
   }
+  if (!options.service.empty() && options.service != "run") return manage_service(options);
   kiv_Setup();
   const int status = serve(options);
   kiv_Shutdown();

@@ -1,4 +1,4 @@
-// The command line of the host.
+// What the host is told: by its command line, and by the file that this names.
 #pragma once
 
 #include <cstdint>
@@ -9,20 +9,33 @@
 
 namespace chat {
 
+// A file's path, and where it comes from: "FILE: [group] key: ", or empty for the command line.
+struct Path {
+  std::string text;
+  std::string origin;
+};
+
 struct Options {
   http_files::ServerOptions http;
   std::uint16_t native_port = 0;  // 0: one above that of HTTP
   NativeLimits limits;
-  std::string folder = ".";
-  std::string words_file;  // empty: no word marks a message
-  std::string log_file;    // empty: no log
+  Path folder{".", {}};
+  Path words;  // empty: no word marks a message
+  Path log;    // empty: no log
+  Path pid;    // empty: no such file
+  std::string config_file;
+  std::string service;  // what --service asks for
   bool wants_help = false;
 };
 
 inline constexpr const char* kUsage =
-    "usage: chat [--port N] [--chat-port N] [--public] [--words FILE] [--log FILE] [FOLDER]";
+    "usage: chat [--config FILE] [--port N] [--chat-port N] [--public] [--words FILE] [--log FILE] "
+    "[--service install|remove|start|stop|query|run] [FOLDER]";
 
-// Empty, or one line that says what is wrong with the arguments.
+// A port, or what is wrong with it.
+std::string take_port(std::uint16_t& port, const std::string& value);
+
+// Empty, or one line that says what is wrong with the arguments. What they do not mention stays.
 std::string parse_options(int argc, char** argv, Options& options);
 
 }  // namespace chat
