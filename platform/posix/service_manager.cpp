@@ -103,7 +103,7 @@ void append_unit(TextBuffer& text, const ServiceEntry& entry) {
   text.append(kMark);
   text.append("[Unit]\nDescription=");
   append_title(text, entry.title);
-  text.append("After=network.target\n\n[Service]\nType=notify\n");
+  text.append("After=network.target\n\n[Service]\nType=notify\nTimeoutSec=90\n");
   // With ":" in front no "$" stands for a variable; in the quotes, as it is part of the first word.
   text.append("ExecStart=");
   append_word(text, ":", *entry.command);
