@@ -66,11 +66,15 @@ enum class FileLock { taken, busy, unsupported };
 FileLock lock_file(File file, bool wait) noexcept;
 bool unlock_file(File file) noexcept;
 
+// Does the path, links not followed, lead to that file by now?
+bool leads_to(const char* path, File file) noexcept;
+
 // Gives a file new content as replace_file does; `fill` writes it. Off Windows, a new file gets the
-// access rights of `like`, if given, and with `rights_move` an old one does, too.
+// access rights of `like`, if given. With `as_moved` it is a new one in any case, which takes the
+// place of a link, too, as if `like` were renamed.
 using Fill = bool (*)(File file, void* what);
 bool replace_filled(const char* path, Fill fill, void* what, File like = kNoFile,
-                    bool rights_move = false) noexcept;
+                    bool as_moved = false) noexcept;
 
 // ---- Directories
 

@@ -42,17 +42,18 @@ bool copy_from(File to, void* what) {
   }
 }
 
-bool copy_file(const char* from, const char* to, bool rights_move) {
-  system::OwnedFile source(platform::open_file(from, {.read = true}));
-  File file = source.get();
-  return source && platform::replace_filled(to, copy_from, &file, file, rights_move);
+bool copy_file(File from, const char* to, bool as_moved) {
+  return platform::replace_filled(to, copy_from, &from, from, as_moved);
 }
 
-// As a move does that renaming cannot do.
+// As a move does that renaming cannot do. What was copied is deleted, nothing else: two paths of
+// different mounts may have led to the one file that the copy has replaced by now.
 bool move_across(const char* from, const char* to, const FileStatus& status) {
-  return status.kind == Kind::file && copy_file(from, to, true) &&
+  if (status.kind != Kind::file) return false;
+  const system::OwnedFile source(platform::open_file(from, {.read = true}));
+  return source && copy_file(source.get(), to, true) &&
          platform::set_file_times(to, &status.modified_us, &status.accessed_us) &&
-         platform::delete_file(from);
+         platform::leads_to(from, source.get()) && platform::delete_file(from);
 }
 
 // Room for what the file seems to have and, so that its end shows, a byte more; a size that is not
@@ -105,7 +106,9 @@ int KIV_CALL zu_file1_SetTimes(const char* path, const int64_t* modified_us,
 }
 
 int KIV_CALL zu_file1_Copy(const char* from, const char* to) KIV_NOEXCEPT {
-  return system::is_path(from) && system::is_path(to) && copy_file(from, to, false);
+  if (!system::is_path(from) || !system::is_path(to)) return 0;
+  const system::OwnedFile source(platform::open_file(from, {.read = true}));
+  return source && copy_file(source.get(), to, false);
 }
 
 int KIV_CALL zu_file1_Move(const char* from, const char* to) KIV_NOEXCEPT {

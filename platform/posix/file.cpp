@@ -8,7 +8,7 @@
 #include <climits>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
+#include <cstring>
 
 #include "platform/fs.h"
 #include "platform/random.h"
@@ -20,6 +20,8 @@ namespace {
 constexpr mode_t kPrivate = S_IRUSR | S_IWUSR;
 constexpr mode_t kAsUsual = kPrivate | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;  // less the umask
 constexpr int kNames = 16;
+constexpr int kMostLinks = 40;
+constexpr std::size_t kKept = 200;  // of a name, in that of the file beside it: both have a limit
 
 struct Bytes {
   const void* start;
@@ -31,17 +33,42 @@ bool write_bytes(File file, void* what) {
   return write_file(file, bytes->start, bytes->length, false);
 }
 
-bool fill_and_close(int fd, Fill fill, void* what, bool to_disk) {
-  const bool complete = fill(fd, what) && (!to_disk || fsync(fd) == 0);
-  return close(fd) == 0 && complete;
+bool fill_and_close(File file, Fill fill, void* what, bool to_disk) {
+  const bool complete = fill(file, what) && (!to_disk || flush_file(file));
+  return close_file(file) && complete;
+}
+
+// The length of a path without its last name.
+std::size_t directory_length(const char* path) {
+  const char* slash = std::strrchr(path, '/');
+  return slash == nullptr ? 0 : static_cast<std::size_t>(slash + 1 - path);
+}
+
+// Where a path leads once the links at its end are followed, whether anything is there or not.
+bool follow_links(const char* path, char (&target)[PATH_MAX]) {
+  if (std::snprintf(target, sizeof target, "%s", path) >= PATH_MAX) return false;
+  for (int i = 0; i < kMostLinks; ++i) {
+    char link[PATH_MAX];
+    const ssize_t size = readlink(target, link, sizeof link);
+    if (size < 0) return errno == EINVAL || errno == ENOENT;
+    const auto length = static_cast<std::size_t>(size);
+    const std::size_t kept = *link == '/' ? 0 : directory_length(target);
+    if (kept + length >= sizeof target) return false;
+    std::memcpy(target + kept, link, length);
+    target[kept + length] = '\0';
+  }
+  return false;
 }
 
 // Opens a new file beside `path` and writes its name to `name`; -1 when there can be none.
 int open_beside(const char* path, mode_t mode, char (&name)[PATH_MAX]) {
+  const std::size_t directory = directory_length(path);
+  const std::size_t kept = directory + strnlen(path + directory, kKept);
   for (int i = 0; i < kNames; ++i) {
     std::uint32_t number = 0;
     random_bytes(&number, sizeof number);
-    const int length = std::snprintf(name, sizeof name, "%s.%08x", path, number);
+    const int length =
+        std::snprintf(name, sizeof name, "%.*s.%08x", static_cast<int>(kept), path, number);
     if (length < 0 || length >= PATH_MAX) return -1;
     const int fd = open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
     if (fd >= 0 || errno != EEXIST) return fd;
@@ -49,39 +76,45 @@ int open_beside(const char* path, mode_t mode, char (&name)[PATH_MAX]) {
   return -1;
 }
 
+// Giving the file to others may be refused: it is then the writer's, as a new one would be, and the
+// writer's group may do no more than all may.
 bool take_over_rights(int fd, const struct stat& old) {
   struct stat made;
   if (fstat(fd, &made) != 0) return false;
-  // Giving the file to another owner may be refused; it is then the writer's, as a new one would
-  // be.
-  const bool other_owner = made.st_uid != old.st_uid || made.st_gid != old.st_gid;
-  const bool keeps_owner = !other_owner || fchown(fd, old.st_uid, old.st_gid) == 0;
-  const mode_t rights = old.st_mode & (keeps_owner ? 07777 : 0777);
+  const bool same_owner = made.st_uid == old.st_uid || fchown(fd, old.st_uid, gid_t(-1)) == 0;
+  const bool same_group = made.st_gid == old.st_gid || fchown(fd, uid_t(-1), old.st_gid) == 0;
+  mode_t rights = old.st_mode & (same_owner && same_group ? 07777 : 0777);
+  if (!same_group) rights = (rights & ~mode_t{S_IRWXG}) | (rights & S_IRWXO) << 3;
   return fchmod(fd, rights) == 0;
+}
+
+// The directory may allow what the file itself forbids; and links of /proc may lead to what has no
+// path.
+bool may_replace(const char* path, const struct stat& old) {
+  struct stat found;
+  return faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) == 0 && lstat(path, &found) == 0 &&
+         found.st_dev == old.st_dev && found.st_ino == old.st_ino;
 }
 
 }  // namespace
 
-bool replace_filled(const char* path, Fill fill, void* what, File like, bool rights_move) noexcept {
+bool replace_filled(const char* path, Fill fill, void* what, File like, bool as_moved) noexcept {
   struct stat old;
-  const bool exists = stat(path, &old) == 0;
-  struct stat link;
-  const bool dangles = !exists && lstat(path, &link) == 0;
-  if (dangles || (exists && !S_ISREG(old.st_mode))) {
-    const int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kAsUsual);
-    return fd >= 0 && fill_and_close(fd, fill, what, false);
+  const bool exists = !as_moved && stat(path, &old) == 0;
+  if (exists && !S_ISREG(old.st_mode)) {
+    const File file = open_file(path, {.write = true, .truncate = true});
+    return file != kNoFile && fill_and_close(file, fill, what, false);
   }
 
   // What a link leads to is replaced, not the link.
   char target[PATH_MAX];
-  if (exists) {
-    // The directory may allow what the file itself forbids.
-    if (faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) != 0) return false;
-    path = realpath(path, target);
-    if (path == nullptr) return false;
+  if (!as_moved) {
+    if (!follow_links(path, target)) return false;
+    path = target;
   }
+  if (exists && !may_replace(path, old)) return false;
 
-  const bool as_model = like != kNoFile && (!exists || rights_move);
+  const bool as_model = like != kNoFile && !exists;
   struct stat model;
   if (as_model && fstat(static_cast<int>(like), &model) != 0) return false;
 

@@ -33,8 +33,9 @@ std::int64_t to_us(const timespec& time) {
 
 timespec to_timespec(const std::int64_t* us) {
   if (us == nullptr) return {0, UTIME_OMIT};
-  const std::int64_t below = (*us % 1000000 + 1000000) % 1000000;
-  return {(*us - below) / 1000000, static_cast<long>(below * 1000)};
+  const std::int64_t rest = *us % 1000000;
+  const bool borrows = rest < 0;
+  return {*us / 1000000 - borrows, static_cast<long>((rest + borrows * 1000000) * 1000)};
 }
 
 Kind kind_of_mode(mode_t mode) {
@@ -133,6 +134,12 @@ bool resize_file(File file, std::int64_t size) noexcept {
 
 bool flush_file(File file) noexcept {
   return uninterrupted([&] { return fsync(descriptor(file)); }) == 0;
+}
+
+bool leads_to(const char* path, File file) noexcept {
+  struct stat named, opened;
+  return lstat(path, &named) == 0 && fstat(descriptor(file), &opened) == 0 &&
+         named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
 }
 
 // One of flock belongs to the handle, where one of fcntl would be the process's and go with any

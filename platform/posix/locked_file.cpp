@@ -6,6 +6,8 @@
 
 #include <cerrno>
 
+#include "platform/fs.h"
+
 namespace kiv::platform {
 
 namespace {
@@ -20,12 +22,6 @@ struct flock whole_file() {
   lock.l_type = F_WRLCK;
   lock.l_whence = SEEK_SET;
   return lock;
-}
-
-bool leads_to(const char* path, int fd) {
-  struct stat named, opened;
-  return lstat(path, &named) == 0 && fstat(fd, &opened) == 0 && named.st_dev == opened.st_dev &&
-         named.st_ino == opened.st_ino;
 }
 
 bool is_regular(int fd) {

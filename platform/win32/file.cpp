@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cwchar>
 
@@ -16,6 +17,7 @@ namespace {
 
 constexpr int kNames = 16;
 constexpr std::size_t kSuffix = 10;  // ".01234567" and its end
+constexpr std::size_t kKept = 200;   // of a name, in that of the file beside it: both have a limit
 
 struct Bytes {
   const void* start;
@@ -29,7 +31,11 @@ bool write_bytes(File file, void* what) {
 
 // Opens a new file beside `path` and writes its name to `name`.
 HANDLE open_beside(const wchar_t* path, wchar_t* name) {
-  const std::size_t length = std::wcslen(path);
+  std::size_t length = 0;
+  for (std::size_t i = 0, name_start = 0; path[i] != L'\0'; ++i) {
+    if (std::wcschr(L"\\/:", path[i]) != nullptr) name_start = i + 1;
+    length = std::min(i, name_start + kKept - 1) + 1;
+  }
   std::wmemcpy(name, path, length);
   for (int i = 0; i < kNames; ++i) {
     std::uint32_t number = 0;

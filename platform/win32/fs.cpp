@@ -35,10 +35,10 @@ std::int64_t to_us(const FILETIME& time) {
 }
 
 // Anything at a path, for its data about it.
-HANDLE open_any(const Wide& path, DWORD access) {
+HANDLE open_any(const Wide& path, DWORD access, DWORD flags = 0) {
   if (!path) return INVALID_HANDLE_VALUE;
   return CreateFileW(path.get(), access, kShareAll, nullptr, OPEN_EXISTING,
-                     FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+                     FILE_FLAG_BACKUP_SEMANTICS | flags, nullptr);
 }
 
 template <typename Found>
@@ -68,7 +68,7 @@ bool even_if_read_only(const wchar_t* path, Call call) {
 
 bool to_file_time(const std::int64_t* us, FILETIME* time) {
   if (us == nullptr) return true;
-  if (*us < -kFrom1601To1970 || *us > INT64_MAX / 10 - kFrom1601To1970) return false;
+  if (*us <= -kFrom1601To1970 || *us > INT64_MAX / 10 - kFrom1601To1970) return false;
   const auto ticks = static_cast<std::uint64_t>((*us + kFrom1601To1970) * 10);
   *time = {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
   return true;
@@ -169,8 +169,10 @@ File open_file(const char* path, OpenMode mode) noexcept {
   const Wide wide = wide_path(path);
   if (!wide) return kNoFile;
   const DWORD access = (mode.read ? GENERIC_READ : 0) | (mode.write ? GENERIC_WRITE : 0);
+  // A new file is not made through a link that leads to nothing.
+  const DWORD flags = mode.exclusive ? FILE_FLAG_OPEN_REPARSE_POINT : 0;
   const HANDLE file = CreateFileW(wide.get(), access, kShareAll, nullptr, disposition(mode),
-                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+                                  FILE_ATTRIBUTE_NORMAL | flags, nullptr);
   if (file == INVALID_HANDLE_VALUE) return kNoFile;
   const auto opened = reinterpret_cast<File>(file);
   // Emptied afterwards: the disposition that empties refuses hidden files, and one that was only
@@ -234,6 +236,18 @@ bool resize_file(File file, std::int64_t size) noexcept {
 
 bool flush_file(File file) noexcept {
   return FlushFileBuffers(handle_of(file));
+}
+
+bool leads_to(const char* path, File file) noexcept {
+  const HANDLE named =
+      open_any(wide_path(path), FILE_READ_ATTRIBUTES, FILE_FLAG_OPEN_REPARSE_POINT);
+  if (named == INVALID_HANDLE_VALUE) return false;
+  BY_HANDLE_FILE_INFORMATION one, other;
+  const bool known = GetFileInformationByHandle(named, &one) &&
+                     GetFileInformationByHandle(handle_of(file), &other);
+  CloseHandle(named);
+  return known && one.dwVolumeSerialNumber == other.dwVolumeSerialNumber &&
+         one.nFileIndexHigh == other.nFileIndexHigh && one.nFileIndexLow == other.nFileIndexLow;
 }
 
 FileLock lock_file(File file, bool wait) noexcept {

@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include "platform/fs.h"
 #include "platform/win32/wide_path.h"
 
 namespace kiv::platform {
@@ -28,20 +29,6 @@ bool lock(HANDLE file, DWORD kind) {
   return LockFileEx(file, kind | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &where) != FALSE;
 }
 
-bool same_file(HANDLE a, HANDLE b) {
-  BY_HANDLE_FILE_INFORMATION one, other;
-  return GetFileInformationByHandle(a, &one) && GetFileInformationByHandle(b, &other) &&
-         one.dwVolumeSerialNumber == other.dwVolumeSerialNumber &&
-         one.nFileIndexHigh == other.nFileIndexHigh && one.nFileIndexLow == other.nFileIndexLow;
-}
-
-bool leads_to(const wchar_t* path, HANDLE file) {
-  const HANDLE named = open_file(path, GENERIC_READ, OPEN_EXISTING);
-  const bool same = named != INVALID_HANDLE_VALUE && same_file(named, file);
-  if (named != INVALID_HANDLE_VALUE) CloseHandle(named);
-  return same;
-}
-
 bool is_regular(HANDLE file) {
   BY_HANDLE_FILE_INFORMATION known;
   if (GetFileType(file) != FILE_TYPE_DISK || !GetFileInformationByHandle(file, &known))
@@ -49,27 +36,30 @@ bool is_regular(HANDLE file) {
   return (known.dwFileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) == 0;
 }
 
-}  // namespace
-
-Take locked_file_take(const char* path, LockedFile* file) noexcept {
+Take take_once(const char* path, LockedFile* file) {
   const Wide wide = wide_path(path);
   if (!wide) return Take::failed;
   const HANDLE opened = open_file(wide.get(), GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS);
   if (opened == INVALID_HANDLE_VALUE) return Take::failed;
+  *file = reinterpret_cast<LockedFile>(opened);
   const bool usable = is_regular(opened);
-  bool locked = false;
-  // Another's look at whether the file is held takes the lock for an instant.
-  for (int i = 0; usable && !locked && i < kTries; ++i) {
-    if (i > 0) Sleep(2);
-    locked = lock(opened, LOCKFILE_EXCLUSIVE_LOCK);
-  }
-  if (locked) {
-    *file = reinterpret_cast<LockedFile>(opened);
-    return Take::taken;
-  }
+  // One that was removed before it was locked holds nothing.
+  if (usable && lock(opened, LOCKFILE_EXCLUSIVE_LOCK) && leads_to(path, *file)) return Take::taken;
   CloseHandle(opened);
   SetLastError(ERROR_INVALID_PARAMETER);
   return usable ? Take::held : Take::failed;
+}
+
+}  // namespace
+
+Take locked_file_take(const char* path, LockedFile* file) noexcept {
+  Take result = take_once(path, file);
+  // Another's look at whether the file is held takes the lock for an instant.
+  for (int i = 1; result == Take::held && i < kTries; ++i) {
+    Sleep(2);
+    result = take_once(path, file);
+  }
+  return result;
 }
 
 std::int32_t locked_file_read(LockedFile file, char* out, std::size_t size) noexcept {
@@ -89,7 +79,7 @@ bool locked_file_write(LockedFile file, const char* bytes, std::size_t length) n
 
 bool locked_file_remove(LockedFile file, const char* path) noexcept {
   const Wide wide = wide_path(path);
-  const bool removed = wide && leads_to(wide.get(), handle_of(file)) && DeleteFileW(wide.get());
+  const bool removed = wide && leads_to(path, file) && DeleteFileW(wide.get());
   CloseHandle(handle_of(file));
   return removed;
 }

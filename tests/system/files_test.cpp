@@ -71,7 +71,14 @@ TEST_F(Files, AreWrittenWholeOrNotAtAll) {
   setrlimit(RLIMIT_FSIZE, &small);
   EXPECT_EQ(zu_file1_Write(path.c_str(), std::string(2000, 'x').data(), 2000), 0);
   EXPECT_EQ(zu_file1_Copy(path.c_str(), file("b").c_str()), 0);
+  // Through a link that leads to nothing yet.
+  std::filesystem::create_symlink("gone", file("link"));
+  EXPECT_EQ(zu_file1_Write(file("link").c_str(), std::string(2000, 'x').data(), 2000), 0);
   setrlimit(RLIMIT_FSIZE, &limit);
+  EXPECT_EQ(content(file("gone")), "(missing)");
+  EXPECT_EQ(zu_file1_Write(file("link").c_str(), "x", 1), 1);
+  EXPECT_EQ(content(file("gone")), "x");
+  EXPECT_EQ(zu_file1_Delete(file("gone").c_str()) + zu_file1_Delete(file("link").c_str()), 2);
   // What has content but no size.
   EXPECT_NE(content("/proc/self/status").find("Name:"), std::string::npos);
 #endif
@@ -79,6 +86,8 @@ TEST_F(Files, AreWrittenWholeOrNotAtAll) {
   EXPECT_EQ(zu_file1_Write(path.c_str(), nullptr, 1) + zu_file1_Write(path.c_str(), "x", -1), 0);
   EXPECT_EQ(content(path), old);
   EXPECT_EQ(walk(dir_).size(), 1u) << "nothing is left beside";
+  const std::string longest = file(std::string(255, 'n'));
+  EXPECT_EQ(zu_file1_Write(longest.c_str(), "x", 1) + zu_file1_Delete(longest.c_str()), 2);
   EXPECT_EQ(zu_file1_Append(path.c_str(), "y", 1), 1);
   EXPECT_EQ(content(path), old + "y");
   EXPECT_EQ(content(dir_), "(missing)");
@@ -100,8 +109,9 @@ TEST_F(Files, AreCopiedMovedAndDeleted) {
   EXPECT_EQ(modified, before_1970);
   EXPECT_EQ(accessed, late);
 #ifndef _WIN32
-  // To another file system: rights and times go along.
+  // To another file system: rights and times go along, and a link is replaced.
   const std::string other = "/dev/shm" + std::string(kName) + std::to_string(zu_RandomValue());
+  std::filesystem::create_symlink(b, other);
   std::filesystem::permissions(b, std::filesystem::perms::owner_read);
   EXPECT_EQ(zu_file1_Move(b.c_str(), other.c_str()), 1);
   EXPECT_EQ(std::filesystem::status(other).permissions(), std::filesystem::perms::owner_read);
