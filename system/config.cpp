@@ -1,4 +1,5 @@
 // Configurations as callers see them: files in, answers and files out.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -17,6 +18,7 @@ using system::Group;
 namespace {
 
 constexpr std::size_t kFirstRead = 16384;
+constexpr std::size_t kLongestRead = INT32_MAX;  // as much as _zu_malloc counts
 
 // All bytes of a file; empty when it cannot be read, is too long, or memory runs out.
 base::Owned<char> read_file(const char* file_name, std::size_t& length) {
@@ -28,9 +30,9 @@ base::Owned<char> read_file(const char* file_name, std::size_t& length) {
   while (text) {
     length += std::fread(text.get() + length, 1, room - length, file);
     if (length < room) break;
-    room *= 2;
-    auto* larger =
-        room > INT32_MAX ? nullptr : _zu_realloc(text.get(), static_cast<uint32_t>(room));
+    const bool can_grow = room < kLongestRead;
+    room = std::min(room * 2, kLongestRead);
+    auto* larger = can_grow ? _zu_realloc(text.get(), static_cast<uint32_t>(room)) : nullptr;
     if (larger != nullptr) (void)text.release();
     text.reset(static_cast<char*>(larger));
   }

@@ -119,7 +119,8 @@ zu_time KIV_CALL zu_DateParse(const char* text) KIV_NOEXCEPT {
     // deliberate: "GMT" is read as local time, and never as summer time; what is stored by the
     // programs that use this was computed so.
     const std::int64_t seconds = platform::seconds_of_local_time(date);
-    return seconds > INTPTR_MAX ? -1 : static_cast<zu_time>(seconds);
+    const auto time = static_cast<zu_time>(seconds);
+    return time == seconds ? time : -1;
   }
   return -1;
 }

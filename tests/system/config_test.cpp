@@ -151,6 +151,23 @@ TEST(Config, ReadsAndChangesLines) {
             model_of(config));
 }
 
+TEST(Config, QuotesAreStrippedFromAValue) {
+  for (const auto& [value, expected] : {std::pair{" \"abc\" ;", "abc"},
+                                        {"abc ;", "abc ;"},
+                                        {"\t\"a b\",; \t", "a b"},
+                                        {" abc\"", " abc"},
+                                        {"\" a;", " a;"},
+                                        {"a\" b", "a\" b"},
+                                        {" \"a\"b\" c", "a\"b\" c"},
+                                        {"\"", ""},
+                                        {"\"\"", ""},
+                                        {"\";,", ";,"},
+                                        {" ;", " ;"},
+                                        {static_cast<const char*>(nullptr), ""}}) {
+    EXPECT_EQ(expected, taken(__GetProfileString(value)));
+  }
+}
+
 TEST(Config, IterationsSurviveChanges) {
   const Config config = parsed("[a]\n[b]\n[c]\nk1=1\nk2=2\nk3=3\nk4=4\n[d]\n[e]\n");
   const char *name, *value;

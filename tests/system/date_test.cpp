@@ -72,6 +72,21 @@ TEST_P(Date, WritesTheLocalTimeLabelledGmt) {
   EXPECT_EQ(nullptr, zu_GetGMTString(INTPTR_MAX));
 }
 
+TEST_P(Date, TellsTheLocalTime) {
+  char text[23] = "......................", expected[22];
+  std::time_t now;
+  bool same;
+  do {
+    now = std::time(nullptr);
+    ASSERT_EQ(21, zu_GetLocalDate(text));
+    std::tm local = *std::localtime(&now);
+    std::strftime(expected, sizeof expected, "%Y.%m.%d - %H:%M:%S", &local);
+    same = zu_GetCurrentTimeHH() == local.tm_hour && zu_GetCurrentTimeMM() == local.tm_min;
+  } while (now != std::time(nullptr));
+  EXPECT_TRUE(same);
+  EXPECT_STREQ(expected, text);
+}
+
 INSTANTIATE_TEST_SUITE_P(Zones, Date,
                          testing::Values("UTC0", "EST5EDT", "IST-5:30", "NST3:30NDT", "WST-13"));
 
