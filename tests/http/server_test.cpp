@@ -156,8 +156,8 @@ TEST_F(HttpServer, ReportsClosedAndBrokenStreams) {
   client.send(get("/"));
   EXPECT_EQ(next(), "close");
   std::string many;
-  for (int i = 0; i < 284; ++i) many += get("/");      // fits into one read
-  for (std::size_t count : {284, 284, 284, 151, 2}) {  // 1000 may wait
+  for (int i = 0; i < 284; ++i) many += get("/");           // fits into one read
+  for (std::size_t count : {284U, 284U, 284U, 151U, 2U}) {  // 1000 may wait
     flooding.send(many.substr(0, count * get("/").size()));
     EXPECT_EQ(next(), count == 2 ? "close" : "/>");
   }
