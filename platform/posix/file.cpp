@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "platform/fs.h"
 #include "platform/random.h"
@@ -44,15 +45,32 @@ std::size_t directory_length(const char* path) {
   return slash == nullptr ? 0 : static_cast<std::size_t>(slash + 1 - path);
 }
 
+// Is the link at `path` another user's in a directory that all may write to? The system opens
+// nothing through such a link, but would tell where it leads.
+bool is_trap(char* path, std::size_t directory, const struct stat& link) {
+  const char first = std::exchange(path[directory], '\0');
+  struct stat above;
+  const bool known = stat(directory == 0 ? "." : path, &above) == 0;
+  path[directory] = first;
+  if (!known) return true;
+  const bool shared = (above.st_mode & S_ISVTX) != 0 && (above.st_mode & S_IWOTH) != 0;
+  return shared && link.st_uid != geteuid() && link.st_uid != above.st_uid;
+}
+
 // Where a path leads once the links at its end are followed, whether anything is there or not.
 bool follow_links(const char* path, char (&target)[PATH_MAX]) {
   if (std::snprintf(target, sizeof target, "%s", path) >= PATH_MAX) return false;
   for (int i = 0; i < kMostLinks; ++i) {
+    struct stat found;
+    if (lstat(target, &found) != 0) return errno == ENOENT;
+    if (!S_ISLNK(found.st_mode)) return true;
+    const std::size_t directory = directory_length(target);
+    if (is_trap(target, directory, found)) return false;
     char link[PATH_MAX];
     const ssize_t size = readlink(target, link, sizeof link);
-    if (size < 0) return errno == EINVAL || errno == ENOENT;
+    if (size <= 0) return false;
     const auto length = static_cast<std::size_t>(size);
-    const std::size_t kept = *link == '/' ? 0 : directory_length(target);
+    const std::size_t kept = *link == '/' ? 0 : directory;
     if (kept + length >= sizeof target) return false;
     std::memcpy(target + kept, link, length);
     target[kept + length] = '\0';

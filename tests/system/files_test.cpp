@@ -15,6 +15,7 @@
 #include "tests/support/temp_dir.h"
 #if __has_include(<sys/resource.h>)
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <csignal>
 #endif
@@ -78,6 +79,11 @@ TEST_F(Files, AreWrittenWholeOrNotAtAll) {
   EXPECT_EQ(content(file("gone")), "(missing)");
   EXPECT_EQ(zu_file1_Write(file("link").c_str(), "x", 1), 1);
   EXPECT_EQ(content(file("gone")), "x");
+  // Another user's link where all may write, which only root can make here, is a trap.
+  std::filesystem::permissions(dir_, std::filesystem::perms(01777));
+  const bool trap = lchown(file("link").c_str(), 1, 1) == 0;
+  EXPECT_EQ(zu_file1_Write(file("link").c_str(), "y", 1), !trap);
+  EXPECT_EQ(content(file("gone")), trap ? "x" : "y");
   EXPECT_EQ(zu_file1_Delete(file("gone").c_str()) + zu_file1_Delete(file("link").c_str()), 2);
   // What has content but no size.
   EXPECT_NE(content("/proc/self/status").find("Name:"), std::string::npos);
