@@ -37,23 +37,25 @@ bool is_self_or_parent(const char* name) {
   return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
 }
 
-// False: gone meanwhile.
-bool look_at(int directory, const dirent& found, DirectoryEntry* entry) {
+// 1, 0 when it is gone meanwhile, -1 on failure.
+int look_at(int directory, const dirent& found, DirectoryEntry* entry) {
   entry->name = found.d_name;
   entry->size = 0;
   if (found.d_type == DT_DIR || found.d_type == DT_LNK) {
     entry->kind = found.d_type == DT_DIR ? Kind::directory : Kind::link;
-    return true;
+    return 1;
   }
   struct stat status;
-  if (fstatat(directory, found.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) return false;
+  if (fstatat(directory, found.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return errno == ENOENT ? 0 : -1;
+  }
   const mode_t mode = status.st_mode;
   entry->kind = S_ISREG(mode)   ? Kind::file
                 : S_ISDIR(mode) ? Kind::directory
                 : S_ISLNK(mode) ? Kind::link
                                 : Kind::other;
   if (entry->kind == Kind::file) entry->size = status.st_size;
-  return true;
+  return 1;
 }
 
 }  // namespace
@@ -79,7 +81,9 @@ int next_entry(Directory* directory, DirectoryEntry* entry) noexcept {
     const dirent* found = readdir(directory->stream);
     if (found == nullptr) return errno == 0 ? 0 : -1;
     if (is_self_or_parent(found->d_name)) continue;
-    if (!look_at(dirfd(directory->stream), *found, entry)) continue;
+    const int looked = look_at(dirfd(directory->stream), *found, entry);
+    if (looked < 0) return -1;
+    if (looked == 0) continue;
     directory->last = found->d_name;
     directory->last_kind = entry->kind;
     return 1;
