@@ -40,15 +40,15 @@ Head* view_of(HANDLE memory) {
   return static_cast<Head*>(MapViewOfFile(memory, FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, 0));
 }
 
-// The whole pages that a view has.
-std::size_t bytes_viewed(const Head* head) {
+// The room behind the head, in the whole pages that a view has.
+std::size_t room_viewed(const Head* head) {
   MEMORY_BASIC_INFORMATION found;
-  return VirtualQuery(head, &found, sizeof found) == 0 ? 0 : found.RegionSize;
+  return VirtualQuery(head, &found, sizeof found) == 0 ? 0 : found.RegionSize - sizeof(Head);
 }
 
 bool is_whole(const Head* head) {
   const std::uint64_t size = head->size;
-  return size > 0 && head->removed == 0 && size <= bytes_viewed(head) - sizeof(Head);
+  return size > 0 && head->removed == 0 && size <= room_viewed(head);
 }
 
 }  // namespace

@@ -103,6 +103,8 @@ Typed read_line(HANDLE console, char* out, std::size_t room) {
   if (line.length > 0 && line.text[0] == kCtrlZ) return Typed::ended;
   int length = 0;
   if (line.length > 0) {
+    // With no room at all the system would tell how much it takes.
+    if (room == 1) return Typed::too_long;
     length = WideCharToMultiByte(CP_UTF8, 0, line.text, static_cast<int>(line.length), out,
                                  static_cast<int>(room - 1), nullptr, nullptr);
     if (length <= 0) return Typed::too_long;
