@@ -274,7 +274,8 @@ KIV_API int32_t KIV_CALL zu_memreplace(void* buffer, int32_t length, int32_t sta
 typedef int(KIV_CALL* zu_sort_compare_fn)(const void* element, const void* key);
 
 /* Binary search in a sorted array of `count` elements of `size` bytes. 1 when found; `index`, when
- * not NULL, then receives the position. */
+ * not NULL, then receives the position, of several equal ones that of any. 0 when not found, for a
+ * NULL array or comparison, and for a size or count below 1. */
 KIV_API int KIV_CALL zu_SortFind(const void* base, int32_t size, int32_t count, const void* key,
                                  zu_sort_compare_fn compare, int32_t* index) KIV_NOEXCEPT;
 
@@ -287,7 +288,8 @@ KIV_API int KIV_CALL zu_IP_to_32bits(uint32_t* value, const char* text) KIV_NOEX
  * character and stops at the limits of the type. 0 for NULL. */
 KIV_API int64_t KIV_CALL zu_str_to_longlong(const char* text) KIV_NOEXCEPT;
 
-/* Writes the value in decimal (at most 21 bytes with the terminator). Returns the buffer. */
+/* Writes the value in decimal (at most 21 bytes with the terminator). Returns the buffer;
+ * NULL for NULL. */
 KIV_API char* KIV_CALL zu_longlong_to_str(int64_t value, char* buffer) KIV_NOEXCEPT;
 
 /* Always 0: no text is taken for GB 2312. */
@@ -302,8 +304,8 @@ KIV_API int KIV_CALL zu_AppendFile(const char* path, const void* bytes,
 /* Removes a file: 0 when done, else non-zero, as the standard function. */
 KIV_API int KIV_CALL zu_DeleteFile(const char* path) KIV_NOEXCEPT;
 
-/* Reads up to `maximum` bytes from the start. Number of bytes, or -1 when the file cannot be
- * opened. */
+/* Reads up to `maximum` bytes from the start. Number of bytes, 0 also for a maximum below 1;
+ * -1 when the file cannot be opened and for NULL. */
 KIV_API int32_t KIV_CALL zu_GetFileContent(const char* path, void* buffer,
                                            int32_t maximum) KIV_NOEXCEPT;
 

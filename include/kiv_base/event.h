@@ -310,7 +310,8 @@ KIV_API int KIV_CALL zu_box_timer_RefreshCallback(zu_box* box, int32_t timer,
                                                   zu_box_timer_fn callback,
                                                   void* argument) KIV_NOEXCEPT;
 
-/* DeleteThis takes the timer whose callback is running. */
+/* Ends a timer, which is then unknown; an unknown one is ignored. DeleteThis takes the timer whose
+ * callback is running. */
 KIV_API void KIV_CALL zu_box_timer_Delete(zu_box* box, int32_t timer) KIV_NOEXCEPT;
 KIV_API void KIV_CALL zu_box_timer_DeleteThis(zu_box* box) KIV_NOEXCEPT;
 
@@ -489,8 +490,9 @@ KIV_API void KIV_CALL kivx_ThreadBox_destroy(kiv_box* box) KIV_NOEXCEPT;
  *   if (kiv_box_AcceptTcpClient(master, socket, NULL, NULL, NULL, NULL) > 0)
  *     kiv_box_DeleteSock(master, socket);
  *
- * Close it only after that, and leave it non-blocking while it is a client. A close callback repeats in every turn of the loop, and holds up the
- * lower sockets of its slave, until the socket is deleted.
+ * Close it only after that, and leave it non-blocking while it is a client. A close callback repeats
+ * in every turn of the loop, and holds up the lower sockets of its slave, until the socket is
+ * deleted.
  *
  * A box waits for at most 1022 clients, so a big box of n slaves has room for 1022 * n.
  *

@@ -12,7 +12,7 @@
  *   returns -1 on failure; one that makes something returns NULL on failure.
  * - A value or argument handed through the library is a `void*`; what fits a pointer fits it.
  * - What a function returns as new belongs to the caller, who gives it back to `_zu_free` or to
- *   the family's own free function.
+ *   the family's own free function, which does nothing with NULL.
  * - Failures that have a text print it as one line on standard output.
  */
 #ifndef KIV_BASE_EXPORT_H

@@ -527,6 +527,7 @@ KIV_API int KIV_CALL kiv_http_server_AcceptClient(kiv_http_server* server, int32
 KIV_API int KIV_CALL kiv_http_server_DeleteClient(kiv_http_server* server,
                                                   int32_t socket) KIV_NOEXCEPT;
 
+/* The number of clients in service; 0 for NULL or an unknown server. */
 KIV_API int32_t KIV_CALL kiv_http_server_NumClients(kiv_http_server* server) KIV_NOEXCEPT;
 
 /* Stops listening, closes all clients without their close callbacks, and the connections nobody
@@ -589,7 +590,7 @@ KIV_API char* KIV_CALL zu_url_escape_malloc(const char* text, int32_t length) KI
 
 /* The reverse: "+" becomes a blank; "%" and one or two hexadecimal digits become that byte, and
  * the two characters after "%" are skipped even when only the first is a digit; a "%" before
- * anything else stays. "%00" gives a zero byte, where C text ends. */
+ * anything else stays. "%00" gives a zero byte, where C text ends. New, or NULL, as above. */
 KIV_API char* KIV_CALL zu_url_unescape_malloc(const char* text, int32_t length) KIV_NOEXCEPT;
 
 /* Both are _zu_free. */
@@ -628,6 +629,7 @@ KIV_API int KIV_CALL zu_md5_encode(char* out33, const char* text) KIV_NOEXCEPT;
  * or is missing counting as 0. A text behind the last "=" and value is ignored. */
 KIV_API zu_cgi* KIV_CALL zu_cgi_malloc(const char* text, int32_t length) KIV_NOEXCEPT;
 
+/* Frees the form and the texts of its fields. */
 KIV_API void KIV_CALL zu_cgi_free(zu_cgi* cgi) KIV_NOEXCEPT;
 
 /* Copies the value of a field, cut to size - 1 characters, and a terminating zero. CR LF, a lone CR

@@ -87,6 +87,7 @@ KIV_API int KIV_CALL kivx_proto_GetPara(kiv_proto* packet, const char* name, con
 KIV_API int KIV_CALL kiv_proto_GetPara(kiv_proto* packet, const char* name, char* buffer,
                                        int32_t size) KIV_NOEXCEPT;
 
+/* The number of parameters; 0 for NULL. */
 KIV_API int32_t KIV_CALL kiv_proto_NumPara(kiv_proto* packet) KIV_NOEXCEPT;
 
 /* Walks the parameters in their order: First, then Next until 0; or Next alone after a rewind. Any

@@ -49,6 +49,7 @@ typedef struct zu_config_entry {
 KIV_API zu_config* KIV_CALL zu_config_make(const char* file_name) KIV_NOEXCEPT;
 KIV_API zu_config* KIV_CALL zu_config_make1(const char* text) KIV_NOEXCEPT;
 
+/* Frees the configuration and all texts that were read from it. Nothing is saved. */
 KIV_API void KIV_CALL zu_config_free(zu_config* config) KIV_NOEXCEPT;
 
 /* The value, leading blanks included; NULL when there is none. See __GetProfileString. */
