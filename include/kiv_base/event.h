@@ -490,9 +490,9 @@ KIV_API void KIV_CALL kivx_ThreadBox_destroy(kiv_box* box) KIV_NOEXCEPT;
  *   if (kiv_box_AcceptTcpClient(master, socket, NULL, NULL, NULL, NULL) > 0)
  *     kiv_box_DeleteSock(master, socket);
  *
- * Close it only after that, and leave it non-blocking while it is a client. A close callback repeats
- * in every turn of the loop, and holds up the lower sockets of its slave, until the socket is
- * deleted.
+ * Close it only after that, and leave it non-blocking while it is a client. A close callback
+ * repeats in every turn of the loop, and holds up the lower sockets of its slave, until the socket
+ * is deleted.
  *
  * A box waits for at most 1022 clients, so a big box of n slaves has room for 1022 * n.
  *
