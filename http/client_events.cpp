@@ -1,7 +1,7 @@
 // What a request does when its connection is ready, answers, ends or keeps it waiting.
 #include "http/client.h"
 
-#include <cstring>
+#include "http/filter.h"
 
 namespace kiv::http {
 namespace {
@@ -10,7 +10,6 @@ constexpr std::int32_t kSendBuffer = 131072;
 constexpr std::int32_t kReceiveBuffer = 1048576;
 
 using Request = Served<kiv_http_request>;
-using OwnedJitter = std::unique_ptr<zu_jitter, FreedBy<zu_jitter_free>>;
 
 // Gives the exchange up and tells the application.
 void fail(base::Locked<kiv_http_request>& request) {
@@ -74,7 +73,10 @@ void KIV_CALL handle_read(void*, void* argument, std::int32_t socket, char* data
   Request request(argument, &Connection::socket, socket);
   if (!request) return;
   request->connection.end_timer();
-  if (kiv_http_filter_response_input(request->filter, data, length) == 0) return fail(request);
+  if (kiv_http_filter_response_input(request->filter, data, length) == 0 ||
+      request->filter->waiting() > kMaxWaiting) {
+    return fail(request);
+  }
   zu_jitter* bytes = nullptr;
   std::int32_t status = 0;
   const OwnedTable table(kiv_http_filter_response_get(request->filter, &bytes, &status));

@@ -5,6 +5,14 @@
 
 #include "http/message.h"
 
+namespace kiv::http {
+
+// Complete messages that one connection may pile up. At most one is taken out for each read, and a
+// read may bring hundreds.
+inline constexpr std::int32_t kMaxWaiting = 1000;
+
+}  // namespace kiv::http
+
 // A queue of messages, oldest first. Input works on the newest, output on the oldest.
 struct kiv_http_filter {
   kiv::http::Message* oldest;

@@ -13,7 +13,6 @@ namespace {
 
 constexpr std::int32_t kSendBuffer = 32768;
 constexpr std::int32_t kReceiveBuffer = 524288;
-constexpr std::int32_t kMaxWaiting = 1000;
 
 using OwnedFilter = std::unique_ptr<kiv_http_filter, FreedBy<kiv_http_filter_request_free>>;
 

@@ -5,6 +5,8 @@ namespace kiv::http {
 namespace {
 
 std::size_t escaped_length(std::string_view text, unsigned set) noexcept {
+  // What 32 bits cannot count is more than memory holds.
+  if (text.size() > SIZE_MAX / 3) return SIZE_MAX / 2;
   std::size_t length = 0;
   for (char c : text) length += is_in(c, set) ? 1 : 3;
   return length;

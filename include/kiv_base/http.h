@@ -408,8 +408,8 @@ KIV_API int KIV_CALL kiv_http_filter_request_peek(kiv_http_filter* filter, kiv_h
  * filter waits for its body.
  */
 
-/* Failure: no connection, no answer in time, a broken answer, no memory; nothing follows. Close:
- * the peer closed; what was not sent yet is dropped. */
+/* Failure: no connection, no answer in time, a broken answer, more than 1000 answers that wait, no
+ * memory; nothing follows. Close: the peer closed; what was not sent yet is dropped. */
 typedef void(KIV_CALL* kiv_http_request_socket_fn)(void* user, kiv_box* box, int32_t socket);
 
 /* An answer: complete (status 13), or the next bytes of one that is not complete yet (12) or lasts

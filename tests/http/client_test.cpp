@@ -103,6 +103,8 @@ TEST_F(Client, TakesAnswersInAnyPieces) {
       {ok + "Content-Length: 9\r\n\r\nhello", "hello", "close"},
       {ok + "Content-Le", "", "close"},
       {chunked + "5\r\nhello\r\n+++\r\n", "hello", "failure"},
+      {chunked + "80000000\r\n", "", "failure"},
+      {ok + "A: " + more + "\r\n\r\n", "", "failure"},
       {"HTTP/2 200 OK\r\nA: b\r\n\r\n", "", "failure"},
   };
   Socket server;  // closed when the next exchange has begun
@@ -142,6 +144,11 @@ TEST_F(Client, DeliversOneAnswerForEachRead) {
   EXPECT_EQ(next(), "12:abc");
   server.send("d");
   EXPECT_EQ(next(), "13:d");
+  std::string flood;
+  for (int i = 0; i < 1200; ++i) flood += answer;
+  server.send(flood);
+  EXPECT_TRUE(next_to("failure").starts_with("13:13:"));
+  EXPECT_TRUE(box_is_empty());
 }
 
 TEST_F(Client, RefusesUrlsAndThenFreesTheRequest) {
