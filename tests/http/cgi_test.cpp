@@ -28,9 +28,9 @@ struct Form {
 };
 
 TEST(Cgi, FieldsAreDecoded) {
-  Form form("a=1&b=x+y%21&%6e+=%G1&a=2&e=&q=%4&=none&t==%&c");
+  Form form("a=1&b=x+y%21&%6e+=%G1&a=2&e=&q=%4&=none&t==%&u&v=w&c");
   const std::string fields[][2] = {{"a", "1"}, {"b", "x y!"}, {"n ", "\x01"}, {"e", ""},
-                                   {"q", "@"}, {"", "none"},  {"t", "="}};
+                                   {"q", "@"}, {"", "none"},  {"t", "="},     {"u&v", "w"}};
   for (const auto& [name, value] : fields) EXPECT_EQ(form.text(name.c_str()), value) << name;
   for (const char* name : {"c", "z", "A"})
     EXPECT_EQ(form.text(name), std::string("none\0", 5)) << name;

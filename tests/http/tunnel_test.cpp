@@ -28,7 +28,11 @@ class Tunnel : public kiv::test::BoxTest {
   Socket attach_and_accept() {
     EXPECT_EQ(attach(), 1);
     Socket proxy = kiv::test::tcp_accept(listener_);
-    EXPECT_TRUE(head_from(proxy).starts_with("CONNECT " + kTooLong.substr(0, 128) + ":22 "));
+    const std::string head = head_from(proxy), used = kTooLong.substr(0, 64);
+    char credentials[173];
+    zu_base64_encode(credentials, (used + ":" + used).c_str(), 129);
+    EXPECT_TRUE(head.starts_with("CONNECT " + kTooLong.substr(0, 128) + ":22 "));
+    EXPECT_TRUE(head.ends_with("Basic " + std::string(credentials) + "\r\n\r\n"));
     return proxy;
   }
 
@@ -117,7 +121,9 @@ TEST_F(Tunnel, MayBeFreedInEachOfItsCallbacks) {
 
 TEST_F(Tunnel, AttachingAgainReleasesWhatWas) {
   const kiv::test::StdoutCapture capture;
-  const Socket first = attach_and_accept();
+  ASSERT_EQ(attach(""), 1);
+  const Socket first = kiv::test::tcp_accept(listener_);
+  EXPECT_EQ(head_from(first).find("Authorization"), std::string::npos);
   const Socket second = attach_and_accept();
   EXPECT_EQ(first.receive_to_end(), "");
   EXPECT_TRUE(second.send(kAccept));
