@@ -1,43 +1,18 @@
-// URIs: parsed, printed, resolved, and made from paths. "~" stands for a part that is not there.
+// URIs: parsed, printed, resolved, and made from paths.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
 #include <string>
+#include <vector>
 
-#include "kiv_base/base.h"
-#include "kiv_base/http.h"
+#include "tests/http/uri_record.h"
 #include "tests/support/stdout_capture.h"
 
 namespace {
 
-std::string shown(const char* text) {
-  return text == nullptr ? "~" : text;
-}
-
-std::string taken(char* text) {
-  const std::string result = shown(text);
-  _zu_free(text);
-  return result;
-}
-
-struct Uri {
-  explicit Uri(const std::string& text, int raw = 0) : record(kiv_uri_mallocx(text.c_str(), raw)) {}
-  ~Uri() { kiv_uri_free(record); }
-
-  // scheme|opaque|authority|user|host|port|path|query|fragment
-  std::string parts() const {
-    if (record == nullptr) return "~";
-    std::string all;
-    for (const char* part : {record->scheme, record->opaque, record->authority, record->user,
-                             record->host, record->port_string, record->path, record->query}) {
-      all += shown(part) + "|";
-    }
-    return all + shown(record->fragment);
-  }
-  std::string printed() const { return taken(kiv_uri_GetURIString(record)); }
-  std::string request() const { return taken(kiv_uri_GetURIRequest(record)); }
-
-  kiv_uri* record;
-};
+using kiv::test::taken;
+using kiv::test::Uri;
 
 TEST(Uri, Parsing) {
   const std::string cases[][2] = {
@@ -122,8 +97,9 @@ TEST(Uri, Printing) {
 
   Uri uri("http://u@h/%20?%20#f");
   kiv_uri* clone = kiv_uri_clone(uri.record);
+  uri.record->flags = KIV_URI_RAW;
   kiv_uri_cleanall(uri.record);
-  EXPECT_EQ(uri.printed(), "");
+  EXPECT_EQ(uri.printed() + std::to_string(uri.record->flags), "2") << "all but the flags";
   EXPECT_EQ(kiv::test::printed_by([&] { kiv_uri_print(clone); }),
             "==URI print==:\nuri : http://u@h/%20?%20#f\nscheme: [http]\nuser: [u]\n"
             "host:port: [h:80]\npath: [/ ]\npath_raw: [/%20]\nquery: [ ]\nquery_raw: [%20]\n"
@@ -132,6 +108,58 @@ TEST(Uri, Printing) {
   clone->query_raw = nullptr;  // the decoded query, which an application may have set, is escaped
   EXPECT_EQ(taken(kiv_uri_GetURIString(clone)), "http://u@h/%20?%20#f");
   kiv_uri_free(clone);
+}
+
+TEST(Uri, EveryByteInEveryPlace) {
+  const std::string nowhere = "\"<>^`{|}\x7f";
+  for (const std::string whole :
+       {"http://u%20@h.ex-am.ple:81/a/../b;c=%2f?d=%41&e#f%20", "http://[1::f:2]:81/x?",
+        "mailto:a%20b?c[]#d", "\\\\10.1.2.3:4\\a b", "../a/./b?c", "c:\\my dir\\f.txt"}) {
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+      for (int byte = 0; byte < 256; ++byte) {
+        // Of just its size, so that reading past it is caught.
+        std::vector<char> text(whole.c_str(), whole.c_str() + whole.size() + 1);
+        text[at] = static_cast<char>(byte);
+        const Uri uri(text.data());
+        EXPECT_TRUE(kiv::test::reads_back(uri)) << text.data();
+        const bool stands_nowhere = byte >= 0x80 || (byte > 0 && byte < ' ') ||
+                                    (byte > 0 && nowhere.find(text[at]) != nowhere.npos);
+        EXPECT_TRUE(!stands_nowhere || uri.record == nullptr) << text.data();
+        for (const auto build : {kiv_uri_BuildURI, kiv_uri_BuildRelativeURI}) {
+          _zu_free(build(text.data(), whole.c_str()));
+          _zu_free(build(whole.c_str(), text.data()));
+        }
+        _zu_free(kiv_uri_PathToURI(text.data()));
+      }
+    }
+  }
+}
+
+TEST(Uri, RandomOnesReadBack) {
+  std::mt19937 random(7);
+  const auto pick = [&](std::initializer_list<std::string> all) {
+    return all.begin()[static_cast<std::size_t>(random()) % all.size()];
+  };
+  const auto text = [&] {
+    std::string all;
+    while (random() % 6 > 0) {
+      char escape[4];
+      std::snprintf(escape, sizeof escape, "%%%02x", static_cast<unsigned>(random() % 255 + 1));
+      all += pick({"a", "B", "7", "-_.!~*'()", "&=+$,;", escape, escape});
+    }
+    return all;
+  };
+  for (int i = 0; i < 3000; ++i) {
+    std::string uri = pick({"", "http:", "FTP:", "x+1.-y:"}) + pick({"//", "\\\\", "///"}) +
+                      pick({"", text() + ":" + text() + "@"}) + pick({"h", "1.2.3.4", "a-1.b."}) +
+                      pick({"", ":", ":0", ":80", ":65535"});
+    while (random() % 4 > 0) {
+      uri += pick({"/", "\\", "//"}) + pick({".", "..", text() + ":@", text()});
+    }
+    uri += pick({"", "?" + text() + "/?:@[]"}) + pick({"", "/#" + text()});
+    const Uri record(uri);
+    EXPECT_TRUE(record.has_host() && kiv::test::reads_back(record)) << uri;
+  }
 }
 
 TEST(Uri, NormalPaths) {
@@ -158,16 +186,68 @@ TEST(Uri, NormalPaths) {
   EXPECT_EQ(kiv_uri_NormalizeURIPath(nullptr), -1);
 }
 
+// The examples of RFC 2396, appendix C.
+TEST(Uri, ExamplesOfReferences) {
+  const std::string folder = "http://a/b/c/", base = folder + "d;p?q";
+  const std::string cases[][2] = {
+      {"g:h", "g:h"},
+      {"g", folder + "g"},
+      {"./g", folder + "g"},
+      {"g/", folder + "g/"},
+      {"/g", "http://a/g"},
+      {"g?y", folder + "g?y"},
+      {"g#s", folder + "g#s"},
+      {"g?y#s", folder + "g?y#s"},
+      {";x", folder + ";x"},
+      {"g;x", folder + "g;x"},
+      {"g;x?y#s", folder + "g;x?y#s"},
+      {".", folder},
+      {"./", folder},
+      {"..", "http://a/b/"},
+      {"../", "http://a/b/"},
+      {"../g", "http://a/b/g"},
+      {"../..", "http://a/"},
+      {"../../", "http://a/"},
+      {"../../g", "http://a/g"},
+      {"g.", folder + "g."},
+      {".g", folder + ".g"},
+      {"g..", folder + "g.."},
+      {"..g", folder + "..g"},
+      {"./../g", "http://a/b/g"},
+      {"./g/.", folder + "g/"},
+      {"g/./h", folder + "g/h"},
+      {"g/../h", folder + "h"},
+      {"g;x=1/./y", folder + "g;x=1/y"},
+      {"g;x=1/../y", folder + "y"},
+      {"g?y/./x", folder + "g?y/./x"},
+      {"g?y/../x", folder + "g?y/../x"},
+      {"g#s/./x", folder + "g#s/./x"},
+      {"g#s/../x", folder + "g#s/../x"},
+      {"http:g", "http:g"},
+      // deliberate: other than there. A host without a path has the path "/": there "http://g".
+      {"//g", "http://g/"},
+      // Without a path that of the base is kept, and all of it: there "http://a/b/c/?y".
+      {"?y", base.substr(0, base.find('?')) + "?y"},
+      // There is no current document to refer to, so the base is spelled out.
+      {"#s", base + "#s"},
+      {"", base},
+      // Every path is normal, and ".." never leads above the top: there "http://a/../g",
+      // "http://a/../../g", "http://a/./g" and "http://a/../g".
+      {"../../../g", "http://a/g"},
+      {"../../../../g", "http://a/g"},
+      {"/./g", "http://a/g"},
+      {"/../g", "http://a/g"},
+  };
+  for (const auto& [reference, whole] : cases) {
+    EXPECT_EQ(taken(kiv_uri_BuildURI(reference.c_str(), base.c_str())), whole) << reference;
+  }
+}
+
 TEST(Uri, References) {
   const std::string base = "http://u@a:81/b/c/d;p?q#z";
-  const std::string cases[][3] = {{"g:h", base, "g:h"},
-                                  {"g", base, "http://u@a:81/b/c/g"},
-                                  {"/g", base, "http://u@a:81/g"},
-                                  {"//g", base, "http://g/"},
+  const std::string cases[][3] = {{"g", base, "http://u@a:81/b/c/g"},
                                   {"?y%20", base, "http://u@a:81/b/c/d;p?y%20"},
                                   {"#s", base, "http://u@a:81/b/c/d;p?q#s"},
-                                  {".", base, "http://u@a:81/b/c/"},
-                                  {"../../../g", base, "http://u@a:81/g"},
                                   {"", base, base},
                                   {"//a_b", base, "http://a_b"},
                                   {"a b", base, "~"},
