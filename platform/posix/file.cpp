@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -20,6 +21,7 @@ namespace {
 
 constexpr mode_t kPrivate = S_IRUSR | S_IWUSR;
 constexpr mode_t kAsUsual = kPrivate | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;  // less the umask
+constexpr char kListName[] = "system.posix_acl_access";
 constexpr int kNames = 16;
 constexpr int kMostLinks = 40;
 constexpr std::size_t kKept = 200;  // of a name, in that of the file beside it: both have a limit
@@ -94,16 +96,56 @@ int open_beside(const char* path, mode_t mode, char (&name)[PATH_MAX]) {
   return -1;
 }
 
-// Giving the file to others may be refused: it is then the writer's, as a new one would be, and the
-// writer's group may do no more than all may.
-bool take_over_rights(int fd, const struct stat& old) {
+// What a file grants beyond its mode. The group's part of the mode is then the limit of that, and
+// not what the group may do.
+struct AccessList {
+  char bytes[4096];
+  ssize_t size;  // below 1: none
+
+  // False when it is too long.
+  bool is_read(ssize_t result) {
+    size = result;
+    return result >= 0 || errno != ERANGE;
+  }
+};
+
+// The group may do no more than all may.
+mode_t without_group(mode_t mode) {
+  return (mode & ~mode_t{S_IRWXG}) | (mode & S_IRWXO) << 3;
+}
+
+bool give_rights(int fd, mode_t mode, const AccessList& list) {
+  if (list.size < 1) {
+    // The directory may have given the file one. It fails where there is none.
+    fremovexattr(fd, kListName);
+  } else if (fsetxattr(fd, kListName, list.bytes, static_cast<std::size_t>(list.size), 0) != 0) {
+    mode = without_group(mode);
+  }
+  return fchmod(fd, mode) == 0;
+}
+
+// Giving the file to others may be refused: it is then the writer's, as a new one would be.
+bool take_over_rights(int fd, const char* path, const struct stat& old) {
   struct stat made;
+  AccessList list;
   if (fstat(fd, &made) != 0) return false;
+  if (!list.is_read(getxattr(path, kListName, list.bytes, sizeof list.bytes))) return false;
   const bool same_owner = made.st_uid == old.st_uid || fchown(fd, old.st_uid, gid_t(-1)) == 0;
   const bool same_group = made.st_gid == old.st_gid || fchown(fd, uid_t(-1), old.st_gid) == 0;
-  mode_t rights = old.st_mode & (same_owner && same_group ? 07777 : 0777);
-  if (!same_group) rights = (rights & ~mode_t{S_IRWXG}) | (rights & S_IRWXO) << 3;
-  return fchmod(fd, rights) == 0;
+  mode_t mode = old.st_mode & (same_owner && same_group ? 07777 : 0777);
+  if (!same_group) {
+    mode = without_group(mode);
+    list.size = 0;
+  }
+  return give_rights(fd, mode, list);
+}
+
+bool take_rights_of(int fd, int model) {
+  struct stat found;
+  AccessList list;
+  return fstat(model, &found) == 0 &&
+         list.is_read(fgetxattr(model, kListName, list.bytes, sizeof list.bytes)) &&
+         give_rights(fd, found.st_mode & 0777, list);
 }
 
 // The directory may allow what the file itself forbids; and links of /proc may lead to what has no
@@ -133,14 +175,11 @@ bool replace_filled(const char* path, Fill fill, void* what, File like, bool as_
   if (exists && !may_replace(path, old)) return false;
 
   const bool as_model = like != kNoFile && !exists;
-  struct stat model;
-  if (as_model && fstat(static_cast<int>(like), &model) != 0) return false;
-
   char beside[PATH_MAX];
   const int fd = open_beside(path, exists || as_model ? kPrivate : kAsUsual, beside);
   if (fd < 0) return false;
-  const bool ready =
-      as_model ? fchmod(fd, model.st_mode & 0777) == 0 : !exists || take_over_rights(fd, old);
+  const bool ready = as_model ? take_rights_of(fd, static_cast<int>(like))
+                              : !exists || take_over_rights(fd, path, old);
   if (fill_and_close(fd, fill, what, true) && ready && rename(beside, path) == 0) return true;
   unlink(beside);
   return false;

@@ -15,6 +15,7 @@
 #include "tests/support/temp_dir.h"
 #if __has_include(<sys/resource.h>)
 #include <sys/resource.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -115,6 +116,24 @@ TEST_F(Files, AreCopiedMovedAndDeleted) {
   EXPECT_EQ(modified, before_1970);
   EXPECT_EQ(accessed, late);
 #ifndef _WIN32
+  // What another user may do, beside a group that may do nothing, stays and is copied.
+  const std::string list(
+      "\2\0\0\0"
+      "\1\0\6\0\377\377\377\377"
+      "\2\0\4\0\1\0\0\0"
+      "\4\0\0\0\377\377\377\377"
+      "\20\0\4\0\377\377\377\377"
+      "\40\0\0\0\377\377\377\377",
+      44);
+  if (setxattr(b.c_str(), "system.posix_acl_access", list.data(), list.size(), 0) == 0) {
+    zu_file1_Write(b.c_str(), big.data(), 200000);
+    EXPECT_EQ(zu_file1_Copy(b.c_str(), a.c_str()) + zu_file1_Move(a.c_str(), b.c_str()), 2);
+    std::string kept(list.size(), 0);
+    EXPECT_EQ(getxattr(b.c_str(), "system.posix_acl_access", kept.data(), kept.size()), 44);
+    EXPECT_EQ(kept, list);
+    EXPECT_EQ(removexattr(b.c_str(), "system.posix_acl_access"), 0);
+  }
+  zu_file1_SetTimes(b.c_str(), &before_1970, &late);
   // To another file system: rights and times go along, and a link is replaced.
   const std::string other = "/dev/shm" + std::string(kName) + std::to_string(zu_RandomValue());
   std::filesystem::create_symlink(b, other);
