@@ -128,7 +128,18 @@ fails "a host of no name" 1 "'none.invalid' is unknown" -o got http://none.inval
 fails "no http" 1 'no http URL' https://127.0.0.1/
 fails "moved to no http" 1 'no http URL' -L -o got "$at/away"
 fails "a file that cannot be" 1 cannot -o none/got "$at/said"
+mkdir folder
+fails "a folder of that name" 1 cannot -o folder "$at/said"
+check "nothing is left of it" [ ! -e folder.part ]
+mkfifo pipe
+cat pipe >got &
+fetch -o pipe "$at/said"
+wait $!
+check "a pipe of that name" [ -p pipe -a "$(cat got)" = 'GET ' ]
+rm got
 fails "two for one file" 1 'another URL' "$at/said" "$at/said?b"
+fails "a file and what it is before it is complete" 1 'another URL' "$at/said" "$at/said.part"
+rm -f said
 fails "no URL" 2 usage -L
 fails "a bad proxy" 2 HOST:PORT -x 127.0.0.1 "$at/said"
 script -qec "${program[*]} -o got $at/large" /dev/null 2>&1 </dev/null >bars

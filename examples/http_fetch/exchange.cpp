@@ -1,11 +1,15 @@
 #include "exchange.h"
 
+#include <chrono>
 #include <utility>
 
 #include "kiv_base/base.h"
 
 namespace http_fetch {
 namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr auto kTimeout = std::chrono::seconds(30);  // the library's, for a first answer
 
 struct Free {
   void operator()(char* text) const { _zu_free(text); }
@@ -48,13 +52,21 @@ class Direct : public Exchange {
   void stop() override { kiv_http_request_free(std::exchange(request_, nullptr)); }
 
  private:
+  // The library does not tell, but for its own lines.
+  std::string why() const {
+    if (has_answered_) return "the answer is broken";
+    if (Clock::now() - start_ < kTimeout) {
+      return "no connection to " + target_.authority + ", or no HTTP answer that can be read";
+    }
+    return "no answer from " + target_.authority + " within 30 seconds";
+  }
   static void KIV_CALL on_failure(void* user, kiv_box*, std::int32_t) {
     auto* self = static_cast<Direct*>(user);
-    self->listener_.failed("no connection to " + self->target_.authority +
-                           ", no answer within 30 seconds, or none that is HTTP");
+    self->listener_.failed(self->why());
   }
   static void KIV_CALL on_response(void* user, kiv_box*, std::int32_t, const char*,
                                    kiv_http_table* head, zu_jitter* body, std::int32_t status) {
+    static_cast<Direct*>(user)->has_answered_ = true;
     static_cast<Direct*>(user)->listener_.answered(head, body, status);
   }
   static void KIV_CALL on_close(void* user, kiv_box*, std::int32_t) {
@@ -64,6 +76,8 @@ class Direct : public Exchange {
   const Target target_;
   Listener& listener_;
   kiv_http_request* request_;
+  const Clock::time_point start_ = Clock::now();
+  bool has_answered_ = false;
 };
 
 class Tunnelled : public Exchange {
@@ -119,7 +133,8 @@ class Tunnelled : public Exchange {
     const int taken = kiv_http_filter_response_input(self->filter_.get(), data, length);
     while (self->tunnel_ != nullptr && self->hand_on()) {
     }
-    if (self->tunnel_ != nullptr && taken == 0) self->listener_.failed("the answer is not HTTP");
+    if (self->tunnel_ != nullptr && taken == 0)
+      self->listener_.failed("no HTTP answer that can be read");
   }
   static void KIV_CALL on_close(void* user, std::int32_t) {
     static_cast<Tunnelled*>(user)->listener_.closed();

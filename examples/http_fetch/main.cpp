@@ -39,15 +39,21 @@ class Fetch {
     box_ = box;
     std::set<std::string> names;
     for (const auto& transfer : transfers_) {
-      if (names.insert(transfer->file_name()).second || transfer->file_name().empty()) {
+      const std::string& name = transfer->file_name();
+      const bool is_free = names.insert(name).second && names.insert(name + ".part").second;
+      if (is_free || name.empty()) {
         transfer->start(box);
       } else {
-        transfer->fail("another URL goes to the file '" + transfer->file_name() + "'");
+        transfer->fail("another URL goes to the file '" + name + "'");
       }
     }
     // Timers wait while sockets are busy: the transfers tick too.
-    kiv_box_NewLoopTimer(box, kTickMs, on_tick, this);
+    if (kiv_box_NewLoopTimer(box, kTickMs, on_tick, this) == -1) kiv_box_BreakLoop(box);
     kiv_box_loop(box);
+    for (const auto& transfer : transfers_) {
+      if (!transfer->is_over()) transfer->fail("the event loop ended before it");
+      report(*transfer);
+    }
     progress_.draw(true);
     return failures_;
   }

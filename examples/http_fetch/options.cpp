@@ -48,6 +48,11 @@ std::string contradiction(const Options& options) {
   if (!options.settings.user.empty() && options.settings.proxy_host.empty()) {
     return "--user is for a proxy and goes with -x";
   }
+  const Settings& settings = options.settings;  // longer ones would be cut by the library
+  if (settings.proxy_host.size() > 128 || settings.user.size() > 64 ||
+      settings.password.size() > 64) {
+    return "a proxy's host has 128 characters at most, user and password 64";
+  }
   return {};
 }
 

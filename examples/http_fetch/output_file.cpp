@@ -4,12 +4,15 @@
 
 namespace http_fetch {
 
-std::filesystem::path OutputFile::part() const {
-  return std::filesystem::path(name_ + ".part");
+void OutputFile::open() {
+  std::error_code ignored;
+  is_device_ = std::filesystem::is_other(std::filesystem::status(name_, ignored));
+  written_ = is_device_ ? name_ : name_ + ".part";
+  out_.open(written_, std::ios::binary | std::ios::trunc);
 }
 
 bool OutputFile::append(zu_jitter* bytes) {
-  if (!out_.is_open()) out_.open(part(), std::ios::binary | std::ios::trunc);
+  if (!out_.is_open()) open();
   char piece[16384];
   while (out_.good()) {
     const std::int32_t length = zu_jitter_GetData(bytes, piece, sizeof piece);
@@ -21,17 +24,23 @@ bool OutputFile::append(zu_jitter* bytes) {
 
 bool OutputFile::finish() {
   out_.close();
-  if (!out_) return false;
+  if (is_device_) return out_.good();
   std::error_code error;
-  std::filesystem::rename(part(), std::filesystem::path(name_), error);
-  return !error;
+  if (out_) std::filesystem::rename(written_, name_, error);
+  if (out_ && !error) return true;
+  remove();
+  return false;
 }
 
 void OutputFile::abandon() {
   if (!out_.is_open()) return;
   out_.close();
+  remove();
+}
+
+void OutputFile::remove() {
   std::error_code ignored;
-  std::filesystem::remove(part(), ignored);
+  if (!is_device_) std::filesystem::remove(written_, ignored);
 }
 
 }  // namespace http_fetch

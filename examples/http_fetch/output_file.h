@@ -1,4 +1,4 @@
-// A file that is there only when all of it is.
+// A file that is there only when all of it is. A device or a pipe of that name is written into.
 #pragma once
 
 #include <filesystem>
@@ -27,9 +27,12 @@ class OutputFile {
   void abandon();
 
  private:
-  std::filesystem::path part() const;
+  void open();
+  void remove();
 
   std::string name_;
+  std::filesystem::path written_;
+  bool is_device_ = false;
   std::ofstream out_;
 };
 

@@ -8,6 +8,7 @@ namespace http_fetch {
 namespace {
 
 constexpr std::size_t kMaxRedirections = 10;
+constexpr std::size_t kMaxTunnelHost = 128;  // the library would cut it
 constexpr auto kMaxSilence = std::chrono::seconds(60);
 
 std::string name_for(const std::string& given, const std::optional<Target>& target) {
@@ -37,6 +38,9 @@ void Transfer::start(kiv_box* box) {
 
 void Transfer::begin_exchange() {
   last_sign_ = Clock::now();
+  if (!settings_.proxy_host.empty() && target_->host.size() > kMaxTunnelHost) {
+    return fail("the host's name is too long for a tunnel");
+  }
   exchanges_.push_back(make_exchange(*target_, settings_, with_form_, *this));
   if (exchanges_.back()->start(box_)) return;
   const std::string& host = settings_.proxy_host.empty() ? target_->host : settings_.proxy_host;
@@ -74,7 +78,7 @@ void Transfer::closed() {
   if (until_close_) {
     finish();
   } else if (received_ == 0) {
-    fail("the connection ended without an answer");
+    fail("the connection ended without an answer, or with an empty one");
   } else {
     fail("the connection ended after " + std::to_string(received_) + " bytes");
   }
