@@ -3,6 +3,7 @@
 # shellcheck disable=SC2034  # the scripts use the lists
 
 native_packages=(cmake ninja-build g++ googletest)
+docs_packages=(doxygen mawk)
 server_packages=(nginx-light tinyproxy)
 windows_packages=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64)
 clang_packages=(clang libclang-rt-14-dev)

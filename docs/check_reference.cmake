@@ -1,0 +1,27 @@
+# cmake -D NAMES=... -D PAGES=folder -P check_reference.cmake
+#   every exported name has an entry in the reference of the built manual
+# cmake -D NAMES=... -D HEADERS=folder -P check_reference.cmake
+#   where no manual is built: every one is declared in a public header
+cmake_minimum_required(VERSION 3.25)
+file(STRINGS ${NAMES} missing REGEX "^[A-Za-z_]")
+if(PAGES)
+  file(GLOB files ${PAGES}/group__*.html)
+  set(entry "class=\"memname\">[^<>]*[ *]([A-Za-z0-9_]+)")
+else()
+  file(GLOB files ${HEADERS}/*.h)
+  set(entry "[A-Za-z0-9_]+\\(")
+endif()
+foreach(file ${files})
+  file(READ ${file} text)
+  string(REGEX REPLACE "<a class=\"el\"[^>]*>([^<]*)</a>" "\\1" text "${text}")
+  string(REGEX MATCHALL "${entry}" entries "${text}")
+  list(TRANSFORM entries REPLACE "\\($" "")
+  list(TRANSFORM entries REPLACE ".*[ *]" "")
+  if(entries)
+    list(REMOVE_ITEM missing ${entries})
+  endif()
+endforeach()
+if(missing)
+  list(JOIN missing " " names)
+  message(FATAL_ERROR "not in the reference: ${names}")
+endif()

@@ -1,0 +1,19 @@
+# Makes links of the exported names that stand as code spans in a page of the manual; what is no
+# such name in the reference is a broken link, which doxygen reports. The page on the library's
+# insides names other things as well.
+/^(```|~~~)/ { fenced = !fenced }
+fenced || FILENAME ~ /design\.md$/ {
+  print
+  next
+}
+{
+  out = ""
+  text = $0
+  while (match(text, /`_*(kivx?|zu)_[A-Za-z0-9_]*`/)) {
+    name = substr(text, RSTART + 1, RLENGTH - 2)
+    span = name == "kiv_base" || name ~ /_$/ && name !~ /_ext_$/ ? "`" name "`" : "<code>@ref " name " \"" name "\"</code>"
+    out = out substr(text, 1, RSTART - 1) span
+    text = substr(text, RSTART + RLENGTH)
+  }
+  print out text
+}
