@@ -37,7 +37,8 @@ class Client : public kiv::test::BoxTest {
     add(name + rest);
   }
   template <int Which>
-  static void KIV_CALL on_socket(void* user, kiv_box* box, std::int32_t) {
+  static void KIV_CALL on_socket(void* user, kiv_box* box, std::int32_t socket) {
+    EXPECT_GT(socket, 0) << "also when it has been closed";
     EXPECT_EQ(box, static_cast<Client*>(user)->box_);
     static_cast<Client*>(user)->note(Which == 0 ? "failure" : "close");
   }

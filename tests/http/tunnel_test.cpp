@@ -37,6 +37,7 @@ class Tunnel : public kiv::test::BoxTest {
   }
 
   void note(const char* event, std::int32_t socket) {
+    EXPECT_GT(socket, 0) << "also when it has been closed";
     socket_ = socket;
     if (event == free_at_) kiv_proxy_http_free(tunnel_);
     add(event);

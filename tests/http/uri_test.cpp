@@ -104,6 +104,11 @@ TEST(Uri, Printing) {
             "==URI print==:\nuri : http://u@h/%20?%20#f\nscheme: [http]\nuser: [u]\n"
             "host:port: [h:80]\npath: [/ ]\npath_raw: [/%20]\nquery: [ ]\nquery_raw: [%20]\n"
             "request: [/%20?%20]\nfragment: [f]\n");
+  const auto print = [](const char* text) {
+    return kiv::test::printed_by([&] { kiv_uri_print(Uri(text).record); });
+  };
+  EXPECT_EQ(print("a:b"), "==URI print==:\nuri : a:b\nscheme: [a]\nopaque: [b]\nrequest: []\n");
+  EXPECT_EQ(print("//a_b"), "==URI print==:\nuri : //a_b\nauthority: [a_b]\nrequest: []\n");
   _zu_free(clone->query_raw);
   clone->query_raw = nullptr;  // the decoded query, which an application may have set, is escaped
   EXPECT_EQ(taken(kiv_uri_GetURIString(clone)), "http://u@h/%20?%20#f");

@@ -116,7 +116,8 @@ struct Exchange {
     const kiv_proxy_http_socket_fn ready = [](void* self, std::int32_t) {
       static_cast<Exchange*>(self)->end("ready");
     };
-    const kiv_proxy_http_socket_fn failure = [](void* self, std::int32_t) {
+    const kiv_proxy_http_socket_fn failure = [](void* self, std::int32_t socket) {
+      EXPECT_GT(socket, 0);
       static_cast<Exchange*>(self)->end("failure");
     };
     run(kiv_proxy_http_attach(box, made, "127.0.0.1", listener.local_port(), "u", "p", "t", 9,
@@ -129,7 +130,8 @@ struct Exchange {
                     kiv_http_request_SetField(made, "a", "b") +
                     kiv_http_request_SetForm(made, "a", "b");
     EXPECT_LE(set, made == nullptr ? 0 : 3);
-    const kiv_http_request_socket_fn failure = [](void* self, kiv_box*, std::int32_t) {
+    const kiv_http_request_socket_fn failure = [](void* self, kiv_box*, std::int32_t socket) {
+      EXPECT_GT(socket, 0);
       static_cast<Exchange*>(self)->end("failure");
     };
     const kiv_http_request_response_fn response =
