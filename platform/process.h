@@ -12,7 +12,7 @@ std::int32_t process_id() noexcept;
 // The full path of the program's file; null when the system does not tell.
 char* executable_path() noexcept;
 
-// Where the system's own calls for the environment may not meet, the caller has a lock.
+// Any thread may call these.
 char* environment_get(const char* name) noexcept;
 bool environment_set(const char* name, const char* value) noexcept;
 bool environment_unset(const char* name) noexcept;

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstring>
 
-#include "base/guard.h"
 #include "kiv_base/base.h"
 #include "kiv_base/system.h"
 #include "platform/process.h"
@@ -14,11 +13,6 @@ using namespace kiv;
 namespace {
 
 constexpr std::size_t kRandomAtOnce = 256;
-
-zu_sem& environment_lock() {
-  static base::StaticLock lock;
-  return lock.sem;
-}
 
 bool is_variable(const char* name) {
   return name != nullptr && *name != '\0' && std::strchr(name, '=') == nullptr;
@@ -35,21 +29,15 @@ char* KIV_CALL zu_GetExecutablePath(void) KIV_NOEXCEPT {
 }
 
 char* KIV_CALL zu_GetEnv(const char* name) KIV_NOEXCEPT {
-  if (!is_variable(name)) return nullptr;
-  base::Guard guard(environment_lock());
-  return platform::environment_get(name);
+  return is_variable(name) ? platform::environment_get(name) : nullptr;
 }
 
 int KIV_CALL zu_SetEnv(const char* name, const char* value) KIV_NOEXCEPT {
-  if (!is_variable(name) || value == nullptr) return 0;
-  base::Guard guard(environment_lock());
-  return platform::environment_set(name, value);
+  return is_variable(name) && value != nullptr && platform::environment_set(name, value);
 }
 
 int KIV_CALL zu_UnsetEnv(const char* name) KIV_NOEXCEPT {
-  if (!is_variable(name)) return 0;
-  base::Guard guard(environment_lock());
-  return platform::environment_unset(name);
+  return is_variable(name) && platform::environment_unset(name);
 }
 
 int KIV_CALL zu_RandomBytes(void* buffer, int32_t count) KIV_NOEXCEPT {

@@ -474,8 +474,9 @@ KIV_API int KIV_CALL zu_module_unload(zu_module* module) KIV_NOEXCEPT;
 
 /* ---- The process -----------------------------------------------------------------------------
  *
- * The three functions of the environment keep out of each other's way in any number of threads, but
- * not of the C runtime's: on Linux other code that reads the environment may be disturbed by a
+ * The three functions of the environment keep out of each other's way in any number of threads, and
+ * out of that of dates, logs, temporary directories and services, which read it, too. They do not
+ * keep out of the C runtime's: on Linux other code that reads the environment may be disturbed by a
  * change, on Windows getenv() does not see one. */
 
 /* The system's id of the process. */

@@ -4,6 +4,8 @@
 #include <ctime>
 #include <limits>
 
+#include "platform/posix/environment.h"
+
 namespace kiv::platform {
 
 namespace {
@@ -42,10 +44,12 @@ bool local_time(std::int64_t seconds, std::tm* out) noexcept {
     return false;
   }
   const auto value = static_cast<std::time_t>(seconds);
+  const EnvironmentLock lock;
   return localtime_r(&value, out) != nullptr;
 }
 
 std::int64_t seconds_of_local_time(std::tm fields) noexcept {
+  const EnvironmentLock lock;
   return mktime(&fields);
 }
 

@@ -10,6 +10,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "platform/posix/environment.h"
+
 namespace kiv::platform {
 
 namespace {
@@ -27,8 +29,12 @@ int spawn(const char* const* arguments, int output, pid_t* process) {
   sigemptyset(&none);
   posix_spawnattr_setsigmask(&attributes, &none);
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
-  const int error = posix_spawnp(process, *arguments, &files, &attributes,
-                                 const_cast<char* const*>(arguments), environ);
+  int error;
+  {
+    const EnvironmentLock lock;
+    error = posix_spawnp(process, *arguments, &files, &attributes,
+                         const_cast<char* const*>(arguments), environ);
+  }
   posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&files);
   return error;

@@ -11,6 +11,7 @@
 
 #include "platform/fs.h"
 #include "platform/heap.h"
+#include "platform/posix/environment.h"
 
 namespace kiv::platform {
 
@@ -112,6 +113,7 @@ char* current_directory() noexcept {
 }
 
 char* temporary_directory() noexcept {
+  const EnvironmentLock lock;
   const char* named = std::getenv("TMPDIR");
   FileStatus status;
   const bool usable = named != nullptr && *named == '/' && file_status(named, true, &status) &&

@@ -1,5 +1,6 @@
 #include "platform/process.h"
 
+#include <pthread.h>
 #include <string.h>
 #include <unistd.h>
 
@@ -7,9 +8,23 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "platform/posix/environment.h"
 #include "platform/text_buffer.h"
 
 namespace kiv::platform {
+
+namespace {
+
+pthread_mutex_t environment = PTHREAD_MUTEX_INITIALIZER;
+
+}  // namespace
+
+EnvironmentLock::EnvironmentLock() noexcept {
+  pthread_mutex_lock(&environment);
+}
+EnvironmentLock::~EnvironmentLock() {
+  pthread_mutex_unlock(&environment);
+}
 
 std::int32_t process_id() noexcept {
   return getpid();
@@ -28,6 +43,7 @@ char* executable_path() noexcept {
 }
 
 char* environment_get(const char* name) noexcept {
+  const EnvironmentLock lock;
   const char* value = std::getenv(name);
   if (value == nullptr) return nullptr;
   TextBuffer copy;
@@ -36,10 +52,12 @@ char* environment_get(const char* name) noexcept {
 }
 
 bool environment_set(const char* name, const char* value) noexcept {
+  const EnvironmentLock lock;
   return setenv(name, value, 1) == 0;
 }
 
 bool environment_unset(const char* name) noexcept {
+  const EnvironmentLock lock;
   return unsetenv(name) == 0;
 }
 

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "platform/posix/environment.h"
 #include "platform/service.h"
 #include "platform/service_wish.h"
 
@@ -70,6 +71,7 @@ socklen_t manager_length = 0;  // 0: none
 
 // A path, or with "@" for its first byte a name that is no file's.
 void find_manager() {
+  const EnvironmentLock lock;
   const char* name = std::getenv("NOTIFY_SOCKET");
   manager_length = 0;
   if (name == nullptr || (*name != '/' && *name != '@')) return;

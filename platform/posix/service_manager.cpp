@@ -9,6 +9,7 @@
 #include "platform/file.h"
 #include "platform/fs.h"
 #include "platform/posix/command.h"
+#include "platform/posix/environment.h"
 #include "platform/service.h"
 #include "platform/text_buffer.h"
 
@@ -117,6 +118,7 @@ void append_unit(TextBuffer& text, const ServiceEntry& entry) {
 
 // The file's path; false where the system knows no folder of the user.
 bool find_unit(const char* name, TextBuffer& path) {
+  const EnvironmentLock lock;
   const char* own = std::getenv("XDG_CONFIG_HOME");
   const char* home = std::getenv("HOME");
   if (is_root()) {
