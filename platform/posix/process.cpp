@@ -1,6 +1,5 @@
 #include "platform/process.h"
 
-#include <pthread.h>
 #include <string.h>
 #include <unistd.h>
 
@@ -12,19 +11,6 @@
 #include "platform/text_buffer.h"
 
 namespace kiv::platform {
-
-namespace {
-
-pthread_mutex_t environment = PTHREAD_MUTEX_INITIALIZER;
-
-}  // namespace
-
-EnvironmentLock::EnvironmentLock() noexcept {
-  pthread_mutex_lock(&environment);
-}
-EnvironmentLock::~EnvironmentLock() {
-  pthread_mutex_unlock(&environment);
-}
 
 std::int32_t process_id() noexcept {
   return getpid();
