@@ -33,7 +33,8 @@ constexpr DefaultPort kDefaultPorts[] = {
 
 enum class Copy { kAsIs, kKeepEscapes, kDecode };
 
-// A back-slash in the part is a slash, a decoded one is not.
+// deliberate: a back-slash in the part is a slash, a decoded one is not; paths of Windows are
+// pasted into addresses.
 OwnedText component(std::string_view part, Copy how) noexcept {
   if (how == Copy::kAsIs) return copy_text(part.data(), part.size());
   auto text = OwnedText::allocate(part.size() + 1);
@@ -70,6 +71,8 @@ bool set_path(kiv_uri& uri, std::string_view path, Copy how) noexcept {
   if (!set(uri.path, path, how)) return false;
   if (uri.path == nullptr) return true;
   kiv_uri_NormalizeURIPath(uri.path);
+  // deliberate: of a raw path each "%" is escaped again; a raw record is taken for plain text, and
+  // a server that reads the target gets that text.
   uri.path_raw = escaped(uri.path, kPlainInPath).release();
   return true;
 }

@@ -157,8 +157,8 @@ class UriReader {
     return !parts_.host.empty() && is_host(parts_.host);
   }
 
-  // Up to eight groups of one to four digits, one "::" among them. It is no host: connections are
-  // made over IPv4.
+  // Up to eight groups of one to four digits, one "::" among them.
+  // deliberate: it is no host; connections are made over IPv4, and such a request is refused.
   bool ip6_literal() {
     ++at_;
     int groups = 0;

@@ -29,6 +29,7 @@ void put_server(TextBuffer& out, const kiv_uri& uri) {
     out.put("//");
     out.put(uri.authority);
   } else if (uri.scheme != nullptr) {
+    // deliberate: the slashes of a server that is not there; a file's path is written so.
     out.put("//");
   }
 }

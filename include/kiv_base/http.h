@@ -626,7 +626,8 @@ KIV_API int KIV_CALL zu_md5_encode(char* out33, const char* text) KIV_NOEXCEPT;
 
 /* A new form of `length` bytes of text; NULL for NULL, a negative length or no memory. "+" is read
  * as a blank, "%" and the two characters behind it as one byte, each that is no hexadecimal digit
- * or is missing counting as 0. A text behind the last "=" and value is ignored. */
+ * or is missing counting as 0. A name is all up to the next "=": that of "a&b=1" is "a&b". A text
+ * behind the last "=" and value is ignored. */
 KIV_API zu_cgi* KIV_CALL zu_cgi_malloc(const char* text, int32_t length) KIV_NOEXCEPT;
 
 /* Frees the form and the texts of its fields. */
