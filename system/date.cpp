@@ -1,5 +1,6 @@
 // Dates of message headers, and the local time as text.
 #include <algorithm>
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -103,6 +104,21 @@ int years_since_1900(int year) {
   return year < 70 ? year + 100 : year;
 }
 
+// Write to `out` and give the place behind it.
+char* put_name(char* out, const char* lower) {
+  *out++ = base::to_upper(lower[0]);
+  *out++ = lower[1];
+  *out++ = lower[2];
+  return out;
+}
+
+char* put_two_digits(char* out, int number, char behind) {
+  *out++ = static_cast<char>('0' + number / 10);
+  *out++ = static_cast<char>('0' + number % 10);
+  *out++ = behind;
+  return out;
+}
+
 bool local_now(std::tm& now) {
   return platform::local_time(platform::wall_us() / 1000000, &now);
 }
@@ -131,16 +147,18 @@ char* KIV_CALL zu_GetGMTString(zu_time time) KIV_NOEXCEPT {
   if (!platform::local_time(time, &local)) return nullptr;
   auto text = base::Owned<char>::allocate(kGmtStringSize);
   if (!text) return nullptr;
-  const auto name = [](const char* lower, char* out) {
-    out[0] = base::to_upper(lower[0]);
-    std::memcpy(out + 1, lower + 1, 2);
-  };
-  char day[4] = "", month[4] = "";
-  name(kDays[local.tm_wday], day);
-  name(kMonths[local.tm_mon], month);
-  std::snprintf(text.get(), kGmtStringSize, "%s, %02d %s %lld %02d:%02d:%02d GMT", day,
-                local.tm_mday, month, local.tm_year + 1900LL, local.tm_hour, local.tm_min,
-                local.tm_sec);
+  char* out = put_name(text.get(), kDays[local.tm_wday]);
+  *out++ = ',';
+  *out++ = ' ';
+  out = put_two_digits(out, local.tm_mday, ' ');
+  out = put_name(out, kMonths[local.tm_mon]);
+  *out++ = ' ';
+  out = std::to_chars(out, text.get() + kGmtStringSize, local.tm_year + 1900LL).ptr;
+  *out++ = ' ';
+  out = put_two_digits(out, local.tm_hour, ':');
+  out = put_two_digits(out, local.tm_min, ':');
+  out = put_two_digits(out, local.tm_sec, ' ');
+  std::memcpy(out, "GMT", 4);
   return text.release();
 }
 
