@@ -126,6 +126,7 @@ fails "a proxy that refuses" 1 "refuses a tunnel" -x "127.0.0.1:$proxy" -o got "
 fails "nobody there" 1 "no connection to" -o got http://127.0.0.1:9/
 fails "a host of no name" 1 "'none.invalid' is unknown" -o got http://none.invalid/
 fails "no http" 1 'no http URL' https://127.0.0.1/
+fails "a server that is no host" 1 'no http URL' ' http:\\my_host/'
 fails "moved to no http" 1 'no http URL' -L -o got "$at/away"
 fails "a file that cannot be" 1 cannot -o none/got "$at/said"
 mkdir folder

@@ -17,12 +17,18 @@ struct Free {
 using Uri = std::unique_ptr<kiv_uri, Free>;
 using Text = std::unique_ptr<char, Free>;
 
+// Has the text of a parsed URI "://" after its scheme?
+bool asks_for_server(const std::string& text, const kiv_uri& uri) {
+  if (uri.scheme == nullptr) return false;
+  std::string mark = text.substr(text.find_first_not_of(' ') + std::strlen(uri.scheme), 3);
+  std::replace(mark.begin(), mark.end(), '\\', '/');
+  return mark == "://";
+}
+
 // The same rule as the library's client, which would print what it refuses.
 Uri parse(const std::string& text) {
   Uri uri(kiv_uri_malloc(text.c_str()));
-  const bool has_scheme = uri != nullptr && uri->scheme != nullptr;
-  const bool has_server = has_scheme && text.find("://") == std::strlen(uri->scheme);
-  if (uri != nullptr && uri->host == nullptr && !has_server) {
+  if (uri != nullptr && uri->host == nullptr && !asks_for_server(text, *uri)) {
     uri.reset(kiv_uri_malloc(("http://" + text).c_str()));
   }
   const bool is_http = uri != nullptr && zu_stricmp(uri->scheme, "http") == 0;
