@@ -2,7 +2,8 @@
 #
 #   kiv_objects          all code but the two files below
 #   kiv_heap_and_clock   the process heap and the clocks; tests replace them at link time
-#   kiv_base             the product, exporting the names of exported_names.txt and no others
+#   kiv_base             the product, exporting the names of exported_names.txt and no others; as
+#                        kiv_base::kiv_base it has the same name as where it is installed
 
 function(kiv_library_sources target)
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
@@ -40,7 +41,8 @@ file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/kiv_base.map
 
 # The compiler's own run-time libraries go into the library, so that it stands alone.
 add_library(kiv_base SHARED $<TARGET_OBJECTS:kiv_objects> $<TARGET_OBJECTS:kiv_heap_and_clock>)
-target_include_directories(kiv_base INTERFACE ${PROJECT_SOURCE_DIR}/include)
+add_library(kiv_base::kiv_base ALIAS kiv_base)
+target_include_directories(kiv_base INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
 set_target_properties(kiv_base PROPERTIES LINKER_LANGUAGE CXX)
 if(WIN32)
   set_target_properties(kiv_base PROPERTIES PREFIX "" LINK_DEPENDS ${PROJECT_BINARY_DIR}/kiv_base.def)
