@@ -1,6 +1,7 @@
 # Makes links of the exported names that stand as code spans in a page of the manual; what is no
 # such name in the reference is a broken link, which doxygen reports. The page on the library's
-# insides names other things as well.
+# insides names other things as well. In a code span doxygen takes two percent signs for one; pages
+# have them nowhere else.
 /^(```|~~~)/ { fenced = !fenced }
 fenced || FILENAME ~ /design\.md$/ {
   print
@@ -9,6 +10,7 @@ fenced || FILENAME ~ /design\.md$/ {
 {
   out = ""
   text = $0
+  gsub(/%/, "%%", text)
   while (match(text, /`_*(kivx?|zu)_[A-Za-z0-9_]*`/)) {
     name = substr(text, RSTART + 1, RLENGTH - 2)
     span = name == "kiv_base" || name ~ /_$/ && name !~ /_ext_$/ ? "`" name "`" : "<code>@ref " name " \"" name "\"</code>"

@@ -78,7 +78,7 @@ function open_topic(title,    slug) {
   slug = tolower(title)
   gsub(/[^a-z0-9]+/, "_", slug)
   topic = family "_" slug
-  printf "/** @defgroup %s %s\n@ingroup %s\n%s@{ */\n", topic, title, family, text_of(2)
+  printf "/** @defgroup %s %s\n@ingroup %s\n@details\n%s@{ */\n", topic, title, family, text_of(2)
   topic_open = 1
 }
 
@@ -87,7 +87,7 @@ function take_comment(    title) {
   described = ""
   if (!opened) {
     opened = 1
-    printf "/** @addtogroup %s\n%s*/\n", family, text_of(1)
+    printf "/** @addtogroup %s\n@details\n%s*/\n", family, text_of(1)
   } else if (body[1] ~ /^---- /) {
     title = body[1]
     sub(/^---- /, "", title)
@@ -118,7 +118,7 @@ in_comment || /^\/\*/ {
 
 # A comment that nothing is declared under speaks of its topic.
 pending != "" && /^(#.*)?$/ {
-  if (topic_open) printf "/** @} */\n/** @addtogroup %s\n%s@{ */\n", topic, pending
+  if (topic_open) printf "/** @} */\n/** @addtogroup %s\n@details\n%s@{ */\n", topic, pending
   pending = ""
 }
 pending != "" {
