@@ -1,0 +1,96 @@
+// The big box: TCP clients spread over threads (kiv_base/event.h). Callbacks get the big box first;
+// accept callbacks run on the master's thread, those of a client on the thread of its slave.
+#ifndef KIV_BASE_CPP_BIGBOX_HPP
+#define KIV_BASE_CPP_BIGBOX_HPP
+
+#include "kiv_base/cpp/box.hpp"
+
+namespace kiv {
+
+class BigBoxRef;
+using BigBox = Owner<BigBoxRef, kiv_bigbox_free>;
+
+using OnBigSocket = Callback<SocketKind<BigBoxRef>>;
+using OnBigRead = Callback<ReadKind<BigBoxRef>>;
+using OnBigAccept = Callback<AcceptKind<BigBoxRef>>;
+
+// Any thread may call, also when the big box is gone. False, -1, 0 and null are the C functions'.
+class BigBoxRef : public Ref<kiv_bigbox> {
+ public:
+  using Ref::Ref;
+  static BigBoxRef from(void* handle) noexcept { return static_cast<kiv_bigbox*>(handle); }
+
+  // Null when memory, threads, ports or descriptors run out. The end of a BigBox ends its threads
+  // and does not wait for them; it closes no client's socket.
+  static BigBox make(std::int32_t slaves, std::int32_t max_clients) noexcept {
+    return BigBox(kiv_bigbox_make(slaves, max_clients));
+  }
+
+  SocketId listen(TextRef local_ip, std::uint16_t port, OnBigAccept on_accept) const noexcept {
+    return kiv_bigbox_attach(object_, local_ip.c_str(), port, on_accept.function(),
+                             on_accept.argument());
+  }
+  // Makes a socket a client; on false it is still the caller's to close.
+  bool accept(SocketId socket, TextRef peer_ip, std::uint16_t peer_port, OnBigRead on_read,
+              OnBigSocket on_close) const noexcept {
+    return kiv_bigbox_accept(object_, socket, peer_ip.c_str(), peer_port, on_read.function(),
+                             on_read.argument(), on_close.function(), on_close.argument()) == 1;
+  }
+  std::int32_t write(SocketId socket, Data data) const noexcept {
+    return kiv_bigbox_write(object_, socket, data.data(), data.size());
+  }
+  static std::int32_t write_unchecked(SocketId socket, Data data) noexcept {
+    return kivx_bigbox_write(socket, data.data(), data.size());
+  }
+
+  // Lets go of a client, whose socket stays open, or closes a listener.
+  void remove(SocketId socket) const noexcept { kiv_bigbox_DeleteSock(object_, socket); }
+  // Closes a socket that the big box has let go of, or that it refused: the master adopts it and
+  // removes it. False when the master cannot, and the socket is still open.
+  bool close_removed(SocketId socket) const noexcept {
+    const BoxRef box = master();
+    if (box.adopt(socket, nullptr, nullptr) < 1) return false;
+    box.remove(socket);
+    return true;
+  }
+
+  std::int32_t client_count() const noexcept { return kiv_bigbox_nnodes(object_); }
+  BoxRef slave_of(SocketId socket) const noexcept {
+    return kiv_bigbox_GetSlaveBox(object_, socket);
+  }
+  BoxRef master() const noexcept { return kiv_bigbox_GetMasterBox(object_); }
+  // False when the socket is no client.
+  bool peer(SocketId socket, Buffer ip, std::uint16_t& port) const noexcept {
+    return kiv_bigbox_GetSockIP(object_, socket, ip.data(), ip.size(), &port) == 1;
+  }
+  // For callbacks on a slave's thread; 0 and null elsewhere.
+  SocketId current_client() const noexcept { return kiv_bigbox_InvokeClientID(object_); }
+  BoxRef current_slave() const noexcept { return kiv_bigbox_InvokeSlaveBox(object_); }
+
+  // Waiting for sockets that stay the caller's.
+  bool import_for_read(SocketId socket, OnBigRead on_read, OnBigSocket on_close) const noexcept {
+    return kivx_bigbox_import_ForRead(object_, socket, on_read.function(), on_read.argument(),
+                                      on_close.function(), on_close.argument()) == 1;
+  }
+  bool import_for_write(SocketId socket, OnBigSocket on_write) const noexcept {
+    return kivx_bigbox_import_ForWrite(object_, socket, on_write.function(), on_write.argument()) ==
+           1;
+  }
+  bool import_for_listen(SocketId socket, OnBigAccept on_accept) const noexcept {
+    return kivx_bigbox_import_ForListen(object_, socket, on_accept.function(),
+                                        on_accept.argument()) == 1;
+  }
+  bool export_for_read(SocketId socket) const noexcept {
+    return kivx_bigbox_export_ForRead(object_, socket) == 1;
+  }
+  bool export_for_write(SocketId socket) const noexcept {
+    return kivx_bigbox_export_ForWrite(object_, socket) == 1;
+  }
+  bool export_for_listen(SocketId socket) const noexcept {
+    return kivx_bigbox_export_ForListen(object_, socket) == 1;
+  }
+};
+
+}  // namespace kiv
+
+#endif

@@ -1,0 +1,282 @@
+// Boxes: sockets and timers served by a loop. What the functions do stands with the C functions
+// that they call (kiv_base/event.h); ids are -1 and the other results false where C gives -1 and 0.
+//
+//   struct Echo {
+//     void on_accept(kiv::BoxRef box, kiv::SocketId, kiv::SocketId socket, kiv::TextRef, uint16_t)
+//     {
+//       box.adopt(socket, kiv::bind<&Echo::on_read>(*this), kiv::bind<&Echo::on_close>(*this));
+//     }
+//     void on_read(kiv::BoxRef box, kiv::SocketId socket, kiv::Buffer data) {
+//       box.write(socket, data);
+//     }
+//     void on_close(kiv::BoxRef box, kiv::SocketId socket) { box.remove(socket); }
+//   } echo;
+//   auto box = kiv::Box::make();
+//   if (box.listen("127.0.0.1", 7007, kiv::bind<&Echo::on_accept>(echo)) > 0) box.loop();
+#ifndef KIV_BASE_CPP_BOX_HPP
+#define KIV_BASE_CPP_BOX_HPP
+
+#include <cstdint>
+
+#include "kiv_base/cpp/callback.hpp"
+#include "kiv_base/cpp/text.hpp"
+#include "kiv_base/event.h"
+
+namespace kiv {
+
+using SocketId = std::int32_t;
+using TimerId = std::int32_t;
+using Peer = zu_sock_peer;
+
+class BoxRef;
+
+// ---- What a box and a big box call back; `Owning` is BoxRef or BigBoxRef ------------------------
+
+// Connected; could not connect; closed by the peer; writable. A callback that wants the socket
+// closed removes it from its box, and does not close it by other means.
+template <typename Owning>
+struct SocketKind {
+  using Function = zu_box_socket_fn;
+  using Signature = void(Owning, SocketId);
+  template <typename Call>
+  static void KIV_CALL call(void* box, void* argument, std::int32_t socket) noexcept {
+    Call::on(argument, Owning::from(box), socket);
+  }
+};
+
+// The bytes are valid during the call, with a NUL behind them.
+template <typename Owning>
+struct ReadKind {
+  using Function = zu_box_read_fn;
+  using Signature = void(Owning, SocketId, Buffer);
+  template <typename Call>
+  static void KIV_CALL call(void* box, void* argument, std::int32_t socket, char* data,
+                            std::int32_t length) noexcept {
+    Call::on(argument, Owning::from(box), socket, Buffer(data, length));
+  }
+};
+
+// Listener, new socket, and its peer. The new socket belongs to no box: adopt it or close it.
+template <typename Owning>
+struct AcceptKind {
+  using Function = zu_box_accept_fn;
+  using Signature = void(Owning, SocketId, SocketId, TextRef, std::uint16_t);
+  template <typename Call>
+  static void KIV_CALL call(void* box, void* argument, std::int32_t listener, std::int32_t socket,
+                            const char* peer_ip, std::uint16_t peer_port) noexcept {
+    Call::on(argument, Owning::from(box), listener, socket, TextRef(peer_ip), peer_port);
+  }
+};
+
+template <typename Owning = BoxRef>
+struct DatagramKind {
+  using Function = zu_box_datagram_fn;
+  using Signature = void(Owning, SocketId, Buffer, Peer&);
+  template <typename Call>
+  static void KIV_CALL call(void* box, void* argument, std::int32_t socket, char* data,
+                            std::int32_t length, zu_sock_peer* from) noexcept {
+    Call::on(argument, Owning::from(box), socket, Buffer(data, length), *from);
+  }
+};
+
+// `times_fired` counts this firing.
+template <typename Owning = BoxRef>
+struct TimerKind {
+  using Function = zu_box_timer_fn;
+  using Signature = void(Owning, TimerId, std::int32_t);
+  template <typename Call>
+  static void KIV_CALL call(void* box, void* argument, std::int32_t timer,
+                            std::int32_t times_fired) noexcept {
+    Call::on(argument, Owning::from(box), timer, times_fired);
+  }
+};
+
+// A socket that stays the caller's is ready.
+struct ReadyKind {
+  using Function = zu_event_fn;
+  using Signature = void();
+  template <typename Call>
+  static void KIV_CALL call(void* argument) noexcept {
+    Call::on(argument);
+  }
+};
+
+using OnSocket = Callback<SocketKind<BoxRef>>;
+using OnRead = Callback<ReadKind<BoxRef>>;
+using OnAccept = Callback<AcceptKind<BoxRef>>;
+using OnDatagram = Callback<DatagramKind<>>;
+using OnTimer = Callback<TimerKind<>>;
+using OnReady = Callback<ReadyKind>;
+
+// The callbacks of a connection that a box opens.
+//
+//   box.connect("example.org", 80, {.on_connect = greet, .on_read = kiv::bind<&Me::hear>(me)});
+//   box.connect("example.org", 80, kiv::ClientCallbacks::of(me));
+struct ClientCallbacks {
+  OnSocket on_connect = {};
+  OnSocket on_failure = {};
+  OnRead on_read = {};
+  OnSocket on_close = {};
+
+  // From the public members of these names that the handler has.
+  template <typename Handler>
+  static constexpr ClientCallbacks of(Handler& handler) noexcept {
+    ClientCallbacks callbacks;
+    if constexpr (requires { &Handler::on_connect; })
+      callbacks.on_connect = bind<&Handler::on_connect>(handler);
+    if constexpr (requires { &Handler::on_failure; })
+      callbacks.on_failure = bind<&Handler::on_failure>(handler);
+    if constexpr (requires { &Handler::on_read; })
+      callbacks.on_read = bind<&Handler::on_read>(handler);
+    if constexpr (requires { &Handler::on_close; })
+      callbacks.on_close = bind<&Handler::on_close>(handler);
+    return callbacks;
+  }
+};
+
+// ---- Boxes --------------------------------------------------------------------------------------
+
+// Any thread may call, also when the box is gone: the C functions check the handle. The functions
+// with `_unchecked` do not, and are for callbacks on the box's own thread.
+class BoxRef : public Ref<kiv_box> {
+ public:
+  using Ref::Ref;
+  static BoxRef from(void* handle) noexcept { return static_cast<kiv_box*>(handle); }
+
+  bool is_live() const noexcept { return kivx_box_IsValid(object_) == 1; }
+  std::int32_t thread_id() const noexcept { return kivx_box_GetThreadId(object_); }
+  void break_loop() const noexcept { kiv_box_BreakLoop(object_); }
+
+  // Sockets.
+  SocketId connect(TextRef host, std::uint16_t port, const ClientCallbacks& calls) const noexcept {
+    return kiv_box_NewTcpClient(
+        object_, host.c_str(), port, calls.on_connect.function(), calls.on_connect.argument(),
+        calls.on_failure.function(), calls.on_failure.argument(), calls.on_read.function(),
+        calls.on_read.argument(), calls.on_close.function(), calls.on_close.argument());
+  }
+  SocketId listen(TextRef local_ip, std::uint16_t port, OnAccept on_accept) const noexcept {
+    return kiv_box_NewTcpServer(object_, local_ip.c_str(), port, on_accept.function(),
+                                on_accept.argument());
+  }
+  // A connected socket becomes the box's own; on -1 it is still the caller's.
+  SocketId adopt(SocketId socket, OnRead on_read, OnSocket on_close) const noexcept {
+    return kiv_box_AcceptTcpClient(object_, socket, on_read.function(), on_read.argument(),
+                                   on_close.function(), on_close.argument());
+  }
+  SocketId open_udp(TextRef host, std::uint16_t port, OnDatagram on_datagram) const noexcept {
+    return kiv_box_NewUdpClient(object_, host.c_str(), port, on_datagram.function(),
+                                on_datagram.argument());
+  }
+  SocketId listen_udp(TextRef local_ip, std::uint16_t port, OnDatagram on_datagram) const noexcept {
+    return kiv_box_NewUdpServer(object_, local_ip.c_str(), port, on_datagram.function(),
+                                on_datagram.argument());
+  }
+  // Closes a socket of the box; the one way to do so.
+  void remove(SocketId socket) const noexcept { kiv_box_DeleteSock(object_, socket); }
+  bool has_socket(SocketId socket) const noexcept {
+    return kiv_box_IsSockExist(object_, socket) == 1;
+  }
+  std::int32_t socket_count() const noexcept { return kiv_box_GetNumSock(object_); }
+  SocketId current_socket() const noexcept { return kiv_box_GetThisSockId(object_); }
+  bool set_max_read(SocketId socket, std::int32_t length) const noexcept {
+    return kivx_box_SetMaxReadLen(object_, socket, length) == 1;
+  }
+
+  // Bytes, which may be fewer than given; -1 on failure, also when the system's buffer is full.
+  std::int32_t write(SocketId socket, Data data) const noexcept {
+    return kiv_box_TcpWrite(object_, socket, data.data(), data.size());
+  }
+  std::int32_t write_to(SocketId socket, Data data, TextRef ip, std::uint16_t port) const noexcept {
+    return kiv_box_UdpWrite(object_, socket, data.data(), data.size(), ip.c_str(), port);
+  }
+  std::int32_t write_unchecked(SocketId socket, Data data) const noexcept {
+    return kivx_box_TcpWrite(object_, socket, data.data(), data.size());
+  }
+  std::int32_t write_to_unchecked(SocketId socket, Data data, TextRef ip,
+                                  std::uint16_t port) const noexcept {
+    return kivx_box_UdpWrite(object_, socket, data.data(), data.size(), ip.c_str(), port);
+  }
+  std::int32_t read_unchecked(SocketId socket, Buffer to) const noexcept {
+    return kivx_box_TcpRead(object_, socket, to.data(), to.size());
+  }
+  std::int32_t read_from_unchecked(SocketId socket, Buffer to, Peer& from) const noexcept {
+    return kivx_box_UdpRead(object_, socket, to.data(), to.size(), &from);
+  }
+
+  // Waiting for a socket that stays the caller's, and giving one away without closing it.
+  bool import_for_read(SocketId socket, OnReady on_ready) const noexcept {
+    return kivx_box_ImportSockId_ForRead(object_, socket, on_ready.function(),
+                                         on_ready.argument()) == 1;
+  }
+  bool import_for_write(SocketId socket, OnReady on_ready) const noexcept {
+    return kivx_box_ImportSockId_ForWrite(object_, socket, on_ready.function(),
+                                          on_ready.argument()) == 1;
+  }
+  bool import_for_except(SocketId socket, OnReady on_ready) const noexcept {
+    return kivx_box_ImportSockId_ForExcept(object_, socket, on_ready.function(),
+                                           on_ready.argument()) == 1;
+  }
+  bool export_socket(SocketId socket) const noexcept {
+    return kivx_box_ExportSockId(object_, socket) == 1;
+  }
+  bool export_for_read(SocketId socket) const noexcept {
+    return kivx_box_ExportSockId_ForRead(object_, socket) == 1;
+  }
+  bool export_for_write(SocketId socket) const noexcept {
+    return kivx_box_ExportSockId_ForWrite(object_, socket) == 1;
+  }
+  bool export_for_except(SocketId socket) const noexcept {
+    return kivx_box_ExportSockId_ForExcept(object_, socket) == 1;
+  }
+
+  // Timers. One that has fired for the last time keeps its id until it is removed.
+  TimerId once(std::uint32_t interval_ms, OnTimer on_timer) const noexcept {
+    return kiv_box_NewOnceTimer(object_, interval_ms, on_timer.function(), on_timer.argument());
+  }
+  TimerId every(std::uint32_t interval_ms, OnTimer on_timer) const noexcept {
+    return kiv_box_NewLoopTimer(object_, interval_ms, on_timer.function(), on_timer.argument());
+  }
+  TimerId repeat(std::int32_t limit, std::uint32_t interval_ms, OnTimer on_timer) const noexcept {
+    return kiv_box_NewLimitTimer(object_, limit, interval_ms, on_timer.function(),
+                                 on_timer.argument());
+  }
+  bool put_off_timer(TimerId timer, std::uint32_t interval_ms) const noexcept {
+    return kiv_box_RefreshTimeout(object_, timer, interval_ms) == 1;
+  }
+  bool set_timer_callback(TimerId timer, OnTimer on_timer) const noexcept {
+    return kiv_box_RefreshCallback(object_, timer, on_timer.function(), on_timer.argument()) == 1;
+  }
+  void remove_timer(TimerId timer) const noexcept { kiv_box_DeleteTimer(object_, timer); }
+  bool has_timer(TimerId timer) const noexcept { return kiv_box_IsTimerExist(object_, timer) == 1; }
+  std::int32_t timer_count() const noexcept { return kiv_box_GetNumTimer(object_); }
+  TimerId current_timer() const noexcept { return kiv_box_GetThisTimerId(object_); }
+};
+
+// A box that this thread makes and runs. Its end frees the box, on the owner's thread at once; on
+// another one it only breaks the loop, so a box that is never looped then stays.
+class Box : public Owner<BoxRef, kiv_box_free> {
+ public:
+  using Owner::Owner;
+  // Null when memory or ports run out.
+  static Box make() noexcept { return Box(kiv_box_new()); }
+
+  // Runs the loop until it is broken; the box is freed then, and this object null. It stays where
+  // it is meanwhile: callbacks break the loop and do not destroy it.
+  void loop() noexcept {
+    kiv_box_loop(object_);
+    (void)release();
+  }
+};
+
+// A box on a thread of its own, which runs its loop from the start. Its end breaks the loop and
+// does not wait: callbacks may still run for a moment, until is_live() of a reference is false.
+class ThreadBox : public Owner<BoxRef, kivx_ThreadBox_destroy> {
+ public:
+  using Owner::Owner;
+  // Null when the thread or the box cannot be had.
+  static ThreadBox make() noexcept { return ThreadBox(kivx_ThreadBox_create()); }
+};
+
+}  // namespace kiv
+
+#endif

@@ -1,0 +1,137 @@
+// Texts and bytes on their way in and out.
+//
+//   TextRef   a terminated text, borrowed; what functions take and what a family keeps as its own
+//   Text      a new text of the library, freed with _zu_free
+//   Data      bytes that are read, with a 32-bit length; LongData has a 64-bit one
+//   Buffer    bytes that are written to; LongBuffer
+#ifndef KIV_BASE_CPP_TEXT_HPP
+#define KIV_BASE_CPP_TEXT_HPP
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <limits>
+#include <string_view>
+#include <type_traits>
+
+#include "kiv_base/base.h"
+#include "kiv_base/cpp/handle.hpp"
+
+namespace kiv {
+
+// What is terminated counts alone, so a string view is refused: it may end anywhere.
+class TextRef : public Ref<const char> {
+ public:
+  using Ref::Ref;
+  constexpr TextRef(std::nullptr_t) noexcept {}
+  template <typename String>
+  requires requires(const String& text) {
+    { text.c_str() } -> std::convertible_to<const char*>;
+  }
+  constexpr TextRef(const String& text) noexcept : Ref(text.c_str()) {}
+
+  constexpr const char* c_str() const noexcept { return object_; }
+  // Empty for a null text, too.
+  constexpr std::string_view view() const noexcept {
+    return object_ == nullptr ? std::string_view() : std::string_view(object_);
+  }
+  // A null text equals none.
+  friend constexpr bool operator==(TextRef text, std::string_view other) noexcept {
+    return text && text.view() == other;
+  }
+};
+
+inline void free_text(const char* text) noexcept {
+  _zu_free(const_cast<char*>(text));
+}
+using Text = Owner<TextRef, free_text>;
+
+template <typename Source>
+concept ByteRange =
+    !std::convertible_to<const Source&, std::string_view> && requires(const Source& source) {
+  std::data(source);
+  std::size(source);
+  requires sizeof(*std::data(source)) == 1;
+};
+
+template <typename Target, typename Self>
+concept BytesForAnother =
+    !std::is_same_v<std::remove_cvref_t<Target>, Self> && requires(Target & target) {
+  std::size(target);
+  requires sizeof(*std::data(target)) == 1;
+  requires !std::is_const_v<std::remove_pointer_t<decltype(std::data(target))>>;
+};
+
+template <std::signed_integral Size>
+class BasicBuffer {
+ public:
+  constexpr BasicBuffer() noexcept = default;
+  constexpr BasicBuffer(void* bytes, Size size) noexcept
+      : bytes_(static_cast<char*>(bytes)), size_(size) {}
+  constexpr BasicBuffer(char* bytes, Size size) noexcept : bytes_(bytes), size_(size) {}
+  // Arrays, vectors, strings and spans of bytes.
+  template <BytesForAnother<BasicBuffer> Target>
+  constexpr BasicBuffer(Target&& target) noexcept
+      : BasicBuffer(static_cast<void*>(std::data(target)), narrow(std::size(target))) {}
+
+  constexpr char* data() const noexcept { return bytes_; }
+  constexpr Size size() const noexcept { return size_; }
+  constexpr std::string_view view() const noexcept {
+    return {bytes_, static_cast<std::size_t>(size_)};
+  }
+  constexpr operator std::string_view() const noexcept { return view(); }
+
+  // What is longer than the interface can say gets a length that every function refuses.
+  static constexpr Size narrow(std::size_t size) noexcept {
+    return size <= static_cast<std::make_unsigned_t<Size>>(std::numeric_limits<Size>::max())
+               ? static_cast<Size>(size)
+               : Size{-1};
+  }
+
+ private:
+  char* bytes_ = nullptr;
+  Size size_ = 0;
+};
+
+template <std::signed_integral Size>
+class BasicData {
+ public:
+  constexpr BasicData() noexcept = default;
+  constexpr BasicData(const void* bytes, Size size) noexcept
+      : bytes_(static_cast<const char*>(bytes)), size_(size) {}
+  constexpr BasicData(const char* bytes, Size size) noexcept : bytes_(bytes), size_(size) {}
+  // What a callback got goes on as it is.
+  constexpr BasicData(BasicBuffer<Size> buffer) noexcept
+      : bytes_(buffer.data()), size_(buffer.size()) {}
+  template <typename Source>
+  requires std::convertible_to<const Source&, std::string_view>
+  constexpr BasicData(const Source& text) noexcept : BasicData(std::string_view(text)) {}
+  constexpr BasicData(std::string_view text) noexcept
+      : bytes_(text.data()), size_(BasicBuffer<Size>::narrow(text.size())) {}
+  template <ByteRange Source>
+  constexpr BasicData(const Source& source) noexcept
+      : BasicData(static_cast<const void*>(std::data(source)),
+                  BasicBuffer<Size>::narrow(std::size(source))) {}
+
+  constexpr const char* data() const noexcept { return bytes_; }
+  constexpr Size size() const noexcept { return size_; }
+  constexpr bool empty() const noexcept { return size_ == 0; }
+  constexpr std::string_view view() const noexcept {
+    return {bytes_, static_cast<std::size_t>(size_)};
+  }
+  constexpr operator std::string_view() const noexcept { return view(); }
+
+ private:
+  const char* bytes_ = nullptr;
+  Size size_ = 0;
+};
+
+using Buffer = BasicBuffer<std::int32_t>;
+using Data = BasicData<std::int32_t>;
+using LongBuffer = BasicBuffer<std::int64_t>;
+using LongData = BasicData<std::int64_t>;
+
+}  // namespace kiv
+
+#endif
