@@ -14,8 +14,9 @@ FNR == 1 {
 
 # Text that neither Markdown nor doxygen shall take for anything.
 function plain(text) {
-  gsub(/\\/, "\\\\", text)
+  gsub(/\\/, "\\\\\\\\", text)
   gsub(/&/, "\\&amp;", text)
+  gsub(/"/, "\\&quot;", text)
   gsub(/</, "\\&lt;", text)
   gsub(/>/, "\\&gt;", text)
   gsub(/@/, "\\@", text)
@@ -40,7 +41,9 @@ function linked(text,    out, word) {
 function prose(text,    out, parts, count, i) {
   count = split(text, parts, "`")
   for (i = 1; i <= count; i++) {
-    out = out (i % 2 == 1 || i == count ? linked(parts[i]) : "<code>" linked(parts[i]) "</code>")
+    if (i % 2 == 1) out = out linked(parts[i])
+    else if (i < count) out = out "<code>" linked(parts[i]) "</code>"
+    else out = out "\\`" linked(parts[i])
   }
   return out
 }
