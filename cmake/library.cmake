@@ -66,6 +66,19 @@ else()
   set(kiv_needs libc.so.6 ld-linux-x86-64.so.2)
 endif()
 
+# The compiler makes an import library for its own linker; Microsoft's wants short entries, which
+# only LLVM's tool makes. Where that is missing, so is this library.
+find_program(KIV_LLVM_DLLTOOL NAMES llvm-dlltool llvm-dlltool-14)
+mark_as_advanced(KIV_LLVM_DLLTOOL)
+if(WIN32 AND KIV_LLVM_DLLTOOL)
+  set(KIV_MICROSOFT_IMPORT_LIBRARY ${PROJECT_BINARY_DIR}/lib/kiv_base.lib)
+  add_custom_command(OUTPUT ${KIV_MICROSOFT_IMPORT_LIBRARY} VERBATIM
+    DEPENDS ${PROJECT_BINARY_DIR}/kiv_base.def
+    COMMAND ${KIV_LLVM_DLLTOOL} -m $<IF:$<EQUAL:${CMAKE_SIZEOF_VOID_P},4>,i386,i386:x86-64>
+            -d ${PROJECT_BINARY_DIR}/kiv_base.def -D kiv_base.dll -l ${KIV_MICROSOFT_IMPORT_LIBRARY})
+  add_custom_target(kiv_microsoft_import_library ALL DEPENDS ${KIV_MICROSOFT_IMPORT_LIBRARY})
+endif()
+
 # A library that needs more than the system itself does not get out of the build.
 if(NOT KIV_SANITIZE)
   add_custom_command(TARGET kiv_base POST_BUILD VERBATIM

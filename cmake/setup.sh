@@ -5,7 +5,7 @@
 native_packages=(cmake ninja-build g++ googletest pkg-config python3)
 docs_packages=(doxygen mawk)
 server_packages=(nginx-light tinyproxy)
-windows_packages=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64)
+windows_packages=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64 clang lld llvm)
 clang_packages=(clang libclang-rt-14-dev)
 browser_packages=(curl chromium chromium-driver)
 lint_packages=(clang-format clang-tidy)

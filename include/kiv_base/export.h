@@ -42,7 +42,7 @@
 #endif
 
 /* Marks a function whose arguments follow printf; the argument positions count from 1. */
-#if defined(__MINGW32__)
+#if defined(__MINGW32__) && !defined(__clang__)
 #define KIV_PRINTF(text, first) __attribute__((format(gnu_printf, text, first)))
 #elif defined(__GNUC__)
 #define KIV_PRINTF(text, first) __attribute__((format(printf, text, first)))

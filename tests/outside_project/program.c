@@ -8,9 +8,13 @@ static void KIV_CALL on_timer(void* box, void* fired, int32_t timer, int32_t tim
 }
 
 int main(void) {
-  int32_t fired = 0;
   kiv_box* box = kiv_box_new();
-  if (kiv_box_NewOnceTimer(box, 1, on_timer, &fired) < 0) return 2;
+  int32_t* fired = (int32_t*)_zu_malloc(sizeof *fired);
+  int32_t result;
+  if (fired == NULL || kiv_box_NewOnceTimer(box, 1, on_timer, fired) < 0) return 2;
+  *fired = 0;
   kiv_box_loop(box);
-  return fired == 1 ? 0 : 1;
+  result = *fired == 1 ? 0 : 1;
+  _zu_free(fired);
+  return result;
 }

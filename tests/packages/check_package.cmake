@@ -1,9 +1,12 @@
 # Takes what users receive into an empty folder and builds and runs an outside project against it.
 #
-#   cmake -D FROM=install|subfolder|... -P check_package.cmake
+#   cmake -D FROM=install     as installed
+#         -D FROM=subfolder   the library's folder, configured only
+#         -D FROM=microsoft   as installed, by a compiler and linker that follow Microsoft's
+#         -P check_package.cmake
 #
-# BUILD, SOURCE: the folders of the library; FOLDER: for all that is made here; CC, TOOLCHAIN,
-# EMULATOR, CONFIG: as the library was built.
+# BUILD, SOURCE: the folders of the library; FOLDER: for all that is made here; CC, OBJDUMP,
+# PROCESSOR, TOOLCHAIN, EMULATOR, CONFIG: as the library was built.
 cmake_minimum_required(VERSION 3.25)
 
 function(run)
@@ -17,22 +20,43 @@ endfunction()
 set(root ${FOLDER}/root)
 file(REMOVE_RECURSE ${FOLDER})
 file(MAKE_DIRECTORY ${root})
-if(FROM STREQUAL install)
+if(FROM MATCHES "install|microsoft")
   run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${FOLDER}/before_it_moved)
   file(REMOVE_RECURSE ${root})
   file(RENAME ${FOLDER}/before_it_moved ${root})
 endif()
 
-# As a subfolder: the library is not built once more for it.
 string(REPLACE ";" "\\;" emulator "${EMULATOR}")
 set(outside ${CMAKE_COMMAND} -S ${SOURCE}/tests/outside_project -B ${FOLDER}/outside -G Ninja
-  -D CMAKE_BUILD_TYPE=${CONFIG} -D CMAKE_PREFIX_PATH=${root} -D CMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}
-  -D CMAKE_CROSSCOMPILING_EMULATOR=${emulator})
+  -D CMAKE_BUILD_TYPE=${CONFIG} -D CMAKE_PREFIX_PATH=${root})
+set(our_tools -D CMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -D CMAKE_CROSSCOMPILING_EMULATOR=${emulator})
 if(FROM STREQUAL subfolder)
-  run(${outside} -D KIV_BASE_FOLDER=${SOURCE})
+  # Not built: that would be the library once more.
+  run(${outside} ${our_tools} -D KIV_BASE_FOLDER=${SOURCE})
   return()
 endif()
-run(${outside})
+if(FROM STREQUAL microsoft)
+  # Neither their headers nor their libraries are here, so the program starts at main itself.
+  run(${outside} -D CMAKE_SYSTEM_NAME=Windows -D CMAKE_TRY_COMPILE_TARGET_TYPE=STATIC_LIBRARY
+    -D CMAKE_C_COMPILER=clang -D CMAKE_C_COMPILER_TARGET=${PROCESSOR}-pc-windows-msvc
+    -D CMAKE_CXX_COMPILER=clang++ -D CMAKE_CXX_COMPILER_TARGET=${PROCESSOR}-pc-windows-msvc
+    -D CMAKE_C_FLAGS=-ffreestanding -D CMAKE_C_STANDARD_LIBRARIES=
+    -D CMAKE_CXX_FLAGS=-ffreestanding -D CMAKE_CXX_STANDARD_LIBRARIES=
+    "-DCMAKE_EXE_LINKER_FLAGS=-Xlinker /entry:main -Xlinker /nodefaultlib")
+  run(${CMAKE_COMMAND} --build ${FOLDER}/outside)
+  foreach(program in_c in_cpp)
+    execute_process(COMMAND ${OBJDUMP} -p ${FOLDER}/outside/${program}.exe OUTPUT_VARIABLE headers
+      COMMAND_ERROR_IS_FATAL ANY)
+    foreach(found "DLL Name: kiv_base.dll\n" "[ \t]kiv_box_loop\n" "[ \t]_zu_free\n")
+      if(NOT headers MATCHES ${found})
+        message(FATAL_ERROR "${program} does not import \"${found}\":\n${headers}")
+      endif()
+    endforeach()
+  endforeach()
+  return()
+endif()
+
+run(${outside} ${our_tools})
 run(${CMAKE_COMMAND} --build ${FOLDER}/outside)
 run(${CMAKE_CTEST_COMMAND} --test-dir ${FOLDER}/outside --output-on-failure)
 
