@@ -52,7 +52,8 @@ class Pending {
 
 // A key of a group; of several equal ones, the last.
 struct Entry {
-  zu_config_entry pair;  // the key stands in this record's block, the value in one of its own
+  zu_config_entry pair;  // in this record's block, where the value is the first one
+  char* later_value;     // a block of its own
   Token* value_token;
   PendingLinks<Entry> pending;
 };
@@ -66,8 +67,9 @@ struct Group {
   PendingLinks<Group> pending;
 };
 
-// The tokens of a group's headers have its name as their text, those of a key all have the entry's:
-// the same pointer, so that a token is recognised without comparing texts.
+// The tokens of a group's headers have its name as their text: the same pointer, so that a token is
+// recognised without comparing texts. Those of keys stay with the text that was read, which is then
+// written from one place.
 class Config {
  public:
   Config() = default;
@@ -110,7 +112,8 @@ class Config {
   void visit_sections(const Group& group, Visit visit);
 
   base::Owned<char> source_;
-  TokenList tokens_;
+  TokenPool pool_;
+  TokenList tokens_{pool_};
   zu_stree* groups_ = nullptr;  // of Group; made with the first one
   Pending<Group> pending_groups_;
   Pending<Entry> pending_entries_;

@@ -22,22 +22,24 @@ char* copy_of(const char* text, std::size_t length) {
 // An entry without a place in the text yet; null without memory.
 Entry* make_entry(const char* key, std::size_t key_length, const char* value,
                   std::size_t value_length) {
-  auto block = base::Owned<char>::allocate(sizeof(Entry) + key_length + 1);
-  char* own_value = block ? copy_of(value, value_length) : nullptr;
-  if (own_value == nullptr) return nullptr;
+  auto block = base::Owned<char>::allocate(sizeof(Entry) + key_length + 1 + value_length + 1);
+  if (!block) return nullptr;
   char* own_key = block.get() + sizeof(Entry);
+  char* own_value = own_key + key_length + 1;
   std::memcpy(own_key, key, key_length);
   own_key[key_length] = '\0';
-  return new (block.release()) Entry{{own_key, own_value}, nullptr, {}};
+  std::memcpy(own_value, value, value_length);
+  own_value[value_length] = '\0';
+  return new (block.release()) Entry{{own_key, own_value}, nullptr, nullptr, {}};
 }
 
-void replace_value(Entry& entry, const char* value) {
-  _zu_free(const_cast<char*>(entry.pair.value));
+void replace_value(Entry& entry, char* value) {
+  _zu_free(std::exchange(entry.later_value, value));
   entry.pair.value = value;
 }
 
 void free_entry(Entry* entry) {
-  _zu_free(const_cast<char*>(entry->pair.value));
+  _zu_free(entry->later_value);
   _zu_free(entry);
 }
 
@@ -130,18 +132,19 @@ bool Config::index_key(Group& group, Token* key, Token* value) {
   Entry* made = make_entry(key->text, key->length, value->text, value->length);
   if (made == nullptr) return false;
   Entry* indexed = find<Entry>(group.keys, made->pair.key);
+  bool done;
   if (indexed != nullptr) {
-    replace_value(*indexed, std::exchange(made->pair.value, nullptr));
     free_entry(made);
-  } else if (zu_stree_insert(group.keys, made->pair.key, made) == 1) {
-    indexed = made;
+    char* last_value = copy_of(value->text, value->length);
+    done = last_value != nullptr;
+    if (done) replace_value(*indexed, last_value);
   } else {
-    free_entry(made);
-    return false;
+    indexed = made;
+    done = zu_stree_insert(group.keys, made->pair.key, made) == 1;
+    if (!done) free_entry(made);
   }
-  indexed->value_token = value;
-  key->text = indexed->pair.key;
-  return true;
+  if (done) indexed->value_token = value;
+  return done;
 }
 
 // ---- changes ----
@@ -150,7 +153,7 @@ bool Config::set_group(const char* name) {
   if (group(name) != nullptr) return true;
   Group* made = add_group(name, std::strlen(name));
   if (made == nullptr) return false;
-  TokenList lines;
+  TokenList lines(pool_);
   Token* header = lines.append(Kind::line_end, kLineEnd, kLineEndLength)
                       ? lines.append(Kind::header, made->name, std::strlen(name))
                       : nullptr;
@@ -179,7 +182,7 @@ bool Config::set_key(const char* group_name, const char* key, const char* value)
 
 bool Config::update_key(Entry& entry, const char* value) {
   const std::size_t length = std::strlen(value);
-  const char* own_value = copy_of(value, length);
+  char* own_value = copy_of(value, length);
   if (own_value == nullptr) {
     std::printf("error: __config_UpdateKey() error!\n");
     return false;
@@ -196,7 +199,7 @@ bool Config::add_key(Group& group, const char* key, const char* value) {
   const std::size_t value_length = std::strlen(value);
   Entry* made = make_entry(key, key_length, value, value_length);
   if (made == nullptr) return false;
-  TokenList line;
+  TokenList line(pool_);
   bool complete = line.append(Kind::line_end, kLineEnd, kLineEndLength) &&
                   line.append(Kind::key, made->pair.key, key_length) &&
                   line.append(Kind::equals, "=", 1) &&
@@ -231,8 +234,10 @@ bool Config::unset_key(const char* group_name, const char* key) {
   Entry* removed = entry(group_name, key);
   if (removed == nullptr) return false;
   Group* in = group(group_name);
+  const std::size_t length = std::strlen(key);
   visit_sections(*in, [&](Token* token) {
-    const bool is_key = token->kind == Kind::key && token->text == removed->pair.key;
+    const bool is_key = token->kind == Kind::key && token->length == length &&
+                        std::memcmp(token->text, key, length) == 0;
     return is_key ? tokens_.remove_key(token) : token->next;
   });
   pending_entries_.drop(removed);

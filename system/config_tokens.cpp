@@ -1,11 +1,16 @@
 #include "system/config_tokens.h"
 
+#include <algorithm>
 #include <cstring>
 #include <initializer_list>
+#include <utility>
 
 namespace kiv::system {
 
 namespace {
+
+constexpr std::size_t kFirstRoom = 32;
+constexpr std::size_t kMostRoom = 2048;
 
 bool is(const Token* token, Kind kind) {
   return token != nullptr && token->kind == kind;
@@ -26,12 +31,30 @@ char* put(char* out, const char* text, std::size_t length) {
 
 }  // namespace
 
+TokenPool::~TokenPool() {
+  while (blocks_ != nullptr) _zu_free(std::exchange(blocks_, blocks_->next));
+}
+
+Token* TokenPool::take() {
+  if (free_ != nullptr) return std::exchange(free_, free_->next);
+  if (used_ == room_) {
+    const std::size_t room = std::clamp(room_ * 2, kFirstRoom, kMostRoom);
+    auto block = base::Owned<Token>::allocate(room);
+    if (!block) return nullptr;
+    block->next = blocks_;
+    blocks_ = block.release();
+    room_ = room;
+    used_ = 1;
+  }
+  return &blocks_[used_++];
+}
+
 TokenList::~TokenList() {
   for (Token* token = first_; token != nullptr;) token = remove(token);
 }
 
 Token* TokenList::append(Kind kind, const char* text, std::size_t length, bool open) {
-  auto* token = static_cast<Token*>(_zu_malloc(sizeof(Token)));
+  Token* const token = pool_.take();
   if (token == nullptr) return nullptr;
   *token = {last_, nullptr, text, static_cast<std::uint32_t>(length), kind, open};
   (last_ != nullptr ? last_->next : first_) = token;
@@ -53,7 +76,7 @@ Token* TokenList::remove(Token* token) {
   Token* const next = token->next;
   (token->prev != nullptr ? token->prev->next : first_) = next;
   (next != nullptr ? next->prev : last_) = token->prev;
-  _zu_free(token);
+  pool_.give_back(token);
   return next;
 }
 

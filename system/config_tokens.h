@@ -21,9 +21,33 @@ struct Token {
   bool open;  // a header or comment whose closing mark is missing, which can only be the last token
 };
 
+// Room for tokens, in blocks, each larger than the one before: a walk over them is a walk through
+// memory. Blocks are given back with the pool alone.
+class TokenPool {
+ public:
+  TokenPool() = default;
+  ~TokenPool();
+  TokenPool(const TokenPool&) = delete;
+  TokenPool& operator=(const TokenPool&) = delete;
+
+  // Null without memory.
+  Token* take();
+  void give_back(Token* token) {
+    token->next = free_;
+    free_ = token;
+  }
+
+ private:
+  Token* blocks_ = nullptr;  // the first token of each only links to the next block
+  std::size_t room_ = 0;     // of the first block
+  std::size_t used_ = 0;
+  Token* free_ = nullptr;
+};
+
+// The pool outlives its lists.
 class TokenList {
  public:
-  TokenList() = default;
+  explicit TokenList(TokenPool& pool) : pool_(pool) {}
   ~TokenList();
   TokenList(const TokenList&) = delete;
   TokenList& operator=(const TokenList&) = delete;
@@ -33,7 +57,7 @@ class TokenList {
   // Adds a token at the end; null without memory.
   Token* append(Kind kind, const char* text, std::size_t length, bool open = false);
 
-  // Moves all tokens of `other` behind `place`, to the front when that is null.
+  // Moves all tokens of `other`, of the same pool, behind `place`, to the front when that is null.
   void splice_after(Token* place, TokenList& other);
 
   // Take a token out and give the next one.
@@ -55,6 +79,7 @@ class TokenList {
   void remove_indent(const Token* token);
   Token* remove_first_line_end(Token* line_end);
 
+  TokenPool& pool_;
   Token* first_ = nullptr;
   Token* last_ = nullptr;
 };
