@@ -3,6 +3,7 @@
 #include <winsock2.h>
 #include <ws2tcpip.h>
 
+#include <atomic>
 #include <climits>
 
 namespace kiv::platform {
@@ -53,6 +54,38 @@ std::int32_t get_option(std::int32_t socket, int option, int* value) {
                     &size);
 }
 
+// A socket kept for the moment when there are no others left.
+std::atomic<SOCKET> spare{INVALID_SOCKET};
+
+void drop_spare() {
+  const SOCKET freed = spare.exchange(INVALID_SOCKET);
+  if (freed != INVALID_SOCKET) closesocket(freed);
+}
+
+void keep_spare() {
+  if (spare.load(std::memory_order_relaxed) != INVALID_SOCKET) return;
+  const SOCKET fresh = ::socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP);
+  if (fresh == INVALID_SOCKET) return;
+  SetHandleInformation(reinterpret_cast<HANDLE>(fresh), HANDLE_FLAG_INHERIT, 0);
+  SOCKET none = INVALID_SOCKET;
+  if (!spare.compare_exchange_strong(none, fresh)) closesocket(fresh);
+}
+
+// Uses the spare socket to take a waiting connection off the listener and drop it. Tells whether
+// there was one.
+bool drop_connection(SOCKET listener) {
+  drop_spare();
+  const SOCKET dropped = accept(listener, nullptr, nullptr);
+  if (dropped != INVALID_SOCKET) closesocket(dropped);
+  keep_spare();
+  return dropped != INVALID_SOCKET;
+}
+
+// Under Wine a shortage looks like a socket that is no listener.
+bool may_be_shortage(int error) {
+  return error == WSAEMFILE || error == WSAENOBUFS || error == WSAEINVAL;
+}
+
 }  // namespace
 
 bool network_start() noexcept {
@@ -61,6 +94,7 @@ bool network_start() noexcept {
 }
 
 void network_stop() noexcept {
+  drop_spare();
   WSACleanup();
 }
 
@@ -87,6 +121,7 @@ std::int32_t socket_bind(std::int32_t socket, const WireAddress& local) noexcept
 }
 
 std::int32_t socket_listen(std::int32_t socket, std::int32_t backlog) noexcept {
+  keep_spare();
   return listen(system_socket(socket), backlog);
 }
 
@@ -99,7 +134,12 @@ std::int32_t socket_accept(std::int32_t listener, WireAddress* peer) noexcept {
   sockaddr_in from{};
   int size = sizeof from;
   const std::int32_t taken = id_of(accept(system_socket(listener), generic(&from), &size));
-  if (taken < 0) return -1;
+  if (taken < 0) {
+    const int error = WSAGetLastError();
+    const bool dropped = may_be_shortage(error) && drop_connection(system_socket(listener));
+    return fail(dropped ? kOutOfSockets : error);
+  }
+  keep_spare();
   socket_set_blocking(taken, false);
   if (peer != nullptr) *peer = std::bit_cast<WireAddress>(from);
   return taken;
