@@ -17,8 +17,8 @@
 #include <thread>
 
 #include "../http_files/text.h"
-#include "kiv_base/base.h"
-#include "kiv_base/event.h"
+#include "kiv_base/cpp/box.hpp"
+#include "kiv_base/cpp/runtime.hpp"
 #include "message_text.h"
 #include "packet.h"
 
@@ -31,14 +31,21 @@ constexpr const char* kUsage = "usage: chat_client [--host HOST] [--port N] NAME
 struct Client {
   std::string host = "127.0.0.1", name;
   std::uint16_t port = 8081;
-  kiv_box* box = nullptr;
-  std::int32_t socket = -1;
+  kiv::BoxRef box;
+  kiv::SocketId socket = -1;
   PacketStream stream;
   Packet in, out;  // of the loop's thread, and of the one that reads lines
   std::counting_semaphore<> may_write{0};
   std::atomic<bool> leaves = false;  // by its own will, so that the end is no failure
   bool is_refused = false;
   int status = 1;
+
+  // What the box calls.
+  void on_connect(kiv::BoxRef at, kiv::SocketId id);
+  void on_failure(kiv::BoxRef at, kiv::SocketId id);
+  void on_read(kiv::BoxRef at, kiv::SocketId id, std::string_view data);
+  void on_close(kiv::BoxRef at, kiv::SocketId id);
+  void on_writable();
 };
 
 int fail(const std::string& why, int status) {
@@ -51,20 +58,18 @@ void say(const std::string& line) {
   std::fflush(stdout);
 }
 
-void KIV_CALL on_writable(void* user) {
-  auto& client = *static_cast<Client*>(user);
-  kivx_box_ExportSockId_ForWrite(client.box, client.socket);
-  client.may_write.release();
+void Client::on_writable() {
+  box.export_for_write(socket);
+  may_write.release();
 }
 
 // Returns when the system has taken it all, or the connection is gone.
 void send(Client& client, std::string bytes) {
-  while (!bytes.empty() && kivx_box_IsValid(client.box) == 1) {
-    const std::int32_t sent = kiv_box_TcpWrite(client.box, client.socket, bytes.data(),
-                                               static_cast<std::int32_t>(bytes.size()));
+  while (!bytes.empty() && client.box.is_live()) {
+    const std::int32_t sent = client.box.write(client.socket, bytes);
     if (sent > 0) bytes.erase(0, static_cast<std::size_t>(sent));
     if (bytes.empty()) return;
-    if (kivx_box_ImportSockId_ForWrite(client.box, client.socket, on_writable, &client) != 1)
+    if (!client.box.import_for_write(client.socket, kiv::bind<&Client::on_writable>(client)))
       return;
     client.may_write.acquire();
   }
@@ -103,35 +108,31 @@ void show(Client& client) {
   } else if (command == "refused") {
     client.status = fail(packet.value("reason"), 1);
     client.is_refused = true;
-    kiv_box_BreakLoop(client.box);
+    client.box.break_loop();
   } else {
     fail(packet.value("reason"), 1);
   }
 }
 
-void KIV_CALL on_read(void*, void* user, std::int32_t, char* data, std::int32_t length) {
-  auto& client = *static_cast<Client*>(user);
-  client.stream.put(std::string_view(data, static_cast<std::size_t>(length)));
-  for (std::string bytes; !client.is_refused && !(bytes = client.stream.next()).empty();) {
-    if (client.in.parse(bytes)) show(client);
+void Client::on_read(kiv::BoxRef, kiv::SocketId, std::string_view data) {
+  stream.put(data);
+  for (std::string bytes; !is_refused && !(bytes = stream.next()).empty();) {
+    if (in.parse(bytes)) show(*this);
   }
 }
 
-void KIV_CALL on_close(void*, void* user, std::int32_t) {
-  auto& client = *static_cast<Client*>(user);
-  if (!client.leaves) client.status = fail("the host has closed the connection", 1);
-  kiv_box_BreakLoop(client.box);
+void Client::on_close(kiv::BoxRef at, kiv::SocketId) {
+  if (!leaves) status = fail("the host has closed the connection", 1);
+  at.break_loop();
 }
 
-void KIV_CALL on_connect(void*, void* user, std::int32_t) {
-  auto& client = *static_cast<Client*>(user);
-  std::thread([&client] { read_lines(client); }).detach();
+void Client::on_connect(kiv::BoxRef, kiv::SocketId) {
+  std::thread([this] { read_lines(*this); }).detach();
 }
 
-void KIV_CALL on_failure(void*, void* user, std::int32_t) {
-  auto& client = *static_cast<Client*>(user);
-  fail("no host answers at " + client.host + ":" + std::to_string(client.port), 1);
-  kiv_box_BreakLoop(client.box);
+void Client::on_failure(kiv::BoxRef at, kiv::SocketId) {
+  fail("no host answers at " + host + ":" + std::to_string(port), 1);
+  at.break_loop();
 }
 
 bool parse_arguments(int argc, char** argv, Client& client) {
@@ -158,12 +159,11 @@ int main(int argc, char** argv) {
   static Client client;
   if (!parse_arguments(argc, argv, client)) return fail(kUsage, 2);
   kiv_Setup();
-  client.box = kiv_box_new();
-  client.socket =
-      kiv_box_NewTcpClient(client.box, client.host.c_str(), client.port, on_connect, &client,
-                           on_failure, &client, on_read, &client, on_close, &client);
+  kiv::Box box = kiv::Box::make();
+  client.box = box;
+  client.socket = client.box.connect(client.host, client.port, kiv::ClientCallbacks::of(client));
   if (client.socket < 1) return fail("there is no host '" + client.host + "'", 1);
-  kiv_box_loop(client.box);
+  box.loop();
   std::fflush(stdout);
   // The other thread may still wait for a line.
   std::_Exit(client.status);

@@ -4,7 +4,8 @@
 #include <optional>
 
 #include "../http_files/folder.h"
-#include "kiv_base/system.h"
+#include "kiv_base/cpp/process.hpp"
+#include "kiv_base/cpp/runtime.hpp"
 #include "native_server.h"
 #include "web.h"
 
@@ -23,8 +24,8 @@ Trouble trouble_with_port(int port) {
 
 // What goes first was made last, and calls none of the others once it is gone.
 struct Host::Parts {
-  std::unique_ptr<zu_pidfile, decltype([](zu_pidfile* f) { zu_pidfile_free(f); })> pid;
-  std::unique_ptr<zu_log, decltype([](zu_log* log) { zu_log_free(log); })> log;
+  kiv::PidFile pid;
+  kiv::Log log;
   std::optional<http_files::Folder> folder;
   std::optional<Room> room;
   std::optional<Web> web;
@@ -51,7 +52,6 @@ Trouble Host::start() {
     std::fflush(stdout);
     return trouble;
   }
-  kiv_box_free(box_);
   parts_ = std::make_unique<Parts>();
   return trouble;
 }
@@ -67,30 +67,29 @@ Trouble Host::set_up() {
     return trouble_with(options_.words,
                         "the words of '" + options_.words.text + "' cannot be read");
   }
-  if (!options_.log.text.empty()) parts.log.reset(zu_log_malloc(options_.log.text.c_str()));
+  if (!options_.log.text.empty()) parts.log = kiv::Log::open(options_.log.text);
   if (!options_.log.text.empty() && !parts.log) {
     return trouble_with(options_.log, "the log file '" + options_.log.text + "' cannot be written");
   }
   if (!options_.pid.text.empty()) {
-    parts.pid.reset(
-        zu_pidfile_make(http_files::to_utf8(std::filesystem::path(options_.pid.text)).c_str()));
+    parts.pid = kiv::PidFile::make(http_files::to_utf8(std::filesystem::path(options_.pid.text)));
     if (!parts.pid) {
       return trouble_with(options_.pid, "the pid file '" + options_.pid.text + "' cannot be had");
     }
   }
 
-  kiv_box* const box = kiv_box_new();
-  if (box == nullptr) return {"no event loop: memory or ports of 127.0.0.1 have run out"};
-  box_ = box;
+  kiv::Box box = kiv::Box::make();
+  if (!box) return {"no event loop: memory or ports of 127.0.0.1 have run out"};
   parts.room.emplace(std::move(words));
   parts.web.emplace(*parts.room, box, options_.http.is_public);
-  parts.http.emplace(box, *parts.folder, parts.log.get(), options_.http, &*parts.web);
+  parts.http.emplace(box.get(), *parts.folder, parts.log.get(), options_.http, &*parts.web);
   parts.web->use(*parts.http);
-  parts.native.emplace(*parts.room, parts.log.get(), options_.limits);
+  parts.native.emplace(*parts.room, parts.log, options_.limits);
   if (!parts.http->listen()) return trouble_with_port(options_.http.port);
   if (!parts.native->listen(options_.native_port, options_.http.is_public)) {
     return trouble_with_port(options_.native_port);
   }
+  box_ = box.release();
   return {};
 }
 

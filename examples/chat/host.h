@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "kiv_base/event.h"
+#include "kiv_base/cpp/box.hpp"
 #include "options.h"
 
 namespace chat {

@@ -14,8 +14,8 @@
 #include <string>
 
 #include "host.h"
-#include "kiv_base/base.h"
-#include "kiv_base/system.h"
+#include "kiv_base/cpp/process.hpp"
+#include "kiv_base/cpp/runtime.hpp"
 #include "service.h"
 #include "settings.h"
 
@@ -38,23 +38,21 @@ struct Run {
   bool is_service;
   int status = kFine;
 
-  static int KIV_CALL start(void* self) {
-    Run& run = *static_cast<Run*>(self);
-    const Trouble trouble = run.host.start();
-    if (trouble.why.empty()) return 1;
-    run.status = fail(trouble.why, trouble.is_in_file ? kWrongSetting : kCannotStart);
+  bool start() {
+    const Trouble trouble = host.start();
+    if (trouble.why.empty()) return true;
+    status = fail(trouble.why, trouble.is_in_file ? kWrongSetting : kCannotStart);
     // Nobody may see the standard error of a service.
-    if (run.is_service) zu_service_log(kService, ZU_SERVICE_ERROR, trouble.why.c_str());
-    return 0;
+    if (is_service) zu_service_log(kService, ZU_SERVICE_ERROR, trouble.why.c_str());
+    return false;
   }
-  static void KIV_CALL work(void* self) { static_cast<Run*>(self)->host.run(); }
-  static void KIV_CALL stop(void* self) { static_cast<Run*>(self)->host.stop(); }
+  void work() { host.run(); }
+  void stop() { host.stop(); }
 };
 
 int serve(const Options& options) {
   Run run(options);
-  const zu_service_callbacks calls{Run::start, Run::work, Run::stop, nullptr, nullptr};
-  if (zu_service_run(kService, &calls, &run) == 1 || run.status != kFine) return run.status;
+  if (kiv::run_service(kService, run) || run.status != kFine) return run.status;
   return kCannotStart;
 }
 
@@ -74,8 +72,6 @@ int main(int argc, char** argv) {
     return kFine;
   }
   if (!options.service.empty() && options.service != "run") return manage_service(options);
-  kiv_Setup();
-  const int status = serve(options);
-  kiv_Shutdown();
-  return status;
+  const kiv::Library library;
+  return serve(options);
 }

@@ -85,16 +85,13 @@ void NativeClient::send(const std::string& bytes) {
 }
 
 void NativeClient::send_rest() {
-  const std::int32_t sent = kiv_bigbox_write(shared_.box, socket_, unsent_.data(),
-                                             static_cast<std::int32_t>(unsent_.size()));
+  const std::int32_t sent = shared_.box.write(socket_, unsent_);
   if (sent > 0) {
     unsent_.erase(0, static_cast<std::size_t>(sent));
     turns_without_progress_ = 0;
   }
   if (unsent_.empty() || waits_for_room_) return;
-  // The client itself is what the callback gets, as for reading.
-  waits_for_room_ =
-      kivx_bigbox_import_ForWrite(shared_.box, socket_, shared_.on_writable, this) == 1;
+  waits_for_room_ = shared_.box.import_for_write(socket_, shared_.on_writable);
   if (!waits_for_room_) doom("cannot be written to");
 }
 
@@ -104,7 +101,7 @@ void NativeClient::on_writable() {
   const std::size_t before = unsent_.size();
   if (before > 0) send_rest();
   if (unsent_.empty()) {
-    kivx_bigbox_export_ForWrite(shared_.box, socket_);
+    shared_.box.export_for_write(socket_);
     waits_for_room_ = false;
   } else if (unsent_.size() == before && ++turns_without_progress_ == kMaxTurnsWithoutProgress) {
     doom("cannot be written to");

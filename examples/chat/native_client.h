@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "kiv_base/event.h"
+#include "kiv_base/cpp/bigbox.hpp"
 #include "packet.h"
 #include "room.h"
 
@@ -24,19 +24,18 @@ struct NativeLimits {
 
 // What all native clients share.
 struct NativeShared {
-  kiv_bigbox* box = nullptr;
+  kiv::BigBox box;
   Room* room = nullptr;
   NativeLimits limits;
-  zu_box_socket_fn on_writable = nullptr;  // gets the client
+  kiv::OnBigSocket on_writable;
 };
 
 // For holders of the room's mutex.
 class NativeClient {
  public:
-  NativeClient(NativeShared& shared, void* owner, std::int32_t socket, std::string peer)
-      : shared_(shared), owner_(owner), socket_(socket), peer_(std::move(peer)) {}
+  NativeClient(NativeShared& shared, std::int32_t socket, std::string peer)
+      : shared_(shared), socket_(socket), peer_(std::move(peer)) {}
 
-  void* owner() const { return owner_; }
   std::int32_t socket() const { return socket_; }
   const std::string& peer() const { return peer_; }
   const std::string& name() const { return name_; }  // empty before the login
@@ -61,7 +60,6 @@ class NativeClient {
   void send_rest();
 
   NativeShared& shared_;
-  void* owner_;
   std::int32_t socket_;
   std::string peer_;
   std::string name_;

@@ -13,36 +13,36 @@ constexpr std::int32_t kSendBuffer = 64 * 1024;
 
 }  // namespace
 
-NativeServer::NativeServer(Room& room, zu_log* log, const NativeLimits& limits) : log_(log) {
+NativeServer::NativeServer(Room& room, kiv::LogRef log, const NativeLimits& limits) : log_(log) {
   shared_.room = &room;
   shared_.limits = limits;
-  shared_.on_writable = on_writable;
-  shared_.box = kiv_bigbox_make(limits.slaves, limits.clients);
+  shared_.on_writable = kiv::bind<&NativeServer::on_writable>(*this);
+  shared_.box = kiv::BigBox::make(limits.slaves, limits.clients);
   room.listen([this](const Message& message) {
     for (auto& [socket, client] : clients_) client->hear(message);
   });
 }
 
 NativeServer::~NativeServer() {
-  std::vector<kiv_box*> threads = {kiv_bigbox_GetMasterBox(shared_.box)};
-  for (const auto& [slave, sockets] : by_slave_) threads.push_back(slave);
+  std::vector<kiv::BoxRef> threads = {shared_.box.master()};
+  for (const auto& [slave, sockets] : by_slave_) threads.emplace_back(slave);
   {
     const std::lock_guard lock(shared_.room->mutex);
     for (const auto& [socket, client] : clients_) {
-      kiv_bigbox_DeleteSock(shared_.box, socket);
-      close_socket(socket);
+      shared_.box.remove(socket);
+      shared_.box.close_removed(socket);
     }
-    kiv_bigbox_free(shared_.box);
+    shared_.box.reset();
   }
   // A box is gone when its loop is: then its last callback has returned. Nothing tells of that.
-  for (kiv_box* const box : threads) {
-    while (kivx_box_IsValid(box) == 1) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  for (const kiv::BoxRef box : threads) {
+    while (box.is_live()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
 }
 
 bool NativeServer::listen(std::uint16_t port, bool is_public) {
-  return kiv_bigbox_attach(shared_.box, is_public ? nullptr : "127.0.0.1", port, on_accept, this) >
-         0;
+  return shared_.box.listen(is_public ? nullptr : "127.0.0.1", port,
+                            kiv::bind<&NativeServer::on_accept>(*this)) > 0;
 }
 
 std::size_t NativeServer::clients() const {
@@ -50,104 +50,92 @@ std::size_t NativeServer::clients() const {
   return clients_.size();
 }
 
-void KIV_CALL NativeServer::on_accept(void*, void* user, std::int32_t, std::int32_t socket,
-                                      const char* peer_ip, std::uint16_t peer_port) {
-  auto& server = *static_cast<NativeServer*>(user);
-  const std::lock_guard lock(server.shared_.room->mutex);
+void NativeServer::on_accept(kiv::BigBoxRef, kiv::SocketId, kiv::SocketId socket,
+                             kiv::TextRef peer_ip, std::uint16_t peer_port) {
+  const std::lock_guard lock(shared_.room->mutex);
   try {
-    server.accept(socket, peer_ip, peer_port);
+    accept(socket, peer_ip, peer_port);
   } catch (const std::exception&) {  // no memory
-    server.end(socket);
+    end(socket);
   }
 }
 
-void NativeServer::accept(std::int32_t socket, const char* peer_ip, std::uint16_t peer_port) {
+void NativeServer::accept(kiv::SocketId socket, kiv::TextRef peer_ip, std::uint16_t peer_port) {
   zu_sock_set_nondelay(socket);
   zu_sock_set_send_buff(socket, kSendBuffer);  // what a client does not read waits here, not there
-  auto& client = clients_[socket];
-  client = std::make_unique<NativeClient>(shared_, this, socket,
-                                          std::string(peer_ip) + ':' + std::to_string(peer_port));
-  if (kiv_bigbox_accept(shared_.box, socket, peer_ip, peer_port, on_read, client.get(), on_close,
-                        client.get()) != 1) {
+  clients_[socket] = std::make_unique<NativeClient>(
+      shared_, socket, std::string(peer_ip.view()) + ':' + std::to_string(peer_port));
+  if (!shared_.box.accept(socket, peer_ip, peer_port, kiv::bind<&NativeServer::on_read>(*this),
+                          kiv::bind<&NativeServer::on_close>(*this))) {
     end(socket);
     return;
   }
-  kiv_box* const slave = kiv_bigbox_GetSlaveBox(shared_.box, socket);
-  if (by_slave_.count(slave) == 0) kiv_box_NewLoopTimer(slave, kTickMs, on_tick, this);
-  by_slave_[slave].insert(socket);
+  const kiv::BoxRef slave = shared_.box.slave_of(socket);
+  if (by_slave_.count(slave.get()) == 0) {
+    slave.every(kTickMs, kiv::bind<&NativeServer::on_tick>(*this));
+  }
+  by_slave_[slave.get()].insert(socket);
 }
 
-void KIV_CALL NativeServer::on_read(void*, void* user, std::int32_t, char* data,
-                                    std::int32_t length) {
-  serve(user, [&](NativeClient& client) {
-    client.receive(std::string_view(data, static_cast<std::size_t>(length)));
-  });
+void NativeServer::on_read(kiv::BigBoxRef, kiv::SocketId socket, std::string_view data) {
+  serve(socket, [&](NativeClient& client) { client.receive(data); });
 }
 
-void KIV_CALL NativeServer::on_close(void*, void* user, std::int32_t) {
-  serve(user, [](NativeClient& client) { client.close(); });
+void NativeServer::on_close(kiv::BigBoxRef, kiv::SocketId socket) {
+  serve(socket, [](NativeClient& client) { client.close(); });
 }
 
-void KIV_CALL NativeServer::on_writable(void*, void* user, std::int32_t) {
-  serve(user, [](NativeClient& client) { client.on_writable(); });
+void NativeServer::on_writable(kiv::BigBoxRef, kiv::SocketId socket) {
+  serve(socket, [](NativeClient& client) { client.on_writable(); });
 }
 
 // Runs one step of a client and ends those of this thread that are doomed. Nothing may be thrown
 // into the library: a step that runs out of memory costs its client.
 template <typename Step>
-void NativeServer::serve(void* user, Step step) {
-  auto& client = *static_cast<NativeClient*>(user);
-  auto& server = *static_cast<NativeServer*>(client.owner());
-  const std::lock_guard lock(server.shared_.room->mutex);
+void NativeServer::serve(kiv::SocketId socket, Step step) {
+  const std::lock_guard lock(shared_.room->mutex);
+  NativeClient& client = *clients_.at(socket);
   try {
     step(client);
   } catch (const std::exception&) {
     client.close();
   }
-  server.end_doomed(kiv_bigbox_InvokeSlaveBox(server.shared_.box));
+  end_doomed(shared_.box.current_slave());
 }
 
-void KIV_CALL NativeServer::on_tick(void* slave, void* user, std::int32_t, std::int32_t) {
-  auto& server = *static_cast<NativeServer*>(user);
-  const std::lock_guard lock(server.shared_.room->mutex);
-  server.end_doomed(static_cast<kiv_box*>(slave));
+void NativeServer::on_tick(kiv::BoxRef slave, kiv::TimerId, std::int32_t) {
+  const std::lock_guard lock(shared_.room->mutex);
+  end_doomed(slave);
 }
 
 // Those of one slave, on its own thread. One that ends makes a message, which may doom others.
-void NativeServer::end_doomed(kiv_box* slave) {
+void NativeServer::end_doomed(kiv::BoxRef slave) {
   const auto now = Clock::now();
   std::vector<std::int32_t> over;
-  for (const std::int32_t socket : by_slave_[slave]) {
+  for (const std::int32_t socket : by_slave_[slave.get()]) {
     NativeClient& client = *clients_.at(socket);
     client.look_at_clock(now);
     if (!client.doomed().empty()) over.push_back(socket);
   }
   for (const std::int32_t socket : over) {
-    by_slave_[slave].erase(socket);
+    by_slave_[slave.get()].erase(socket);
     end(socket);
   }
 }
 
-void NativeServer::end(std::int32_t socket) {
+// The big box lets go of sockets without closing them.
+void NativeServer::end(kiv::SocketId socket) {
   const auto found = clients_.find(socket);
   if (found != clients_.end()) {
     const std::unique_ptr<NativeClient> client = std::move(found->second);
     clients_.erase(found);
-    kiv_bigbox_DeleteSock(shared_.box, socket);
-    if (client && log_ != nullptr) {
-      zu_log_notice(log_, "%s (%s) ended: %s\n", client->peer().c_str(), client->name().c_str(),
-                    client->doomed().c_str());
+    shared_.box.remove(socket);
+    if (client && log_) {
+      log_.notice(client->peer() + " (" + client->name() + ") ended: " + client->doomed() + '\n');
     }
     if (client && !client->name().empty()) shared_.room->leave(client->name());
   }
-  close_socket(socket);
-}
-
-// The big box lets go of sockets without closing them. The master, as their owner, closes them.
-void NativeServer::close_socket(std::int32_t socket) {
-  kiv_box* const master = kiv_bigbox_GetMasterBox(shared_.box);
-  kiv_box_AcceptTcpClient(master, socket, nullptr, nullptr, nullptr, nullptr);
-  kiv_box_DeleteSock(master, socket);
+  shared_.box.close_removed(socket);
 }
 
 }  // namespace chat

@@ -11,15 +11,15 @@
 #include <set>
 #include <string>
 
-#include "kiv_base/base.h"
+#include "kiv_base/cpp/runtime.hpp"
 #include "native_client.h"
 
 namespace chat {
 
 class NativeServer {
  public:
-  // The room and the log, which may be NULL, outlive the server.
-  NativeServer(Room& room, zu_log* log, const NativeLimits& limits);
+  // The room and the log, which may be null, outlive the server.
+  NativeServer(Room& room, kiv::LogRef log, const NativeLimits& limits);
   // Returns when its threads run no callback any more.
   ~NativeServer();
   NativeServer(const NativeServer&) = delete;
@@ -31,23 +31,21 @@ class NativeServer {
   std::size_t clients() const;
 
  private:
-  static void KIV_CALL on_accept(void* box, void* user, std::int32_t listener, std::int32_t socket,
-                                 const char* peer_ip, std::uint16_t peer_port);
-  static void KIV_CALL on_read(void* box, void* user, std::int32_t socket, char* data,
-                               std::int32_t length);
-  static void KIV_CALL on_close(void* box, void* user, std::int32_t socket);
-  static void KIV_CALL on_writable(void* box, void* user, std::int32_t socket);
-  static void KIV_CALL on_tick(void* slave, void* user, std::int32_t timer, std::int32_t times);
+  void on_accept(kiv::BigBoxRef box, kiv::SocketId listener, kiv::SocketId socket,
+                 kiv::TextRef peer_ip, std::uint16_t peer_port);
+  void on_read(kiv::BigBoxRef box, kiv::SocketId socket, std::string_view data);
+  void on_close(kiv::BigBoxRef box, kiv::SocketId socket);
+  void on_writable(kiv::BigBoxRef box, kiv::SocketId socket);
+  void on_tick(kiv::BoxRef slave, kiv::TimerId timer, std::int32_t times);
 
-  void accept(std::int32_t socket, const char* peer_ip, std::uint16_t peer_port);
+  void accept(kiv::SocketId socket, kiv::TextRef peer_ip, std::uint16_t peer_port);
   template <typename Step>
-  static void serve(void* user, Step step);
-  void end_doomed(kiv_box* slave);
-  void end(std::int32_t socket);
-  void close_socket(std::int32_t socket);
+  void serve(kiv::SocketId socket, Step step);
+  void end_doomed(kiv::BoxRef slave);
+  void end(kiv::SocketId socket);
 
   NativeShared shared_;
-  zu_log* log_;
+  kiv::LogRef log_;
   std::map<std::int32_t, std::unique_ptr<NativeClient>> clients_;  // by socket
   std::map<kiv_box*, std::set<std::int32_t>> by_slave_;
 };

@@ -2,27 +2,24 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <string>
 
 #include "../http_files/folder.h"
-#include "kiv_base/base.h"
-#include "kiv_base/system.h"
+#include "kiv_base/cpp/process.hpp"
 
 namespace chat {
 namespace {
 
 // The settings are the file's alone: a service has no command line that people see.
 bool install(const Options& options) {
-  const std::unique_ptr<char, decltype([](char* text) { _zu_free(text); })> program(
-      zu_GetExecutablePath());
+  const kiv::Text program = kiv::executable_path();
   if (!program || options.config_file.empty()) {
     std::fprintf(stderr, "chat: a service needs its --config FILE\n");
     return false;
   }
   const std::string config = http_files::to_utf8(std::filesystem::absolute(options.config_file));
-  const char* const command[] = {program.get(), "--config", config.c_str(),
-                                 "--service",   "run",      nullptr};
+  const char* const command[] = {program.c_str(), "--config", config.c_str(),
+                                 "--service",     "run",      nullptr};
   return zu_service_install(kService, "Chat host", command, 1) == 1;
 }
 

@@ -3,11 +3,9 @@
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <memory>
 
 #include "../http_files/text.h"
-#include "kiv_base/base.h"
-#include "kiv_base/system.h"
+#include "kiv_base/cpp/config.hpp"
 
 namespace chat {
 namespace {
@@ -65,11 +63,9 @@ Takers takers(const std::string& file, Options& options) {
 }
 
 // A value without the blanks around it, or what it has in quotes.
-std::string plain(const char* value) {
-  const std::unique_ptr<char, void (*)(void*)> unquoted(__GetProfileString(value),
-                                                        [](void* old) { _zu_free(old); });
-  std::string text = unquoted ? unquoted.get() : "";
-  if (std::string_view(value).find('"') != std::string_view::npos) return text;
+std::string plain(kiv::TextRef value) {
+  const std::string text(kiv::ConfigRef::unquoted(value).view());
+  if (value.view().find('"') != std::string_view::npos) return text;
   const auto first = text.find_first_not_of(" \t\r");
   return first == std::string::npos
              ? ""
@@ -80,22 +76,19 @@ std::string plain(const char* value) {
 
 // Walks the file and not the takers, so that a misspelt name is found, too.
 std::string read_settings(const std::string& file, Options& options) {
-  const std::unique_ptr<zu_config, void (*)(zu_config*)> config(
-      zu_config_make(file.c_str()), [](zu_config* old) { zu_config_free(old); });
+  const kiv::Config config = kiv::Config::open(file);
   if (!config) return file + ": it cannot be read";
   const Takers known = takers(file, options);
-  const char* group = nullptr;
-  zu_config_GroupRewind(config.get());
-  while (zu_config_GroupGetNext(config.get(), &group) == 1) {
-    const auto keys = known.find(group);
-    if (keys == known.end()) return file + ": [" + group + "]: there is no such group";
-    const char *key = nullptr, *value = nullptr;
-    zu_config_KeyRewind(config.get(), group);
-    while (zu_config_KeyGetNext(config.get(), &key, &value) == 1) {
-      const auto take = keys->second.find(key);
+  config.rewind_groups();
+  while (const kiv::TextRef group = config.next_group()) {
+    const auto keys = known.find(group.c_str());
+    if (keys == known.end()) return file + ": [" + group.c_str() + "]: there is no such group";
+    config.rewind_keys(group);
+    while (const auto entry = config.next_key()) {
+      const auto take = keys->second.find(entry->key.c_str());
       const std::string wrong =
-          take == keys->second.end() ? "there is no such key" : take->second(plain(value));
-      if (!wrong.empty()) return origin(file, group, key) + wrong;
+          take == keys->second.end() ? "there is no such key" : take->second(plain(entry->value));
+      if (!wrong.empty()) return origin(file, group.c_str(), entry->key.c_str()) + wrong;
     }
   }
   return {};

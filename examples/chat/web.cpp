@@ -7,7 +7,7 @@
 
 #include "../http_files/request.h"
 #include "../http_files/text.h"
-#include "kiv_base/http.h"
+#include "kiv_base/cpp/http.hpp"
 #include "message_text.h"
 #include "page.h"
 
@@ -35,21 +35,14 @@ std::string new_token() {
 
 // A value of a form or a query; empty when it is missing.
 std::string form_value(const std::string& form, const char* name) {
-  kiv_http_table* const table = kiv_http_table_ParseFormStr(form.c_str());
-  const char* const value = kiv_http_table_GetFormRaw(table, name);
-  std::string found = value == nullptr ? "" : value;
-  kiv_http_table_free(table);
-  return found;
+  const kiv::HttpTable table = kiv::HttpTable::parse_form(form);
+  return std::string(table.form(name).view());
 }
 
 void append_body(std::string& text, http_files::Head head, const std::string& body, bool is_head) {
   head.length = body.size();
   append_head(text, head);
   if (!is_head) text += body;
-}
-
-void KIV_CALL on_news(void*, void* web, std::int32_t, std::int32_t) {
-  static_cast<Web*>(web)->on_turn();
 }
 
 const char* kind_name(Kind kind) {
@@ -67,11 +60,12 @@ void append_message(std::string& json, const Message& message) {
 
 }  // namespace
 
-Web::Web(Room& room, kiv_box* box, bool is_public) : room_(room), box_(box), is_public_(is_public) {
+Web::Web(Room& room, kiv::BoxRef box, bool is_public)
+    : room_(room), box_(box), is_public_(is_public) {
   room_.listen([this](const Message&) {
     if (has_news_) return;
     has_news_ = true;
-    kiv_box_NewOnceTimer(box_, 1, on_news, this);
+    box_.once(1, kiv::bind<&Web::on_news>(*this));
   });
 }
 

@@ -19,6 +19,7 @@
 #include "../http_files/application.h"
 #include "../http_files/response.h"
 #include "../http_files/server.h"
+#include "kiv_base/cpp/box.hpp"
 #include "room.h"
 
 namespace chat {
@@ -26,7 +27,7 @@ namespace chat {
 class Web : public http_files::Application {
  public:
   // Room and box outlive it. Hosts other than this machine are accepted with `is_public` only.
-  Web(Room& room, kiv_box* box, bool is_public);
+  Web(Room& room, kiv::BoxRef box, bool is_public);
   // The server whose application this is.
   void use(http_files::Server& server) { server_ = &server; }
 
@@ -54,10 +55,11 @@ class Web : public http_files::Application {
   Answering poll(http_files::Connection& connection, const std::string& query,
                  const http_files::Head& head, std::string& text, int& status);
   std::string events(std::uint64_t since) const;
+  void on_news(kiv::BoxRef, kiv::TimerId, std::int32_t) { on_turn(); }
   void let_go_of_the_silent(Clock::time_point now);
 
   Room& room_;
-  kiv_box* box_;
+  kiv::BoxRef box_;
   bool is_public_;
   http_files::Server* server_ = nullptr;
   std::map<std::string, Visitor> visitors_;  // by token

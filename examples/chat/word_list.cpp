@@ -25,11 +25,11 @@ bool WordList::load(const std::string& path) {
 }
 
 bool WordList::marks(const std::string& text) {
-  return kiv_filter_IsHit(filter_.get(), lower(text).c_str()) == 1;
+  return filter_.hits(lower(text));
 }
 
 bool WordList::add(const std::string& word) {
-  return kiv_filter_insert(filter_.get(), lower(word).c_str(), "") == 1;
+  return filter_.insert(lower(word));
 }
 
 }  // namespace chat

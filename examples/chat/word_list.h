@@ -1,17 +1,14 @@
 // Words that mark a message.
 #pragma once
 
-#include <memory>
 #include <string>
 
-#include "kiv_base/protocol.h"
+#include "kiv_base/cpp/packet.hpp"
 
 namespace chat {
 
 class WordList {
  public:
-  WordList() : filter_(kiv_filter_malloc()) {}
-
   // Takes the words of a file, one a line; lines that begin with "#" are skipped. False when it
   // cannot be read.
   bool load(const std::string& path);
@@ -21,10 +18,7 @@ class WordList {
   bool marks(const std::string& text);
 
  private:
-  struct Free {
-    void operator()(kiv_filter* filter) const { kiv_filter_free(filter); }
-  };
-  std::unique_ptr<kiv_filter, Free> filter_;
+  kiv::KeywordFilter filter_ = kiv::KeywordFilter::make();
 };
 
 }  // namespace chat
