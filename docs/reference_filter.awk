@@ -95,6 +95,7 @@ function take_comment(    title) {
     title = body[1]
     sub(/^---- /, "", title)
     sub(/ *-*$/, "", title)
+    if (title ~ /^[a-z]+ /) title = toupper(substr(title, 1, 1)) substr(title, 2)
     open_topic(title)
   } else {
     pending = text_of(1)
