@@ -13,7 +13,9 @@ fenced || FILENAME ~ /design\.md$/ {
   gsub(/%/, "%%", text)
   while (match(text, /`_*(kivx?|zu)_[A-Za-z0-9_]*`/)) {
     name = substr(text, RSTART + 1, RLENGTH - 2)
-    span = name == "kiv_base" || name ~ /_$/ && name !~ /_ext_$/ ? "`" name "`" : "<code>@ref " name " \"" name "\"</code>"
+    # A prefix of names is none, and neither is the library's own.
+    if (name == "kiv_base" || name ~ /_$/) span = "`" name "`"
+    else span = "<code>@ref " name " \"" name "\"</code>"
     out = out substr(text, 1, RSTART - 1) span
     text = substr(text, RSTART + RLENGTH)
   }
