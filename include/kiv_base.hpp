@@ -12,7 +12,9 @@
 //   box.loop();
 //
 // A class owns its object (`Box`, null after a move and for a maker that failed), its reference
-// borrows it (`BoxRef`) and has the operations; get() is the C handle of either.
+// borrows it (`BoxRef`) and has the operations; get() is the C handle of either. What C++ has
+// itself, the containers among it, and the layers below (zu_box_*, zu_sock_*) have no face: call
+// them in C.
 #ifndef KIV_BASE_HPP
 #define KIV_BASE_HPP
 

@@ -64,7 +64,7 @@ Takers takers(const std::string& file, Options& options) {
 
 // A value without the blanks around it, or what it has in quotes.
 std::string plain(kiv::TextRef value) {
-  const std::string text(kiv::ConfigRef::unquoted(value).view());
+  std::string text(kiv::ConfigRef::unquoted(value).view());
   if (value.view().find('"') != std::string_view::npos) return text;
   const auto first = text.find_first_not_of(" \t\r");
   return first == std::string::npos

@@ -118,7 +118,7 @@ struct ClientCallbacks {
   OnRead on_read = {};
   OnSocket on_close = {};
 
-  // From the public members of these names that the handler has.
+  // From the public members of these names that the handler has, one function each.
   template <typename Handler>
   static constexpr ClientCallbacks of(Handler& handler) noexcept {
     ClientCallbacks callbacks;

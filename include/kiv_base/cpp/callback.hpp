@@ -82,6 +82,10 @@ concept CallableFor =
     std::is_class_v<Callable> && !std::is_same_v<std::remove_const_t<Callable>, Self> &&
     accepts<Callable&, Signature>;
 
+template <typename Callable, typename Self, typename Signature>
+concept StatelessFor = CallableFor<Callable, Self, Signature> && std::is_empty_v<Callable> &&
+    std::default_initializable<Callable>;
+
 // A Kind names the C type, `Function`, and what the application's callable gets, `Signature`; its
 // `call` is the function that the library calls.
 template <typename Kind>
@@ -95,9 +99,8 @@ class Callback {
       : function_(Kind::template call<CallableObject<Callable>>),
         argument_(const_cast<std::remove_const_t<Callable>*>(std::addressof(callable))) {}
 
-  template <CallableFor<Callback, typename Kind::Signature> Callable>
-  requires std::is_empty_v<Callable> && std::default_initializable<Callable>
-  constexpr Callback(Callable&&) noexcept
+  template <StatelessFor<Callback, typename Kind::Signature> Callable>
+  constexpr Callback(const Callable&) noexcept
       : function_(Kind::template call<StatelessCallable<Callable>>) {}
 
   template <auto Member, typename Object>

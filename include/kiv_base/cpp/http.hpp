@@ -180,7 +180,7 @@ struct HttpRequestCallbacks {
   Callback<HttpResponseKind> on_response = {};
   Callback<HttpSocketKind> on_close = {};
 
-  // From the public members of these names that the handler has.
+  // From the public members of these names that the handler has, one function each.
   template <typename Handler>
   static constexpr HttpRequestCallbacks of(Handler& handler) noexcept {
     HttpRequestCallbacks callbacks;
@@ -328,7 +328,7 @@ struct TunnelCallbacks {
   Callback<TunnelDataKind> on_data = {};
   Callback<TunnelSocketKind> on_close = {};
 
-  // From the public members of these names that the handler has.
+  // From the public members of these names that the handler has, one function each.
   template <typename Handler>
   static constexpr TunnelCallbacks of(Handler& handler) noexcept {
     TunnelCallbacks callbacks;

@@ -70,9 +70,13 @@ class BasicBuffer {
   constexpr BasicBuffer(void* bytes, Size size) noexcept
       : bytes_(static_cast<char*>(bytes)), size_(size) {}
   constexpr BasicBuffer(char* bytes, Size size) noexcept : bytes_(bytes), size_(size) {}
-  // Arrays, vectors, strings and spans of bytes.
+  // Arrays, vectors and strings of bytes; what only points at its bytes, as a span, may be gone.
   template <BytesForAnother<BasicBuffer> Target>
-  constexpr BasicBuffer(Target&& target) noexcept
+  constexpr BasicBuffer(Target& target) noexcept
+      : BasicBuffer(static_cast<void*>(std::data(target)), narrow(std::size(target))) {}
+  template <typename Target>
+  requires BytesForAnother<const Target, BasicBuffer>
+  constexpr BasicBuffer(const Target& target) noexcept
       : BasicBuffer(static_cast<void*>(std::data(target)), narrow(std::size(target))) {}
 
   constexpr char* data() const noexcept { return bytes_; }

@@ -58,7 +58,7 @@ struct UvClientCallbacks {
   Callback<UvClientKind<>> on_lost = {};
   Callback<UvClientForeignKind<>> on_foreign = {};
 
-  // From the public members of these names that the handler has.
+  // From the public members of these names that the handler has, one function each.
   template <typename Handler>
   static constexpr UvClientCallbacks of(Handler& handler) noexcept {
     UvClientCallbacks callbacks;
