@@ -209,6 +209,7 @@ TEST(Face, HttpTextsAreRead) {
   EXPECT_TRUE(Uri::resolve("../x", "http://h/a/b") == "http://h/x");
   EXPECT_FALSE(Uri::parse("http://[").host());
   EXPECT_TRUE(url_escape("a b") == "a+b" && url_unescape("a+b") == "a b");
+  EXPECT_TRUE(url_escape(std::string_view("ab").substr(1, 0)) == "");
   std::array<char, 8> small{};
   EXPECT_EQ(base64_encode(small, "123456"), -1) << "needs 9 bytes";
   EXPECT_EQ(base64_encode(small, "12345"), -1);

@@ -61,7 +61,9 @@ class LogRef : public Ref<zu_log> {
  private:
   template <typename Print>
   bool put(Print print, Data text) const noexcept {
-    return print(object_, "%.*s", static_cast<int>(text.size()), text.data()) == 1;
+    // A precision below 0 would be none.
+    return text.size() >= 0 &&
+           print(object_, "%.*s", static_cast<int>(text.size()), text.data()) == 1;
   }
 };
 

@@ -56,13 +56,13 @@ class UriRef : public Ref<const kiv_uri> {
 
 // ---- Text encodings -----------------------------------------------------------------------------
 
-// New texts; null for null, a length out of range, and without memory. Empty data reads up to its
-// terminating zero, so give it one.
+// New texts; null for a length out of range, and without memory. For C, no length would mean all up
+// to a zero.
 inline Text url_escape(Data text) noexcept {
-  return Text(zu_url_escape_malloc(text.data(), text.size()));
+  return Text(zu_url_escape_malloc(text.empty() ? "" : text.data(), text.size()));
 }
 inline Text url_unescape(Data text) noexcept {
-  return Text(zu_url_unescape_malloc(text.data(), text.size()));
+  return Text(zu_url_unescape_malloc(text.empty() ? "" : text.data(), text.size()));
 }
 // The number of characters before the zero; -1 on failure, also when the buffer is too small.
 inline std::int32_t base64_encode(Buffer to, Data bytes) noexcept {
