@@ -42,7 +42,8 @@ install(FILES ${PROJECT_BINARY_DIR}/kiv_base.pc
 
 # The README's references to docs/ and examples/ hold there too. The manual, if it was made.
 install(FILES README.md TYPE DOC COMPONENT doc)
-install(DIRECTORY docs TYPE DOC COMPONENT doc FILES_MATCHING PATTERN *.md PATTERN *.c)
+install(DIRECTORY docs TYPE DOC COMPONENT doc
+  FILES_MATCHING PATTERN *.md PATTERN *.c PATTERN *.cpp PATTERN *.svg)
 install(DIRECTORY examples TYPE DOC COMPONENT doc
   PATTERN tests EXCLUDE PATTERN check.sh EXCLUDE)
 install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/html

@@ -1,12 +1,16 @@
-# Takes what users receive into an empty folder and builds and runs an outside project against it.
+# Takes what users receive into an empty folder and builds an outside project against it.
 #
 #   cmake -D FROM=install     as installed
 #         -D FROM=subfolder   the library's folder, configured only
+#         -D FROM=deb         from both Debian packages
+#         -D FROM=zip         from the archive for Windows
 #         -D FROM=microsoft   as installed, by a compiler and linker that follow Microsoft's
 #         -P check_package.cmake
+#   and after it, for all but `subfolder` and `microsoft`, with -D RUN=ON to run the programs
 #
 # BUILD, SOURCE: the folders of the library; FOLDER: for all that is made here; CC, OBJDUMP,
-# PROCESSOR, TOOLCHAIN, EMULATOR, CONFIG: as the library was built.
+# PROCESSOR, TOOLCHAIN, EMULATOR, CONFIG: as the library was built; MANUAL: whether the manual can
+# be made.
 cmake_minimum_required(VERSION 3.25)
 
 function(run)
@@ -17,6 +21,15 @@ function(run)
   endif()
 endfunction()
 
+if(RUN)
+  file(GLOB programs LIST_DIRECTORIES false ${FOLDER}/outside/in_*)
+  set(ENV{LD_LIBRARY_PATH} ${FOLDER})  # for the one without a run path
+  foreach(program ${programs} ${FOLDER}/plain.exe)
+    run(${EMULATOR} ${program})
+  endforeach()
+  return()
+endif()
+
 set(root ${FOLDER}/root)
 file(REMOVE_RECURSE ${FOLDER})
 file(MAKE_DIRECTORY ${root})
@@ -24,15 +37,28 @@ if(FROM MATCHES "install|microsoft")
   run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${FOLDER}/before_it_moved)
   file(REMOVE_RECURSE ${root})
   file(RENAME ${FOLDER}/before_it_moved ${root})
+elseif(FROM MATCHES "deb|zip")
+  run(${CMAKE_CPACK_COMMAND} --config ${BUILD}/CPackConfig.cmake -B ${FOLDER})
+  file(GLOB packages ${FOLDER}/*.${FROM})
+  foreach(package ${packages})
+    if(FROM STREQUAL deb)
+      run(dpkg-deb -x ${package} ${root})
+    else()
+      file(ARCHIVE_EXTRACT INPUT ${package} DESTINATION ${root})
+    endif()
+  endforeach()
+  file(GLOB root ${root}/*)
+  file(GLOB_RECURSE manual ${root}/index.html)
+  if(MANUAL AND NOT manual)
+    message(FATAL_ERROR "The manual is not in ${packages}")
+  endif()
 endif()
 
-string(REPLACE ";" "\\;" emulator "${EMULATOR}")
 set(outside ${CMAKE_COMMAND} -S ${SOURCE}/tests/outside_project -B ${FOLDER}/outside -G Ninja
   -D CMAKE_BUILD_TYPE=${CONFIG} -D CMAKE_PREFIX_PATH=${root})
-set(our_tools -D CMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -D CMAKE_CROSSCOMPILING_EMULATOR=${emulator})
 if(FROM STREQUAL subfolder)
   # Not built: that would be the library once more.
-  run(${outside} ${our_tools} -D KIV_BASE_FOLDER=${SOURCE})
+  run(${outside} -D CMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -D KIV_BASE_FOLDER=${SOURCE})
   return()
 endif()
 if(FROM STREQUAL microsoft)
@@ -56,9 +82,8 @@ if(FROM STREQUAL microsoft)
   return()
 endif()
 
-run(${outside} ${our_tools})
+run(${outside} -D CMAKE_TOOLCHAIN_FILE=${TOOLCHAIN})
 run(${CMAKE_COMMAND} --build ${FOLDER}/outside)
-run(${CMAKE_CTEST_COMMAND} --test-dir ${FOLDER}/outside --output-on-failure)
 
 # The example programs stand alone where they are delivered.
 file(GLOB_RECURSE examples ${root}/echo.cpp)
@@ -75,9 +100,5 @@ execute_process(COMMAND pkg-config --cflags --libs kiv_base OUTPUT_VARIABLE flag
   OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 separate_arguments(flags)
 run(${CC} ${SOURCE}/tests/outside_project/program.c ${flags} -o ${FOLDER}/plain.exe)
-if(EMULATOR OR NOT TOOLCHAIN)
-  file(GLOB_RECURSE libraries ${root}/libkiv_base.so.1 ${root}/kiv_base.dll)
-  file(COPY ${libraries} DESTINATION ${FOLDER} FOLLOW_SYMLINK_CHAIN)
-  set(ENV{LD_LIBRARY_PATH} ${FOLDER})
-  run(${EMULATOR} ${FOLDER}/plain.exe)
-endif()
+file(GLOB_RECURSE libraries ${root}/libkiv_base.so.1 ${root}/kiv_base.dll)
+file(COPY ${libraries} DESTINATION ${FOLDER} FOLLOW_SYMLINK_CHAIN)
