@@ -18,12 +18,12 @@ static void KIV_CALL on_server_close(void* box, void* argument, int32_t socket) 
 
 static void KIV_CALL on_accept(void* box, void* argument, int32_t listener, int32_t socket,
                                const char* peer_ip, uint16_t peer_port) {
+  int32_t adopted;
   (void)argument, (void)listener, (void)peer_port;
   printf("server: a client from %s\n", peer_ip);
-  if (kiv_box_AcceptTcpClient((kiv_box*)box, socket, on_server_read, NULL, on_server_close, NULL) <
-      0) {
-    printf("server: no room for it\n");
-  }
+  adopted =
+      kiv_box_AcceptTcpClient((kiv_box*)box, socket, on_server_read, NULL, on_server_close, NULL);
+  if (adopted < 0) printf("server: no room for it\n");
 }
 
 /* The client's end. */
