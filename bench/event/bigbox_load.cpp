@@ -271,7 +271,8 @@ int main(int argc, char** argv) {
     for (const int connections : {1, 100, 1000, 10000}) {
       // A box waits for 1022 sockets beside its own two.
       if (connections > threads * 1022) continue;
-      if (only_threads > 0 && (threads != only_threads || connections != only_connections)) continue;
+      if (only_threads > 0 && (threads != only_threads || connections != only_connections))
+        continue;
       if (limit.rlim_max < static_cast<rlim_t>(connections) + 100) {
         std::printf("%d connections: the limit of descriptors is %lu\n", connections,
                     static_cast<unsigned long>(limit.rlim_max));
