@@ -69,7 +69,9 @@ TEST_P(Date, WritesTheLocalTimeLabelledGmt) {
     EXPECT_EQ(time, zu_DateParse(text));
     _zu_free(text);
   }
-  if (sizeof(zu_time) == 8) EXPECT_EQ(nullptr, zu_GetGMTString(INTPTR_MAX));
+  if (sizeof(zu_time) == 8) {
+    EXPECT_EQ(nullptr, zu_GetGMTString(INTPTR_MAX));
+  }
 }
 
 TEST_P(Date, TellsTheLocalTime) {
