@@ -54,27 +54,24 @@ std::int32_t get_option(std::int32_t socket, int option, int* value) {
                     &size);
 }
 
-// A socket kept for the moment when there are no others left.
-std::atomic<SOCKET> spare{INVALID_SOCKET};
-
-void drop_spare() {
-  const SOCKET freed = spare.exchange(INVALID_SOCKET);
-  if (freed != INVALID_SOCKET) closesocket(freed);
-}
+// A handle kept for the moment when there are no others left.
+std::atomic<HANDLE> spare{INVALID_HANDLE_VALUE};
 
 void keep_spare() {
-  if (spare.load(std::memory_order_relaxed) != INVALID_SOCKET) return;
-  const SOCKET fresh = ::socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP);
-  if (fresh == INVALID_SOCKET) return;
-  SetHandleInformation(reinterpret_cast<HANDLE>(fresh), HANDLE_FLAG_INHERIT, 0);
-  SOCKET none = INVALID_SOCKET;
-  if (!spare.compare_exchange_strong(none, fresh)) closesocket(fresh);
+  if (spare.load(std::memory_order_relaxed) != INVALID_HANDLE_VALUE) return;
+  const HANDLE fresh = CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                   nullptr, OPEN_EXISTING, 0, nullptr);
+  HANDLE none = INVALID_HANDLE_VALUE;
+  if (fresh != INVALID_HANDLE_VALUE && !spare.compare_exchange_strong(none, fresh)) {
+    CloseHandle(fresh);
+  }
 }
 
-// Uses the spare socket to take a waiting connection off the listener and drop it. Tells whether
+// Uses the spare handle to take a waiting connection off the listener and drop it. Tells whether
 // there was one.
 bool drop_connection(SOCKET listener) {
-  drop_spare();
+  const HANDLE freed = spare.exchange(INVALID_HANDLE_VALUE);
+  if (freed != INVALID_HANDLE_VALUE) CloseHandle(freed);
   const SOCKET dropped = accept(listener, nullptr, nullptr);
   if (dropped != INVALID_SOCKET) closesocket(dropped);
   keep_spare();
@@ -94,7 +91,6 @@ bool network_start() noexcept {
 }
 
 void network_stop() noexcept {
-  drop_spare();
   WSACleanup();
 }
 
