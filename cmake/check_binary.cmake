@@ -4,6 +4,9 @@
 #     its exported names are those of the file NAMES, undecorated, no more and no fewer
 #   cmake -D BINARY=... -D OBJDUMP=... -D NEEDS="a b"  -P check_binary.cmake
 #     it loads no other libraries than these; case does not count
+#   cmake -D BINARY=... -D OBJDUMP=... -D IMPORTS=... -D FORMAT=pei-i386  -P check_binary.cmake
+#     a Windows library of this format, which may be loaded anywhere, whose data is not run, that
+#     tells its version, and that takes no names from the system but those of the file IMPORTS
 cmake_minimum_required(VERSION 3.25)
 
 function(objdump option out)
@@ -48,4 +51,23 @@ if(NEEDS)
   string(TOLOWER "${NEEDS}" allowed)
   separate_arguments(allowed)
   report_difference("${needed}" "${allowed}" "needs")
+endif()
+
+if(IMPORTS)
+  file(STRINGS ${IMPORTS} allowed REGEX "^[A-Za-z_]")
+  objdump(-p headers)
+  foreach(sign "file format ${FORMAT}\n" "DYNAMIC_BASE" "NX_COMPAT"
+      "Entry 2 [0-9a-f]*[1-9a-f][0-9a-f]* [0-9a-f]+ Resource Directory"
+      "Entry 5 [0-9a-f]*[1-9a-f][0-9a-f]* [0-9a-f]+ Base Relocation Directory")
+    if(NOT headers MATCHES "${sign}")
+      message(FATAL_ERROR "${BINARY} has no ${sign}")
+    endif()
+  endforeach()
+  string(REGEX REPLACE ".*The Import Tables|The Export Tables.*" "" headers "${headers}")
+  string(REGEX MATCHALL "\n\t[0-9a-f]+\t +[0-9]+  [^ \n]+" lines "${headers}")
+  list(TRANSFORM lines REPLACE ".* " "" OUTPUT_VARIABLE imported)
+  report_difference("${imported}" "${allowed}" "takes names beyond ${IMPORTS}")
+  file(SIZE ${BINARY} bytes)
+  list(LENGTH imported count)
+  message(STATUS "${count} names imported, ${bytes} bytes")
 endif()

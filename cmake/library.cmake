@@ -45,6 +45,9 @@ add_library(kiv_base::kiv_base ALIAS kiv_base)
 target_include_directories(kiv_base INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
 set_target_properties(kiv_base PROPERTIES LINKER_LANGUAGE CXX)
 if(WIN32)
+  enable_language(RC)
+  configure_file(platform/win32/version.rc.in ${PROJECT_BINARY_DIR}/version.rc @ONLY)
+  target_sources(kiv_base PRIVATE ${PROJECT_BINARY_DIR}/version.rc)
   set_target_properties(kiv_base PROPERTIES PREFIX "" LINK_DEPENDS ${PROJECT_BINARY_DIR}/kiv_base.def)
   target_link_options(kiv_base PRIVATE ${PROJECT_BINARY_DIR}/kiv_base.def
     -static -static-libgcc -static-libstdc++ -Wl,--dynamicbase -Wl,--nxcompat
