@@ -117,8 +117,7 @@ static void a_callee_that_cleans_is_noticed(void) {
 static uintptr_t first_place;
 static int visits, other_places;
 static void CALLER_CLEANS visit(void* data, void* user) {
-  volatile char here = 0;
-  const uintptr_t place = (uintptr_t)&here;
+  const uintptr_t place = (uintptr_t)__builtin_frame_address(0);
   if (visits++ == 0) first_place = place;
   if (place != first_place || data != user) ++other_places;
 }
