@@ -7,6 +7,8 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "check.h"
+
 #ifdef _WIN32
 #include <windows.h>
 typedef HMODULE module_t;
@@ -32,16 +34,6 @@ static void* find(module_t module, const char* name) {
 typedef uintptr_t word;
 
 static module_t library;
-static int failures = 0;
-
-#define CHECK(condition)                                            \
-  do {                                                              \
-    if (!(condition)) {                                             \
-      ++failures;                                                   \
-      fprintf(stderr, "line %d fails: %s\n", __LINE__, #condition); \
-    }                                                               \
-  } while (0)
-
 /* Calls a function with eight words; `moved` is by how many bytes the stack is off afterwards. */
 static word call_words(void* function, const word* words, intptr_t* moved) {
 #if defined(__i386__)

@@ -1,18 +1,8 @@
 /* One call of every family from plain C, through the umbrella header and the built library. */
-#include <stdio.h>
 #include <string.h>
 
+#include "check.h"
 #include "kiv_base.h"
-
-static int failures = 0;
-
-#define CHECK(condition)                                            \
-  do {                                                              \
-    if (!(condition)) {                                             \
-      ++failures;                                                   \
-      fprintf(stderr, "line %d fails: %s\n", __LINE__, #condition); \
-    }                                                               \
-  } while (0)
 
 static void runtime_and_containers(void) {
   int one = 1, two = 2;
