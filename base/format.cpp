@@ -13,7 +13,7 @@ void format_within(char* out, std::size_t room, const char* format,
   if (std::vsnprintf(out, room + 1, format, arguments) < 0) {
     // How much was written is not told: start over from zeroes, as the buffer holds an older text.
     std::memset(out, 0, room + 1);
-    (void)std::vsnprintf(out, room + 1, format, again);
+    (void)std::vsnprintf(out, room + 1, format, again);  // NOLINT(*-valist.Uninitialized): va_copy
   }
   out[room] = '\0';
   va_end(again);

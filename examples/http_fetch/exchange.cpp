@@ -32,7 +32,7 @@ void set_request(Object* object, const Target& target, const Settings& settings,
   }
 }
 
-class Direct : public Exchange {
+class Direct final : public Exchange {
  public:
   Direct(const Target& target, const Settings& settings, bool with_form, Listener& listener)
       : target_(target), listener_(listener), request_(kiv_http_request_make()) {
@@ -80,7 +80,7 @@ class Direct : public Exchange {
   bool has_answered_ = false;
 };
 
-class Tunnelled : public Exchange {
+class Tunnelled final : public Exchange {
  public:
   Tunnelled(const Target& target, const Settings& settings, bool with_form, Listener& listener)
       : target_(target),

@@ -3,6 +3,9 @@
  * watches the stack meanwhile: callers clean it, and so must the library for callbacks.
  *
  *   by_name LIBRARY FILE_OF_NAMES */
+#if !defined(_WIN32)
+#define _POSIX_C_SOURCE 200112L /* clock_gettime */
+#endif
 #include <stdint.h>
 #include <stdio.h>
 #include <string.h>
@@ -18,15 +21,27 @@ static module_t load(const char* path) {
 static void* find(module_t module, const char* name) {
   return (void*)(intptr_t)GetProcAddress(module, name);
 }
+static double milliseconds(void) {
+  LARGE_INTEGER ticks, per_second;
+  QueryPerformanceCounter(&ticks);
+  QueryPerformanceFrequency(&per_second);
+  return 1e3 * (double)ticks.QuadPart / (double)per_second.QuadPart;
+}
 #define CALLER_CLEANS __cdecl
 #else
 #include <dlfcn.h>
+#include <time.h>
 typedef void* module_t;
 static module_t load(const char* path) {
   return dlopen(path, RTLD_NOW);
 }
 static void* find(module_t module, const char* name) {
   return dlsym(module, name);
+}
+static double milliseconds(void) {
+  struct timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return 1e3 * (double)now.tv_sec + 1e-6 * (double)now.tv_nsec;
 }
 #define CALLER_CLEANS
 #endif
@@ -230,10 +245,12 @@ static void every_name_is_found(const char* path) {
 }
 
 int main(int count, char** arguments) {
+  const double start = milliseconds();
   if (count != 3 || (library = load(arguments[1])) == NULL) {
     fprintf(stderr, "by_name LIBRARY FILE_OF_NAMES\n");
     return 1;
   }
+  printf("loaded in %.2f ms\n", milliseconds() - start);
 #if defined(__i386__)
   a_callee_that_cleans_is_noticed();
 #endif
