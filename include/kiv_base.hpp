@@ -12,9 +12,10 @@
 //   box.loop();
 //
 // A class owns its object (`Box`, null after a move and for a maker that failed), its reference
-// borrows it (`BoxRef`) and has the operations; get() is the C handle of either. What C++ has
-// itself, the containers among it, and the layers below (zu_box_*, zu_sock_*) have no face: call
-// them in C.
+// borrows it (`BoxRef`) and has the operations; get() is the C handle of either. No face, to be
+// called in C, have: what C++ has itself, such as containers, pools and texts; the layers below
+// (zu_box_*, zu_sock_*, the object registry); the console trace, terminal input, and the steering
+// of services (run_service runs one).
 #ifndef KIV_BASE_HPP
 #define KIV_BASE_HPP
 

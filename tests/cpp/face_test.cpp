@@ -25,7 +25,13 @@ static_assert(!std::is_convertible_v<std::string_view, TextRef>);
 inline constexpr auto capturing = [](int& count) { return [&count](auto...) { ++count; }; };
 using Capturing = decltype(capturing(std::declval<int&>()));
 static_assert(!std::is_convertible_v<Capturing, OnTimer> &&
-              std::is_convertible_v<Capturing&, OnTimer>);
+              !std::is_convertible_v<const Capturing, OnTimer> &&
+              std::is_convertible_v<const Capturing&, OnTimer>);
+// An array is bytes or a text; a literal is one of the two.
+inline constexpr char unterminated[] = {'a', 'b'};
+static_assert(!std::is_constructible_v<Data, char (&)[4]> &&
+              std::is_constructible_v<Buffer, char (&)[4]>);
+static_assert(Data(unterminated).size() == 2 && Data("a\0b").size() == 1);
 
 TEST(Face, OwnersMoveAndNullsAreHarmless) {
   Jitter one = Jitter::make(), two = Jitter::make(16, 2);
@@ -69,6 +75,8 @@ struct Talk {
     EXPECT_FALSE(box.has_socket(socket));
     box.break_loop();
   }
+  void on_failure(BoxRef box, SocketId) { box.break_loop(); }
+  void on_close(BoxRef box, SocketId) { box.break_loop(); }
 };
 
 void count_failure(BoxRef box, SocketId socket) {
@@ -108,8 +116,8 @@ TEST(Face, DatagramsReachAThreadBox) {
   peer.send_to(port, "ping");
   EXPECT_EQ(peer.receive_datagram(), "ping");
   const BoxRef remains = box;
-  box.reset();
-  while (remains.is_live()) std::this_thread::yield();
+  box.join();
+  EXPECT_FALSE(box || remains.is_live());
 }
 
 TEST(Face, BigBoxEchoes) {
@@ -238,7 +246,8 @@ TEST(Face, PacketsFiltersAndCiphers) {
 
   std::array<char, 16> key{}, bytes{};
   ASSERT_TRUE(CipherRef::make_key(key, "secret", "session"));
-  const Cipher cipher = Cipher::make(KIV_CIPHER_XTEA, key);
+  const Cipher cipher = Cipher::make(KIV_CIPHER_NONE);
+  ASSERT_TRUE(cipher.restart(KIV_CIPHER_XTEA, key));
   EXPECT_EQ(cipher.encipher(bytes, "hello"), 8);
   EXPECT_TRUE(cipher.write(Data(bytes.data(), 8)));
   EXPECT_EQ(cipher.read(bytes) + cipher.read(bytes), 8 - 1);
@@ -267,6 +276,7 @@ struct VirtualEnds {
     client.reset();
   }
   void on_failed(UvClientRef) { box.break_loop(); }
+  void on_lost(UvClientRef) { box.break_loop(); }
 };
 
 TEST(Face, VirtualConnection) {
@@ -338,6 +348,7 @@ struct Worker {
     return true;
   }
   void work() { calls += "work"; }
+  void stop() { calls += " stopped"; }
 };
 
 TEST(Face, ServiceRuns) {

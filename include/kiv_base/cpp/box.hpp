@@ -118,18 +118,14 @@ struct ClientCallbacks {
   OnRead on_read = {};
   OnSocket on_close = {};
 
-  // From the public members of these names that the handler has, one function each.
+  // From the handler's public members of these names, one function each and none missing.
   template <typename Handler>
   static constexpr ClientCallbacks of(Handler& handler) noexcept {
     ClientCallbacks callbacks;
-    if constexpr (requires { &Handler::on_connect; })
-      callbacks.on_connect = bind<&Handler::on_connect>(handler);
-    if constexpr (requires { &Handler::on_failure; })
-      callbacks.on_failure = bind<&Handler::on_failure>(handler);
-    if constexpr (requires { &Handler::on_read; })
-      callbacks.on_read = bind<&Handler::on_read>(handler);
-    if constexpr (requires { &Handler::on_close; })
-      callbacks.on_close = bind<&Handler::on_close>(handler);
+    callbacks.on_connect = bind<&Handler::on_connect>(handler);
+    callbacks.on_failure = bind<&Handler::on_failure>(handler);
+    callbacks.on_read = bind<&Handler::on_read>(handler);
+    callbacks.on_close = bind<&Handler::on_close>(handler);
     return callbacks;
   }
 };
@@ -261,7 +257,7 @@ class Box : public Owner<BoxRef, kiv_box_free> {
   static Box make() noexcept { return Box(kiv_box_new()); }
 
   // Runs the loop until it is broken; the box is freed then, and this object null. It stays where
-  // it is meanwhile: callbacks break the loop and do not destroy it.
+  // it is meanwhile: callbacks break the loop, and neither destroy it nor run it once more.
   void loop() noexcept {
     kiv_box_loop(object_);
     (void)release();
@@ -269,12 +265,20 @@ class Box : public Owner<BoxRef, kiv_box_free> {
 };
 
 // A box on a thread of its own, which runs its loop from the start. Its end breaks the loop and
-// does not wait: callbacks may still run for a moment, until is_live() of a reference is false.
+// does not wait: callbacks may still run for a moment. join() before what they use is gone.
 class ThreadBox : public Owner<BoxRef, kivx_ThreadBox_destroy> {
  public:
   using Owner::Owner;
   // Null when the thread or the box cannot be had.
   static ThreadBox make() noexcept { return ThreadBox(kivx_ThreadBox_create()); }
+
+  // Ends the box and waits, on another thread than the box's, until none of its callbacks runs. One
+  // that frees the box itself (kiv_box_free) is not waited for.
+  void join() noexcept {
+    const BoxRef box = get();
+    reset();
+    while (box.is_live()) zu_sleep(1);
+  }
 };
 
 }  // namespace kiv

@@ -86,6 +86,10 @@ template <typename Callable, typename Self, typename Signature>
 concept StatelessFor = CallableFor<Callable, Self, Signature> && std::is_empty_v<Callable> &&
     std::default_initializable<Callable>;
 
+template <typename Callable, typename Self, typename Signature>
+concept StatefulFor =
+    CallableFor<Callable, Self, Signature> && !StatelessFor<Callable, Self, Signature>;
+
 // A Kind names the C type, `Function`, and what the application's callable gets, `Signature`; its
 // `call` is the function that the library calls.
 template <typename Kind>
@@ -102,6 +106,10 @@ class Callback {
   template <StatelessFor<Callback, typename Kind::Signature> Callable>
   constexpr Callback(const Callable&) noexcept
       : function_(Kind::template call<StatelessCallable<Callable>>) {}
+
+  // A const temporary would bind to a reference.
+  template <StatefulFor<Callback, typename Kind::Signature> Callable>
+  constexpr Callback(const Callable&&) = delete;
 
   template <auto Member, typename Object>
   constexpr Callback(Bound<Member, Object> bound) noexcept

@@ -180,16 +180,13 @@ struct HttpRequestCallbacks {
   Callback<HttpResponseKind> on_response = {};
   Callback<HttpSocketKind> on_close = {};
 
-  // From the public members of these names that the handler has, one function each.
+  // From the handler's public members of these names, one function each and none missing.
   template <typename Handler>
   static constexpr HttpRequestCallbacks of(Handler& handler) noexcept {
     HttpRequestCallbacks callbacks;
-    if constexpr (requires { &Handler::on_failure; })
-      callbacks.on_failure = bind<&Handler::on_failure>(handler);
-    if constexpr (requires { &Handler::on_response; })
-      callbacks.on_response = bind<&Handler::on_response>(handler);
-    if constexpr (requires { &Handler::on_close; })
-      callbacks.on_close = bind<&Handler::on_close>(handler);
+    callbacks.on_failure = bind<&Handler::on_failure>(handler);
+    callbacks.on_response = bind<&Handler::on_response>(handler);
+    callbacks.on_close = bind<&Handler::on_close>(handler);
     return callbacks;
   }
 };
@@ -328,18 +325,14 @@ struct TunnelCallbacks {
   Callback<TunnelDataKind> on_data = {};
   Callback<TunnelSocketKind> on_close = {};
 
-  // From the public members of these names that the handler has, one function each.
+  // From the handler's public members of these names, one function each and none missing.
   template <typename Handler>
   static constexpr TunnelCallbacks of(Handler& handler) noexcept {
     TunnelCallbacks callbacks;
-    if constexpr (requires { &Handler::on_ready; })
-      callbacks.on_ready = bind<&Handler::on_ready>(handler);
-    if constexpr (requires { &Handler::on_failure; })
-      callbacks.on_failure = bind<&Handler::on_failure>(handler);
-    if constexpr (requires { &Handler::on_data; })
-      callbacks.on_data = bind<&Handler::on_data>(handler);
-    if constexpr (requires { &Handler::on_close; })
-      callbacks.on_close = bind<&Handler::on_close>(handler);
+    callbacks.on_ready = bind<&Handler::on_ready>(handler);
+    callbacks.on_failure = bind<&Handler::on_failure>(handler);
+    callbacks.on_data = bind<&Handler::on_data>(handler);
+    callbacks.on_close = bind<&Handler::on_close>(handler);
     return callbacks;
   }
 };

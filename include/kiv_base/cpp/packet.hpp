@@ -164,7 +164,7 @@ class CipherRef : public Ref<kiv_cipher> {
   static Cipher make(int mode, Data key = {}) noexcept {
     return Cipher(kiv_cipher_malloc(mode, key.data(), key.size()));
   }
-  bool reset(int mode, Data key = {}) const noexcept {
+  bool restart(int mode, Data key = {}) const noexcept {
     return kiv_cipher_reset(object_, mode, key.data(), key.size()) == 1;
   }
   // The number of bytes written: what does not fit is left out.

@@ -70,17 +70,14 @@ class ModuleRef : public Ref<zu_module> {
 // ---- Services -----------------------------------------------------------------------------------
 
 // Runs the program as a service with the handler's public members: `bool start()`, `void work()`,
-// `void stop()`, `void pause()` and `void resume()`, those that it has. False when it could not
+// `void stop()` and, if it has them, `void pause()` and `void resume()`. False when it could not
 // run.
 template <typename Handler>
 bool run_service(TextRef name, Handler& handler) noexcept {
   zu_service_callbacks calls = {};
-  if constexpr (requires { handler.start(); })
-    calls.start = [](void* self) noexcept { return static_cast<Handler*>(self)->start() ? 1 : 0; };
-  if constexpr (requires { handler.work(); })
-    calls.work = [](void* self) noexcept { static_cast<Handler*>(self)->work(); };
-  if constexpr (requires { handler.stop(); })
-    calls.stop = [](void* self) noexcept { static_cast<Handler*>(self)->stop(); };
+  calls.start = [](void* self) noexcept { return static_cast<Handler*>(self)->start() ? 1 : 0; };
+  calls.work = [](void* self) noexcept { static_cast<Handler*>(self)->work(); };
+  calls.stop = [](void* self) noexcept { static_cast<Handler*>(self)->stop(); };
   if constexpr (requires { handler.pause(); })
     calls.pause = [](void* self) noexcept { static_cast<Handler*>(self)->pause(); };
   if constexpr (requires { handler.resume(); })

@@ -4,6 +4,9 @@
 //   Text      a new text of the library, freed with _zu_free
 //   Data      bytes that are read, with a 32-bit length; LongData has a 64-bit one
 //   Buffer    bytes that are written to; LongBuffer
+//
+// As Data a literal is its text. A char array that can be changed is refused, as its user alone
+// knows whether it holds a text or bytes: say TextRef(array).view() or {array, length}.
 #ifndef KIV_BASE_CPP_TEXT_HPP
 #define KIV_BASE_CPP_TEXT_HPP
 
@@ -32,7 +35,7 @@ class TextRef : public Ref<const char> {
   constexpr TextRef(const String& text) noexcept : Ref(text.c_str()) {}
 
   constexpr const char* c_str() const noexcept { return object_; }
-  // Empty for a null text, too.
+  // Empty for a null text, too. Of a `Text` that is a temporary it is gone with the statement.
   constexpr std::string_view view() const noexcept {
     return object_ == nullptr ? std::string_view() : std::string_view(object_);
   }
@@ -46,6 +49,10 @@ inline void free_text(const char* text) noexcept {
   _zu_free(const_cast<char*>(text));
 }
 using Text = Owner<TextRef, free_text>;
+
+template <typename Source>
+concept TextSource =
+    std::convertible_to<const Source&, std::string_view> && !std::is_array_v<Source>;
 
 template <typename Source>
 concept ByteRange =
@@ -108,9 +115,13 @@ class BasicData {
   // What a callback got goes on as it is.
   constexpr BasicData(BasicBuffer<Size> buffer) noexcept
       : bytes_(buffer.data()), size_(buffer.size()) {}
-  template <typename Source>
-  requires std::convertible_to<const Source&, std::string_view>
+  template <TextSource Source>
   constexpr BasicData(const Source& text) noexcept : BasicData(std::string_view(text)) {}
+  template <std::size_t Length>
+  constexpr BasicData(const char (&literal)[Length]) noexcept
+      : BasicData(std::string_view(literal, Length).substr(0, end_of(literal))) {}
+  template <std::size_t Length>
+  constexpr BasicData(char (&array)[Length]) = delete;
   constexpr BasicData(std::string_view text) noexcept
       : bytes_(text.data()), size_(BasicBuffer<Size>::narrow(text.size())) {}
   template <ByteRange Source>
@@ -127,6 +138,11 @@ class BasicData {
   constexpr operator std::string_view() const noexcept { return view(); }
 
  private:
+  template <std::size_t Length>
+  static constexpr std::size_t end_of(const char (&literal)[Length]) noexcept {
+    return std::string_view(literal, Length).find('\0');  // npos: all of them
+  }
+
   const char* bytes_ = nullptr;
   Size size_ = 0;
 };

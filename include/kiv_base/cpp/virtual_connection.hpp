@@ -58,18 +58,14 @@ struct UvClientCallbacks {
   Callback<UvClientKind<>> on_lost = {};
   Callback<UvClientForeignKind<>> on_foreign = {};
 
-  // From the public members of these names that the handler has, one function each.
+  // From the handler's public members of these names, one function each; on_foreign may be missing.
   template <typename Handler>
   static constexpr UvClientCallbacks of(Handler& handler) noexcept {
     UvClientCallbacks callbacks;
-    if constexpr (requires { &Handler::on_connected; })
-      callbacks.on_connected = bind<&Handler::on_connected>(handler);
-    if constexpr (requires { &Handler::on_failed; })
-      callbacks.on_failed = bind<&Handler::on_failed>(handler);
-    if constexpr (requires { &Handler::on_data; })
-      callbacks.on_data = bind<&Handler::on_data>(handler);
-    if constexpr (requires { &Handler::on_lost; })
-      callbacks.on_lost = bind<&Handler::on_lost>(handler);
+    callbacks.on_connected = bind<&Handler::on_connected>(handler);
+    callbacks.on_failed = bind<&Handler::on_failed>(handler);
+    callbacks.on_data = bind<&Handler::on_data>(handler);
+    callbacks.on_lost = bind<&Handler::on_lost>(handler);
     if constexpr (requires { &Handler::on_foreign; })
       callbacks.on_foreign = bind<&Handler::on_foreign>(handler);
     return callbacks;
