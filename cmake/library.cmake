@@ -61,7 +61,7 @@ else()
     LINK_DEPENDS ${PROJECT_BINARY_DIR}/kiv_base.map)
   target_link_options(kiv_base PRIVATE
     -Wl,--version-script=${PROJECT_BINARY_DIR}/kiv_base.map -Wl,-Bsymbolic-functions
-    -Wl,--as-needed)
+    -Wl,--as-needed -Wl,-z,nodelete)  # threads of it may still run when a program is done with it
   if(NOT KIV_SANITIZE)
     target_link_options(kiv_base PRIVATE -Wl,-z,defs -static-libgcc -static-libstdc++)
   endif()

@@ -68,6 +68,7 @@ struct HashCore {
     give_back(pool, table);
   }
 
+  // deliberate: looks for no entry of the key; the newest one hides the older ones until it goes.
   static int insert(Table* table, const Key& key, void* value) {
     if (!table) return 0;
     Node* node = Keys::make_node(table->pool, key);

@@ -16,7 +16,7 @@ FNR == 1 {
 function plain(text) {
   gsub(/\\/, "\\\\\\\\", text)
   gsub(/&/, "\\&amp;", text)
-  gsub(/"/, "\\&quot;", text)
+  gsub(/"/, "\\\"", text)
   gsub(/</, "\\&lt;", text)
   gsub(/>/, "\\&gt;", text)
   gsub(/@/, "\\@", text)

@@ -19,6 +19,7 @@ constexpr std::array<Escape, 256> make_escapes() {
   constexpr char digits[] = "0123456789ABCDEF";
   std::array<Escape, 256> escapes{};
   for (std::size_t i = 0; i < escapes.size(); ++i) {
+    // deliberate: "-", "_" and "." are none; stored texts are compared with their escaped form.
     const bool plain = (kCharClasses[i] & kEscapePlain) != 0;
     escapes[i] = plain ? Escape{{static_cast<char>(i)}, 1}
                        : Escape{{'%', digits[i >> 4], digits[i & 15]}, 3};

@@ -79,6 +79,7 @@ class ConfigParser {
     Token* key = take(Kind::key, name_end);
     if (key == nullptr || (equals != name_end && !take(Kind::blank, equals))) return false;
     if (!take(Kind::equals, equals + 1)) return false;
+    // deliberate: blanks after "=" belong to the value; what is set and written keeps its look.
     Token* value = take(Kind::value, line_end());
     return value != nullptr && (group_ == nullptr || config_.index_key(*group_, key, value));
   }

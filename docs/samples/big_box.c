@@ -86,7 +86,7 @@ int main(void) {
   printf("%d answers, %d connections closed\n", (int)all.answers, (int)all.closed);
   zu_sem_unlock(all.lock);
   zu_sem_free(all.lock);
-  kiv_bigbox_free(all.big);
+  kiv_bigbox_free(all.big); /* its threads may end after this */
   kiv_Shutdown();
   return 0;
 }

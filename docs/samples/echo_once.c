@@ -23,7 +23,10 @@ static void KIV_CALL on_accept(void* box, void* argument, int32_t listener, int3
   printf("server: a client from %s\n", peer_ip);
   adopted =
       kiv_box_AcceptTcpClient((kiv_box*)box, socket, on_server_read, NULL, on_server_close, NULL);
-  if (adopted < 0) printf("server: no room for it\n");
+  if (adopted < 0) {
+    printf("server: no room for it\n");
+    kiv_box_BreakLoop((kiv_box*)box);
+  }
 }
 
 /* The client's end. */

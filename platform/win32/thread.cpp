@@ -12,13 +12,23 @@ namespace {
 struct Start {
   ThreadEntry entry;
   void* argument;
+  HMODULE module;
 };
+
+// The module of this code, counted once more: it stays loaded until that is given back.
+HMODULE hold_module() {
+  HMODULE module = nullptr;
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                     reinterpret_cast<LPCWSTR>(&hold_module), &module);
+  return module;
+}
 
 unsigned __stdcall run(void* start_memory) {
   const Start start = *static_cast<Start*>(start_memory);
   heap_free(start_memory);
   start.entry(start.argument);
-  return 0;
+  // Nobody waits for the thread, so the program may have unloaded the library by now.
+  FreeLibraryAndExitThread(start.module, 0);
 }
 
 HANDLE handle_of(std::uintptr_t handle) {
@@ -34,12 +44,15 @@ std::int32_t current_thread_id() noexcept {
 std::uintptr_t thread_start(ThreadEntry entry, void* argument, std::uint32_t stack_bytes) noexcept {
   auto* start = static_cast<Start*>(heap_alloc(sizeof(Start)));
   if (start == nullptr) return 0;
-  *start = {entry, argument};
+  *start = {entry, argument, hold_module()};
   // Reserved rather than committed: at the program's own stack size a thousand threads would not
   // fit into 32 bits of addresses.
   const std::uintptr_t thread =
       _beginthreadex(nullptr, stack_bytes, run, start, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
-  if (thread == 0) heap_free(start);
+  if (thread == 0) {
+    FreeLibrary(start->module);
+    heap_free(start);
+  }
   return thread;
 }
 

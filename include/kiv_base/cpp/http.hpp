@@ -114,6 +114,12 @@ struct HttpMessage {
   std::int32_t status = 0;
 };
 
+struct HttpMessageRef {
+  HttpTableRef table;
+  JitterRef body;
+  std::int32_t status = 0;
+};
+
 class HttpRequestFilterRef : public Ref<kiv_http_filter> {
  public:
   using Ref::Ref;
@@ -129,6 +135,18 @@ class HttpRequestFilterRef : public Ref<kiv_http_filter> {
     std::int32_t status = 0;
     HttpTable table(kiv_http_filter_request_get(object_, &body, &status));
     return {std::move(table), Jitter(body), status};
+  }
+  // The oldest message as far as it has come, the filter's own until the next write or next(); a
+  // null table while its head is not complete.
+  HttpMessageRef peek() const noexcept {
+    HttpMessageRef message;
+    kiv_http_table* table = nullptr;
+    zu_jitter* body = nullptr;
+    if (kiv_http_filter_request_peek(object_, &table, &body, &message.status) == 1) {
+      message.table = table;
+      message.body = body;
+    }
+    return message;
   }
 };
 using HttpRequestFilter = HttpRequestFilterRef::Filter;
