@@ -1,6 +1,6 @@
-# cmake -D SOURCES=folder -D PAGE=messages.md -P check_messages.cmake
+# cmake -D SOURCES=folder -D PAGE=messages.md [-D BUILT=messages.html] -P check_messages.cmake
 # The page lists every diagnostic line of the library, to the letter, and no others: what begins
-# with its kind, and what is printed in the name of a function.
+# with its kind, and what is printed in the name of a function. So does the page that is made of it.
 cmake_minimum_required(VERSION 3.25)
 
 # Brackets and semicolons mean something in CMake lists.
@@ -34,6 +34,18 @@ if(unlisted OR listed)
   list(JOIN unlisted "\n  " unlisted)
   list(JOIN listed "\n  " listed)
   message(FATAL_ERROR "${PAGE} lacks\n  ${unlisted}\nand lists what is not printed\n  ${listed}")
+endif()
+if(BUILT)
+  read_plain(${BUILT} text)
+  string(REPLACE "&lt_" "<" text "${text}")
+  string(REPLACE "&gt_" ">" text "${text}")
+  string(REPLACE "&quot_" "\"" text "${text}")
+  foreach(line ${printed})
+    string(FIND "${text}" "<code>${line}</code>" position)
+    if(position EQUAL -1)
+      message(SEND_ERROR "${BUILT} does not show ${line}")
+    endif()
+  endforeach()
 endif()
 list(LENGTH printed count)
 message(STATUS "${count} lines")

@@ -23,6 +23,7 @@ function plain(text) {
   gsub(/%/, "\\%", text)
   gsub(/#/, "\\#", text)
   gsub(/\*/, "\\*", text)
+  gsub(/:\//, ":<!-- -->/", text)  # no link
   return text
 }
 
