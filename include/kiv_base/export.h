@@ -4,7 +4,8 @@
  * KIV_CALL      its calling convention; callbacks carry it too (cdecl on Windows)
  * KIV_NOEXCEPT  nothing is ever thrown across the interface
  *
- * Define KIV_BASE_STATIC when linking the objects statically on Windows.
+ * KIV_BASE_STATIC is for a program that links the library's own objects, as tests of this tree do:
+ * on Windows it must not look for the functions in a DLL. What is installed is the shared library.
  *
  * Conventions of all headers:
  * - A handle is the address of its object; NULL is never valid, and every function tests it.
