@@ -17,6 +17,9 @@ using system::Group;
 
 namespace {
 
+static_assert(sizeof(zu_config_entry) == 2 * sizeof(void*) &&
+              offsetof(zu_config_entry, value) == sizeof(void*));
+
 constexpr std::size_t kFirstRead = 16384;
 constexpr std::size_t kLongestRead = INT32_MAX;  // as much as _zu_malloc counts
 

@@ -1,4 +1,5 @@
 // A program as a service: its work on one thread, and on another one what the system wants of it.
+#include <cstddef>
 #include <cstdint>
 
 #include "kiv_base/system.h"
@@ -10,6 +11,12 @@ using namespace kiv;
 using platform::ServiceState;
 
 namespace {
+
+static_assert(sizeof(void*) != 4 ||
+              (sizeof(zu_service_callbacks) == 20 && offsetof(zu_service_callbacks, work) == 4 &&
+               offsetof(zu_service_callbacks, stop) == 8 &&
+               offsetof(zu_service_callbacks, pause) == 12 &&
+               offsetof(zu_service_callbacks, resume) == 16));
 
 constexpr std::uint32_t kStack = 256 * 1024;
 
