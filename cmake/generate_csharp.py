@@ -17,7 +17,15 @@ SCALARS = {
     "int64_t": "long", "uint64_t": "ulong", "uint16_t": "ushort", "int8_t": "sbyte", "uint8_t": "byte",
     "uintptr_t": "UIntPtr", "intptr_t": "IntPtr", "zu_time": "IntPtr",
 }
-KEYWORDS = {"base", "char", "event", "in", "int", "lock", "object", "out", "params", "ref", "string"}
+# The reserved words of C#; those that are words in a place alone can be names.
+KEYWORDS = set("""
+    abstract as base bool break byte case catch char checked class const continue decimal
+    default delegate do double else enum event explicit extern false finally fixed float for
+    foreach goto if implicit in int interface internal is lock long namespace new null object
+    operator out override params private protected public readonly ref return sbyte sealed short
+    sizeof stackalloc static string struct switch this throw true try typeof uint ulong
+    unchecked unsafe ushort using virtual void volatile while
+""".split())
 
 HEAD = """\
 // The C interface of kiv_base for C#, made by cmake/generate_csharp.py from the headers: change those
