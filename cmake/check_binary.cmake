@@ -4,9 +4,10 @@
 #     its exported names are those of the file NAMES, undecorated, no more and no fewer
 #   cmake -D BINARY=... -D OBJDUMP=... -D NEEDS="a b"  -P check_binary.cmake
 #     it loads no other libraries than these; case does not count
-#   cmake -D BINARY=... -D OBJDUMP=... -D IMPORTS=... -D FORMAT=pei-i386  -P check_binary.cmake
-#     a Windows library of this format, which may be loaded anywhere, whose data is not run, that
-#     tells its version, and that takes no names from the system but those of the file IMPORTS
+#   cmake -D BINARY=... -D OBJDUMP=... -D IMPORTS=... -D BITS=32 -D WINDRES=... -D VERSION=1.2.3
+#         -P check_binary.cmake
+#     a Windows library of this width, which may be loaded anywhere, whose data is not run, that
+#     tells this version, and that takes no names from the system but those of the file IMPORTS
 cmake_minimum_required(VERSION 3.25)
 
 function(objdump option out)
@@ -16,8 +17,12 @@ function(objdump option out)
   set(${out} "${text}" PARENT_SCOPE)
 endfunction()
 
-# report_difference(have want complaint): fails with the entries of `have` that `want` lacks.
+# report_difference(have want complaint): fails with the entries of `have` that `want` lacks. There
+# are always some entries: an empty list means that the text of objdump was not understood.
 function(report_difference have want complaint)
+  if(NOT have)
+    message(FATAL_ERROR "${BINARY}: no names found of those that it ${complaint}")
+  endif()
   list(REMOVE_ITEM have ${want})
   if(have)
     list(JOIN have " " names)
@@ -54,12 +59,19 @@ if(NEEDS)
 endif()
 
 if(IMPORTS)
-  file(STRINGS ${IMPORTS} allowed REGEX "^[A-Za-z_]")
+  set(format_of_32 pei-i386)
+  set(format_of_64 pei-x86-64)
+  file(STRINGS ${IMPORTS} allowed REGEX "^[A-Za-z0-9_]+( ${BITS})?$")
+  list(TRANSFORM allowed REPLACE " .*" "")
   objdump(-p headers)
-  foreach(sign "file format ${FORMAT}\n" "DYNAMIC_BASE" "NX_COMPAT"
-      "Entry 2 [0-9a-f]*[1-9a-f][0-9a-f]* [0-9a-f]+ Resource Directory"
-      "Entry 5 [0-9a-f]*[1-9a-f][0-9a-f]* [0-9a-f]+ Base Relocation Directory")
-    if(NOT headers MATCHES "${sign}")
+  execute_process(COMMAND ${WINDRES} -J coff -O rc ${BINARY} OUTPUT_VARIABLE resources
+    COMMAND_ERROR_IS_FATAL ANY)
+  string(REPLACE "." ", " numbers ${VERSION}.0)
+  foreach(sign "file format ${format_of_${BITS}}\n" "DYNAMIC_BASE" "NX_COMPAT"
+      "Entry 5 [0-9a-f]*[1-9a-f][0-9a-f]* [0-9a-f]+ Base Relocation Directory"
+      "FILEVERSION ${numbers}\n" "PRODUCTVERSION ${numbers}\n"
+      "\"FileVersion\", \"${VERSION}\"" "\"ProductVersion\", \"${VERSION}\"")
+    if(NOT "${headers}${resources}" MATCHES "${sign}")
       message(FATAL_ERROR "${BINARY} has no ${sign}")
     endif()
   endforeach()
