@@ -1,21 +1,27 @@
-# cmake -D INCLUDE=... -D CC=... -D CXX=... -D WINDOWS=[PROCESSOR] -P check_headers.cmake
+# cmake -D INCLUDE=... -D CC=... -D CXX=... -D WINDOWS=[PROCESSOR] -D SYSTEM=DIR,... -P check_headers.cmake
 # The headers in the oldest C and C++ that they are for; for Windows, with clang as it takes after
-# MinGW's compilers and after Microsoft's.
+# MinGW's compilers and after Microsoft's. The C++ face needs a library of C++, which clang takes
+# from MinGW's compiler: SYSTEM is where that looks for headers.
 cmake_minimum_required(VERSION 3.25)
 
-function(compile)
-  execute_process(COMMAND ${ARGV} -Wall -Wextra -Wpedantic -Werror -fsyntax-only
-    -I${INCLUDE} ${INCLUDE}/kiv_base.h
+function(compile header)
+  execute_process(COMMAND ${ARGN} -Wall -Wextra -Wpedantic -Werror -fsyntax-only
+    -I${INCLUDE} ${INCLUDE}/${header}
     COMMAND_ERROR_IS_FATAL ANY COMMAND_ECHO STDOUT)
 endfunction()
 
 set(c -x c -std=c89)
 set(cxx -x c++ -std=c++11)
-compile(${CC} ${c})
-compile(${CXX} ${cxx})
+compile(kiv_base.h ${CC} ${c})
+compile(kiv_base.h ${CXX} ${cxx})
 if(WINDOWS)
   foreach(target ${WINDOWS}-pc-windows-gnu ${WINDOWS}-pc-windows-msvc)
-    compile(clang --target=${target} -ffreestanding ${c})
-    compile(clang --target=${target} -ffreestanding ${cxx})
+    compile(kiv_base.h clang --target=${target} -ffreestanding ${c})
+    compile(kiv_base.h clang --target=${target} -ffreestanding ${cxx})
   endforeach()
+  string(REPLACE "," ";" system "${SYSTEM}")
+  list(FILTER system INCLUDE REGEX "/c\\+\\+")
+  list(TRANSFORM system PREPEND -isystem)
+  compile(kiv_base.hpp clang --target=${WINDOWS}-pc-windows-gnu -nostdinc++ ${system}
+    -x c++ -std=c++20)
 endif()
