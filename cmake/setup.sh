@@ -47,17 +47,20 @@ need_packages() {
 
 # need_servers NAME...: as need_packages, but what is installed is not started as a service.
 need_servers() {
-  local package policy=/usr/sbin/policy-rc.d as_root=() missing=no
-  for package; do is_installed "$package" || missing=yes; done
-  if [ "$missing" = no ] || [ -e "$policy" ]; then
+  local package policy=/usr/sbin/policy-rc.d as_root=() all_here=yes
+  for package; do is_installed "$package" || all_here=no; done
+  if [ "$all_here" = yes ] || [ -e "$policy" ]; then
     need_packages "$@"
     return
   fi
   [ "$(id -u)" -eq 0 ] || as_root=(sudo)
-  printf '#!/bin/sh\nexit 101\n' | "${as_root[@]}" tee "$policy" >/dev/null
-  "${as_root[@]}" chmod +x "$policy"
-  (need_packages "$@") || { "${as_root[@]}" rm -f "$policy"; exit 1; }
-  "${as_root[@]}" rm -f "$policy"
+  (
+    trap '"${as_root[@]}" rm -f "$policy"' EXIT
+    trap 'exit 1' HUP INT TERM
+    printf '#!/bin/sh\nexit 101\n' | "${as_root[@]}" tee "$policy" >/dev/null
+    "${as_root[@]}" chmod +x "$policy"
+    need_packages "$@"
+  ) || exit 1
 }
 
 # build PRESET [TARGET]: configures and builds in the source folder.
