@@ -1,8 +1,12 @@
 # What `cmake --install` puts where, in three components: runtime (the library), dev (what others
 # are built with) and doc. Nothing installed knows the prefix, so it can be moved as a whole.
-if(WIN32 AND NOT CMAKE_INSTALL_DOCDIR)
-  # Who unpacks an archive looks for it beside bin, include and lib.
-  set(CMAKE_INSTALL_DOCDIR doc)
+if(NOT CMAKE_INSTALL_DOCDIR)
+  if(WIN32)
+    # Who unpacks an archive looks for it beside bin, include and lib.
+    set(CMAKE_INSTALL_DOCDIR doc)
+  else()
+    set(CMAKE_INSTALL_DOCDIR share/doc/libkiv-base-dev)
+  endif()
 endif()
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
