@@ -11,39 +11,22 @@
 #include <string.h>
 
 #include "check.h"
+#include "module.h"
 
 #ifdef _WIN32
-#include <windows.h>
-typedef HMODULE module_t;
-static module_t load(const char* path) {
-  return LoadLibraryA(path);
-}
-static void* find(module_t module, const char* name) {
-  return (void*)(intptr_t)GetProcAddress(module, name);
-}
 static double milliseconds(void) {
   LARGE_INTEGER ticks, per_second;
   QueryPerformanceCounter(&ticks);
   QueryPerformanceFrequency(&per_second);
   return 1e3 * (double)ticks.QuadPart / (double)per_second.QuadPart;
 }
-#define CALLER_CLEANS __cdecl
 #else
-#include <dlfcn.h>
 #include <time.h>
-typedef void* module_t;
-static module_t load(const char* path) {
-  return dlopen(path, RTLD_NOW);
-}
-static void* find(module_t module, const char* name) {
-  return dlsym(module, name);
-}
 static double milliseconds(void) {
   struct timespec now;
   clock_gettime(CLOCK_MONOTONIC, &now);
   return 1e3 * (double)now.tv_sec + 1e-6 * (double)now.tv_nsec;
 }
-#define CALLER_CLEANS
 #endif
 
 typedef uintptr_t word;

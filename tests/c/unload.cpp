@@ -6,35 +6,9 @@
 #include <cstdio>
 #include <future>
 
-#if defined(_WIN32)
-#include <windows.h>
-#define CALLER_CLEANS __cdecl
-#else
-#include <dlfcn.h>
-#define CALLER_CLEANS
-#endif
+#include "module.h"
 
 namespace {
-
-#if defined(_WIN32)
-using Module = HMODULE;
-Module load(const char* path) {
-  return LoadLibraryA(path);
-}
-template <typename Function>
-Function* find(Module module, const char* name) {
-  return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(module, name)));
-}
-#else
-using Module = void*;
-Module load(const char* path) {
-  return dlopen(path, RTLD_NOW);
-}
-template <typename Function>
-Function* find(Module module, const char* name) {
-  return reinterpret_cast<Function*>(dlsym(module, name));
-}
-#endif
 
 struct Turn {
   std::promise<void> inside, unloaded;
@@ -52,17 +26,23 @@ void CALLER_CLEANS on_timer(void*, void* argument, std::int32_t, std::int32_t) {
   turn->unloaded.get_future().wait();
 }
 
+template <typename Function>
+Function* function(module_t module, const char* name) {
+  return reinterpret_cast<Function*>(find(module, name));
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
-  const Module module = count == 2 ? load(arguments[1]) : nullptr;
+  const module_t module = count == 2 ? load(arguments[1]) : nullptr;
   if (module == nullptr) return 2;
   using TimerFunction = void CALLER_CLEANS(void*, void*, std::int32_t, std::int32_t);
-  const auto create = find<void * CALLER_CLEANS()>(module, "kivx_ThreadBox_create");
-  const auto destroy = find<void CALLER_CLEANS(void*)>(module, "kivx_ThreadBox_destroy");
-  const auto once = find<std::int32_t CALLER_CLEANS(void*, std::uint32_t, TimerFunction*, void*)>(
-      module, "kiv_box_NewOnceTimer");
-  const auto shut_down = find<int CALLER_CLEANS()>(module, "kiv_Shutdown");
+  const auto create = function<void * CALLER_CLEANS()>(module, "kivx_ThreadBox_create");
+  const auto destroy = function<void CALLER_CLEANS(void*)>(module, "kivx_ThreadBox_destroy");
+  const auto once =
+      function<std::int32_t CALLER_CLEANS(void*, std::uint32_t, TimerFunction*, void*)>(
+          module, "kiv_box_NewOnceTimer");
+  const auto shut_down = function<int CALLER_CLEANS()>(module, "kiv_Shutdown");
 
   // Lives on: on Linux nothing tells when the thread has ended.
   static Turn turn;
