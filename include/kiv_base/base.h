@@ -11,6 +11,7 @@
  * at any time. A memory pool belongs to one thread at a time. The text, file and time helpers keep
  * no state. Stop the threads that use the library before a shut-down: it waits for operations that
  * run on registered objects, but every handle is unknown afterwards and no object can be freed.
+ * Threads of the library that were told to end may do so later, and hold the library until then.
  */
 #ifndef KIV_BASE_BASE_H
 #define KIV_BASE_BASE_H
