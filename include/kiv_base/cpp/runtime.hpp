@@ -20,7 +20,7 @@ class Library {
   Library& operator=(const Library&) = delete;
 };
 
-// ---- Locks: recursive, and good for std::lock_guard ---------------------------------------------
+// ---- Locks: recursive, and good for std::lock_guard. A null one locks nothing. ------------------
 
 class LockRef;
 inline void free_lock(zu_sem* lock) noexcept {
@@ -45,8 +45,8 @@ class LockRef : public Ref<zu_sem> {
 class LogRef;
 using Log = Owner<LogRef, zu_log_free>;
 
-// The texts go out as they are: no line end is added, nothing in them is a format. With formats,
-// call zu_log_printf and its like on get(). False for a null or destroyed log.
+// The texts go out as they are, up to a NUL: no line end is added, nothing in them is a format.
+// With formats, call zu_log_printf and its like on get(). False for a null or destroyed log.
 class LogRef : public Ref<zu_log> {
  public:
   using Ref::Ref;

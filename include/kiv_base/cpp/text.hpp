@@ -89,7 +89,7 @@ class BasicBuffer {
   constexpr char* data() const noexcept { return bytes_; }
   constexpr Size size() const noexcept { return size_; }
   constexpr std::string_view view() const noexcept {
-    return {bytes_, static_cast<std::size_t>(size_)};
+    return {bytes_, static_cast<std::size_t>(size_ < 0 ? 0 : size_)};
   }
   constexpr operator std::string_view() const noexcept { return view(); }
 
@@ -133,7 +133,7 @@ class BasicData {
   constexpr Size size() const noexcept { return size_; }
   constexpr bool empty() const noexcept { return size_ == 0; }
   constexpr std::string_view view() const noexcept {
-    return {bytes_, static_cast<std::size_t>(size_)};
+    return {bytes_, static_cast<std::size_t>(size_ < 0 ? 0 : size_)};
   }
   constexpr operator std::string_view() const noexcept { return view(); }
 
