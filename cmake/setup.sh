@@ -57,9 +57,8 @@ need_servers() {
   (
     trap '"${as_root[@]}" rm -f "$policy"' EXIT
     trap 'exit 1' HUP INT TERM
-    printf '#!/bin/sh\nexit 101\n' | "${as_root[@]}" tee "$policy" >/dev/null
-    "${as_root[@]}" chmod +x "$policy"
-    need_packages "$@"
+    printf '#!/bin/sh\nexit 101\n' | "${as_root[@]}" tee "$policy" >/dev/null &&
+      "${as_root[@]}" chmod +x "$policy" && need_packages "$@"
   ) || exit 1
 }
 

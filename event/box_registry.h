@@ -58,6 +58,9 @@ inline constexpr Wake kNoWake;
 // its loop, or that made it as long as none runs.
 bool is_own_thread(const kiv_box& box);
 
+// The loop of a box that loop_thread already tells to be in one; frees the box.
+void run_loop(kiv_box* box);
+
 // Sends the datagram and counts the caller out of the wakers. One that gets lost delays the loop
 // until its keep-alive.
 void send_wake(kiv_box& box, const Wake& wake);

@@ -228,15 +228,19 @@ class Loop {
 
 }  // namespace
 
+// The network is started once more for each engine: a shut-down would close the sockets of one that
+// still ends, whose numbers may be somebody else's when it closes them itself.
 Engine* Engine::make() noexcept {
   zu_sock_startup();
   auto memory = base::Owned<Engine>::allocate();
-  return memory ? new (memory.release()) Engine : nullptr;
+  if (!memory || !platform::network_start()) return nullptr;
+  return new (memory.release()) Engine;
 }
 
 void Engine::free(Engine* engine) noexcept {
   if (engine == nullptr) return;
   engine->clear();
+  platform::network_stop();
   _zu_free(engine);
 }
 

@@ -127,6 +127,13 @@ void send_wake(kiv_box& box, const Wake& wake) {
   --box.wakers;
 }
 
+void run_loop(kiv_box* box) {
+  zu_box_StartLoop(box->raw);
+  // deliberate: the box dies with its loop, whatever ended it; owners do not free it again.
+  box_registry().remove(box);
+  release(box);
+}
+
 std::uint32_t current_wait(kiv_box* box) {
   return on_live_box(box, 0U, kNoWake, [](kiv_box& live) {
     const std::uint32_t waits = is_own_thread(live) ? 0 : live.raw->engine->waits.load();
@@ -154,11 +161,7 @@ kiv_box* KIV_CALL kiv_box_new(void) KIV_NOEXCEPT {
 }
 
 void KIV_CALL kiv_box_loop(kiv_box* box) KIV_NOEXCEPT {
-  if (!begin_loop(box)) return;
-  zu_box_StartLoop(box->raw);
-  // deliberate: the box dies with its loop, whatever ended it; owners do not free it again.
-  box_registry().remove(box);
-  release(box);
+  if (begin_loop(box)) run_loop(box);
 }
 
 void KIV_CALL kiv_box_BreakLoop(kiv_box* box) KIV_NOEXCEPT {

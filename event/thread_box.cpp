@@ -18,9 +18,12 @@ struct Birth {
 void live(void* birth_of_box) {
   auto* birth = static_cast<Birth*>(birth_of_box);
   kiv_box* const box = kiv_box_new();
+  // In its loop before anybody knows it: who ends it and shuts the library down at once leaves a
+  // loop that no longer finds the handle, but frees the box.
+  if (box != nullptr) box->loop_thread = platform::current_thread_id();
   birth->box = box;
   platform::event_set(birth->made);
-  kiv_box_loop(box);
+  if (box != nullptr) run_loop(box);
 }
 
 bool start_thread(Birth& birth) {

@@ -11,8 +11,9 @@ std::int32_t current_thread_id() noexcept;
 using ThreadEntry = void (*)(void* argument);
 
 // Starts a thread that runs entry(argument) and ends when it returns, on a stack of `stack_bytes`
-// or, where that would not do, more. The library stays loaded as long as the thread runs. The handle goes to thread_close exactly once, which the thread
-// does not notice; 0 when no thread could be made.
+// or, where that would not do, more. The library stays loaded as long as the thread runs. The
+// handle goes to thread_close exactly once, which the thread does not notice; 0 when no thread
+// could be made.
 std::uintptr_t thread_start(ThreadEntry entry, void* argument, std::uint32_t stack_bytes) noexcept;
 void thread_close(std::uintptr_t thread) noexcept;
 

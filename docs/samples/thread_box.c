@@ -32,7 +32,7 @@ int main(void) {
   printf("%d runs there: %d\n", (int)work.runs, work.thread == kivx_box_GetThreadId(worker));
 
   kivx_ThreadBox_destroy(worker); /* does not wait, so this does */
-  while (kivx_box_IsValid(worker)) zu_sleep(1);
+  while (kivx_box_GetThreadId(worker) == work.thread) zu_sleep(1);
   kiv_Shutdown();
   return 0;
 }

@@ -1,5 +1,7 @@
 /* A library that is loaded and not linked, for hosts in C and C++. */
 #ifdef _WIN32
+#include <winsock2.h>
+/* The newer sockets come before the older ones that this brings. */
 #include <windows.h>
 typedef HMODULE module_t;
 static module_t load(const char* path) {

@@ -32,6 +32,7 @@ inline constexpr char unterminated[] = {'a', 'b'};
 static_assert(!std::is_constructible_v<Data, char (&)[4]> &&
               std::is_constructible_v<Buffer, char (&)[4]>);
 static_assert(Data(unterminated).size() == 2 && Data("a\0b").size() == 1);
+static_assert(Data(nullptr).empty() && Data(static_cast<const char*>(nullptr)).empty());
 
 TEST(Face, OwnersMoveAndNullsAreHarmless) {
   Jitter one = Jitter::make(), two = Jitter::make(16, 2);

@@ -6,8 +6,10 @@
 #include <future>
 #include <thread>
 
+#include "kiv_base/base.h"
 #include "kiv_base/system.h"
 #include "tests/event/box_events.h"
+#include "tests/support/eventually.h"
 #include "tests/support/looping_box.h"
 
 namespace kiv::test {
@@ -102,6 +104,15 @@ TEST(KivBox, WakesAreSentFromOtherThreadsWithExactNames) {
   EXPECT_EQ(kivx_box_IsValid(box), 1) << "only its own thread frees a box";
   kiv_box_free(box);
   EXPECT_EQ(kivx_box_IsValid(box), 0);
+}
+
+TEST(ThreadBox, IsFreedAlsoWhenTheLibraryIsShutDownAtOnce) {
+  const int before = open_sockets();
+  for (int i = 0; i < 50; ++i) {
+    kivx_ThreadBox_destroy(kivx_ThreadBox_create());
+    kiv_Shutdown();
+  }
+  EXPECT_TRUE(eventually([&] { return open_sockets() == before; }));
 }
 
 void KIV_CALL free_box(void* box, void* freed, std::int32_t, char*, std::int32_t, zu_sock_peer*) {

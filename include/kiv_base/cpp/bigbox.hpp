@@ -21,8 +21,8 @@ class BigBoxRef : public Ref<kiv_bigbox> {
   static BigBoxRef from(void* handle) noexcept { return static_cast<kiv_bigbox*>(handle); }
 
   // Null when memory, threads, ports or descriptors run out. The end of a BigBox ends its threads
-  // and does not wait for them: callbacks may still run while master(), or a current_slave() that
-  // they have seen, is_live(). It closes no client's socket.
+  // and does not wait for them: count the clients to know when their callbacks have ended. It
+  // closes no client's socket.
   static BigBox make(std::int32_t slaves, std::int32_t max_clients) noexcept {
     return BigBox(kiv_bigbox_make(slaves, max_clients));
   }

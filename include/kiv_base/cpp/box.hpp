@@ -276,8 +276,10 @@ class ThreadBox : public Owner<BoxRef, kivx_ThreadBox_destroy> {
   // that frees the box itself (kiv_box_free) is not waited for.
   void join() noexcept {
     const BoxRef box = get();
+    const std::int32_t thread = box.thread_id();
     reset();
-    while (box.is_live()) zu_sleep(1);
+    // By its thread, as another box may get the address.
+    while (thread > 0 && box.thread_id() == thread) zu_sleep(1);
   }
 };
 

@@ -5,8 +5,9 @@
 //   Data      bytes that are read, with a 32-bit length; LongData has a 64-bit one
 //   Buffer    bytes that are written to; LongBuffer
 //
-// As Data a literal is its text. A char array that can be changed is refused, as its user alone
-// knows whether it holds a text or bytes: say TextRef(array).view() or {array, length}.
+// As Data a literal, or another constant array of char, is the text up to its NUL. One that can be
+// changed is refused, as its user alone knows whether it holds a text or bytes: say
+// TextRef(array).view() or {array, length}. A null text is empty.
 #ifndef KIV_BASE_CPP_TEXT_HPP
 #define KIV_BASE_CPP_TEXT_HPP
 
@@ -115,13 +116,16 @@ class BasicData {
   // What a callback got goes on as it is.
   constexpr BasicData(BasicBuffer<Size> buffer) noexcept
       : bytes_(buffer.data()), size_(buffer.size()) {}
+  constexpr BasicData(std::nullptr_t) noexcept {}
   template <TextSource Source>
-  constexpr BasicData(const Source& text) noexcept : BasicData(std::string_view(text)) {}
+  constexpr BasicData(const Source& text) noexcept : BasicData(view_of(text)) {}
   template <std::size_t Length>
   constexpr BasicData(const char (&literal)[Length]) noexcept
       : BasicData(std::string_view(literal, Length).substr(0, end_of(literal))) {}
   template <std::size_t Length>
   constexpr BasicData(char (&array)[Length]) = delete;
+  template <std::size_t Length>
+  constexpr BasicData(const char8_t (&literal)[Length]) = delete;
   constexpr BasicData(std::string_view text) noexcept
       : bytes_(text.data()), size_(BasicBuffer<Size>::narrow(text.size())) {}
   template <ByteRange Source>
@@ -138,6 +142,13 @@ class BasicData {
   constexpr operator std::string_view() const noexcept { return view(); }
 
  private:
+  template <typename Source>
+  static constexpr std::string_view view_of(const Source& text) noexcept {
+    if constexpr (std::is_pointer_v<Source>)
+      return TextRef(text).view();
+    else
+      return text;
+  }
   template <std::size_t Length>
   static constexpr std::size_t end_of(const char (&literal)[Length]) noexcept {
     return std::string_view(literal, Length).find('\0');  // npos: all of them
