@@ -66,17 +66,8 @@ void KIV_CALL handle_failure(void*, void* argument, std::int32_t socket) {
   if (request) end(request, &kiv_http_request::on_failure);
 }
 
-// deliberate: the time limit ends with the first data, and each read delivers one message at most;
-// applications set limits of their own, and count on one call for each piece that arrives.
-void KIV_CALL handle_read(void*, void* argument, std::int32_t socket, char* data,
-                          std::int32_t length) {
-  Request request(argument, &Connection::socket, socket);
-  if (!request) return;
-  request->connection.end_timer();
-  if (kiv_http_filter_response_input(request->filter, data, length) == 0 ||
-      request->filter->waiting() > kMaxWaiting) {
-    return fail(request);
-  }
+// Passes the oldest answer, or what came of its body, to the application; nothing if there is none.
+void deliver(Request& request) {
   zu_jitter* bytes = nullptr;
   std::int32_t status = 0;
   const OwnedTable table(kiv_http_filter_response_get(request->filter, &bytes, &status));
@@ -86,8 +77,34 @@ void KIV_CALL handle_read(void*, void* argument, std::int32_t socket, char* data
   if (!url) return fail(request);
   const auto on_response = request->on_response;
   kiv_box* const box = request->connection.box;
+  const std::int32_t socket = request->connection.socket;
   request.unlock();
   on_response(box, socket, url.get(), table.get(), body.get(), status);
+}
+
+// The answers that were complete when the stream broke, then the failure: as if each had come in a
+// read of its own. An exchange that a callback has begun meanwhile has another filter, not broken.
+void deliver_rest(void* argument, std::int32_t socket) {
+  for (;;) {
+    Request request(argument, &Connection::socket, socket);
+    if (!request || !request->filter->broken) return;
+    if (request->filter->waiting() == 0) return fail(request);
+    deliver(request);
+  }
+}
+
+// deliberate: the time limit ends with the first data, and each read delivers one message at most;
+// applications set limits of their own, and count on one call for each piece that arrives.
+void KIV_CALL handle_read(void*, void* argument, std::int32_t socket, char* data,
+                          std::int32_t length) {
+  Request request(argument, &Connection::socket, socket);
+  if (!request) return;
+  request->connection.end_timer();
+  const bool taken = kiv_http_filter_response_input(request->filter, data, length) == 1;
+  if (request->filter->waiting() > kMaxWaiting) return fail(request);
+  if (taken) return deliver(request);
+  request.unlock();
+  deliver_rest(argument, socket);
 }
 
 void KIV_CALL handle_close(void*, void* argument, std::int32_t socket) {

@@ -143,6 +143,35 @@ void KIV_CALL handle_close(void* box, void* argument, std::int32_t socket) {
   report_close(locked, server, client);
 }
 
+// Passes the oldest request to the application; nothing if none is complete.
+void deliver(Locked& locked, kiv_http_server* server, Client* client) {
+  zu_jitter* bytes = nullptr;
+  std::int32_t status = 0;
+  const OwnedTable table(kiv_http_filter_request_get(client->filter, &bytes, &status));
+  const OwnedJitter body(bytes);
+  if (table == nullptr) return;
+  if (status != KIV_HTTP_COMPLETE) return report_close(locked, server, client);
+  const auto on_request = client->on_request;
+  void* const user = client->request_user;
+  const std::int32_t socket = client->socket;
+  locked.unlock();
+  if (on_request != nullptr) on_request(server, user, socket, table.get(), body.get());
+}
+
+// The requests that were complete when the stream broke, then the close: as if each had come in a
+// read of its own. A client that a callback has added meanwhile has another filter, not broken.
+void deliver_rest(kiv_http_server* server, std::int32_t socket) {
+  for (;;) {
+    Locked locked(server);
+    Client* const client = locked ? locked.client(socket) : nullptr;
+    if (client == nullptr || !client->filter->broken) return;
+    if (client->filter->waiting() == 0) return report_close(locked, server, client);
+    deliver(locked, server, client);
+  }
+}
+
+// deliberate: one request for each read. What was sent in one piece with it waits for the next
+// data; applications count on being called once for each.
 void KIV_CALL handle_read(void* box, void* argument, std::int32_t socket, char* data,
                           std::int32_t length) {
   auto* const server = static_cast<kiv_http_server*>(argument);
@@ -151,20 +180,13 @@ void KIV_CALL handle_read(void* box, void* argument, std::int32_t socket, char* 
   if (client == nullptr) return;
   kiv_http_filter& filter = *client->filter;
   const bool taken = kiv_http_filter_request_input(&filter, data, length) == 1;
-  if (taken && filter.waiting() > kMaxWaiting) filter.break_stream();
-  if (!taken || filter.broken) return report_close(locked, server, client);
-  // deliberate: one request for each read. What was sent in one piece with it waits for the next
-  // data; applications count on being called once for each.
-  zu_jitter* bytes = nullptr;
-  std::int32_t status = 0;
-  const OwnedTable table(kiv_http_filter_request_get(&filter, &bytes, &status));
-  const OwnedJitter body(bytes);
-  if (table == nullptr) return;
-  if (status != KIV_HTTP_COMPLETE) return report_close(locked, server, client);
-  const auto on_request = client->on_request;
-  void* const user = client->request_user;
+  if (filter.waiting() > kMaxWaiting) {
+    filter.break_stream();
+    return report_close(locked, server, client);
+  }
+  if (taken) return deliver(locked, server, client);
   locked.unlock();
-  if (on_request != nullptr) on_request(server, user, socket, table.get(), body.get());
+  deliver_rest(server, socket);
 }
 
 // Did the connection come in where the server listens now? Another thread may have attached it

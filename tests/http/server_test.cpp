@@ -150,8 +150,8 @@ TEST_F(HttpServer, ReportsClosedAndBrokenStreams) {
   EXPECT_EQ(kiv_http_server_NumClients(server_), 0);
   delete_on_close_ = false;  // the client stays, and so does its fault
   Socket client = connect(), flooding = connect();
-  client.send("HTTP/1.1 200 OK\r\n\r\n");
-  EXPECT_EQ(next(), "close");
+  client.send(get("/1") + get("/2") + "HTTP/1.1 200 OK\r\n\r\n");
+  EXPECT_EQ(next_to("close"), "/1>/2>close");
   EXPECT_EQ(kiv_http_server_NumClients(server_), 2);
   client.send(get("/"));
   EXPECT_EQ(next(), "close");
@@ -169,11 +169,11 @@ TEST_F(HttpServer, ReportsClosedAndBrokenStreams) {
 TEST_F(HttpServer, CallbacksMayDeleteTheClientAndFreeTheServer) {
   listen();
   Socket deleted = connect(), freeing = connect(), other = connect();
-  deleted.send(get("/delete") + get("/x"));
+  deleted.send(get("/delete") + get("/x") + "\r\n\r\n");
   EXPECT_EQ(next(), "/delete>");
   EXPECT_EQ(deleted.receive_to_end(), "");
   EXPECT_EQ(kiv_http_server_NumClients(server_), 2);
-  freeing.send(get("/free"));
+  freeing.send(get("/free") + "\r\n\r\n");
   EXPECT_EQ(next(), "/free>");
   EXPECT_EQ(other.receive_to_end() + freeing.receive_to_end(), "");
   EXPECT_EQ(kiv_http_server_NumClients(server_) + kiv_http_server_free(server_), 0);
