@@ -49,9 +49,11 @@ OwnedUri parse_target(const char* url) {
   return uri;
 }
 
-// What an attach changes before it connects. False without memory.
+// What an attach changes before it connects. False if out of memory, also if it was the URI that
+// had no memory for the path to send.
 bool set_target(kiv_http_request& request, OwnedUri uri, const char* proxy_host,
                 std::int32_t proxy_port) {
+  if (uri->path_raw == nullptr) return false;
   OwnedText proxy(zu_strdup(proxy_host));
   if (proxy_host != nullptr && !proxy) return false;
   kiv_uri_free(request.uri);

@@ -137,9 +137,12 @@ struct Exchange {
     const kiv_http_request_response_fn response =
         [](void* self, kiv_box*, std::int32_t, const char*, kiv_http_table*, zu_jitter*,
            std::int32_t) { static_cast<Exchange*>(self)->end("response"); };
-    run(kivx_http_request_attach(box, 0, made, "h.example/x", "127.0.0.1", listener.local_port(),
+    run(kivx_http_request_attach(box, 0, made, "h.example/x?y", "127.0.0.1", listener.local_port(),
                                  nullptr, nullptr, failure, this, response, this, nullptr,
                                  nullptr));
+    if (log == "response") {
+      EXPECT_NE(peer.receive(10).find(" /x?y "), std::string::npos);  // whole or not at all
+    }
     kiv_http_request_free(made);  // for nothing when it could not be attached
   }
 
