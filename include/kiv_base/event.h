@@ -254,8 +254,10 @@ KIV_API int KIV_CALL zu_box_sock_SetMaxReadLen(zu_box* box, int32_t socket,
                                                int32_t length) KIV_NOEXCEPT;
 
 /* Send at once, from any thread; nothing is queued. Bytes sent, which may be fewer than given; -1
- * on failure, also when the system's buffer is full. The box is not looked at. The UDP forms
- * return 0 for a NULL address, a length below 1 or port 0. */
+ * on failure, also when the system's buffer is full: errno is then EAGAIN (on Windows
+ * WSAGetLastError() is WSAEWOULDBLOCK), and another if the connection is lost. No SIGPIPE is
+ * raised. Nagle's algorithm is left on. The box is not looked at. The UDP forms return 0 for a NULL
+ * address, a length below 1 or port 0. */
 KIV_API int32_t KIV_CALL zu_box_sock_TcpWrite(zu_box* box, int32_t socket, const void* data,
                                               int32_t length) KIV_NOEXCEPT;
 KIV_API int32_t KIV_CALL zu_box_sock_UdpWrite(zu_box* box, int32_t socket, const void* data,
@@ -272,8 +274,9 @@ KIV_API int KIV_CALL zu_box_sock_ExportSocketId_ForWrite(zu_box* box, int32_t so
 KIV_API int KIV_CALL zu_box_sock_ExportSocketId_ForExcept(zu_box* box, int32_t socket) KIV_NOEXCEPT;
 
 /* Wait for a socket that stays the caller's: `callback(argument)` runs whenever it is ready for
- * the kind. The box neither counts nor closes it; delete or export it before closing it. 1, or 0
- * for a bad argument, a second import of one kind, or more than 1024 sockets of it. */
+ * the kind. On POSIX systems any descriptor that can be polled will do, such as a pipe. The box
+ * neither counts nor closes it; delete or export it before closing it. 1, or 0 for a bad argument,
+ * a second import of one kind, or more than 1024 sockets of it. */
 KIV_API int KIV_CALL zu_box_sock_ImportSocketId_ForRead(zu_box* box, int32_t socket,
                                                         zu_event_fn callback,
                                                         void* argument) KIV_NOEXCEPT;

@@ -47,7 +47,8 @@ typedef struct zu_cgi zu_cgi;
  *   authority and leaves no host, such as "http://h#f" and "http://my_host/".
  * - A host is labels of letters, digits and inner "-", the last label beginning with a letter, or
  *   one to four numbers with dots between them. An IPv6 literal in brackets is accepted and
- *   dropped: there is no host then, and no path unless the text has one.
+ *   dropped: there is no host then, and no path unless the text has one. "http://[::1]/a" prints as
+ *   "http:///a", whose host is "a".
  * - The path of "http://h/.." is empty, not "/", so "http://h/..#f" prints as "http://h#f".
  * - An escaped zero byte ("%00") ends the decoded text it is in.
  *
@@ -117,7 +118,9 @@ KIV_API const char* KIV_CALL kiv_uri_GetPortString(const kiv_uri* uri) KIV_NOEXC
 /* The reference resolved against the base (RFC 2396, section 5.2) as a new text. A reference with
  * a scheme is returned as it is; without a usable base it is printed alone; an empty one gives the
  * base. A reference of query or fragment alone keeps the base's path, one of a fragment alone its
- * query too. NULL when the reference is no URI reference. */
+ * query too. NULL when the reference is no URI reference. With a base without a host, such as one
+ * with an IPv6 literal, the result can name another host: "/h/x" gives "http:///h/x", the host "h".
+ * Look at the host before connecting. */
 KIV_API char* KIV_CALL kiv_uri_BuildURI(const char* reference, const char* base) KIV_NOEXCEPT;
 
 /* The way from the base's path to the URI's as a new text; query and fragment are dropped. It is
@@ -308,7 +311,8 @@ KIV_API char* KIV_CALL kiv_http_table_GetFormStr(kiv_http_table* table) KIV_NOEX
 KIV_API int32_t KIV_CALL kiv_http_table_GetFormStrLen(const kiv_http_table* table) KIV_NOEXCEPT;
 
 /* A new table from the text of a head whose lines end in CR, LF or both; leading blanks and line
- * ends are skipped, blank lines between fields too. Only versions 1.0 and 1.1 are taken. Bad heads,
+ * ends are skipped, blank lines between fields too. Spaces before a colon are skipped, equal names
+ * are kept in order, and folded lines are refused. Only versions 1.0 and 1.1 are taken. Bad heads,
  * among them one with an empty field value or without a line end after its last field, print what
  * is wrong with the whole text and give NULL. */
 KIV_API kiv_http_table* KIV_CALL kiv_http_table_ParseHeaderStr(const char* text) KIV_NOEXCEPT;
@@ -323,6 +327,13 @@ KIV_API kiv_http_table* KIV_CALL kiv_http_table_ParseFormStr(const char* text) K
  * request filter takes bodies by Content-Length; a response filter also takes chunked bodies and,
  * for a 200 response with "Connection: close", the rest of the connection. Trailer fields after
  * the last chunk are not supported.
+ *
+ * Any other message ends with its head, whatever its status: a request with a chunked body, or a
+ * 404 without a length. A head that states a length is waited for, also that of a 304 or of the
+ * answer to a HEAD. The first Content-Length counts, read as a number with a sign and up to its
+ * first other character ("+3" and "3x" are 3), and it wins over a chunked coding. A head ends with
+ * CR LF CR LF alone, or at a zero byte that begins a line; what stands behind the zero byte, up to
+ * the blank line, is dropped.
  *
  * Limits: 5120 bytes for a head, 1024 for a chunk-size line, INT32_MAX for one Content-Length or
  * chunk size, and what a jitter buffer holds (1.6 GB) for body bytes not yet taken out. The number
@@ -414,7 +425,9 @@ typedef void(KIV_CALL* kiv_http_request_socket_fn)(void* user, kiv_box* box, int
 
 /* An answer: complete (status 13), or the next bytes of one that is not complete yet (12) or lasts
  * until the connection closes (15). Called once at most for each piece of data read, so the second
- * of two answers waits for more data. URL, table and body are freed when the callback returns. */
+ * of two answers waits for more data, "100 Continue" counting as one; if the stream breaks, all
+ * answers that were complete are delivered, then the failure. URL, table and body are freed when
+ * the callback returns. */
 typedef void(KIV_CALL* kiv_http_request_response_fn)(void* user, kiv_box* box, int32_t socket,
                                                      const char* url, kiv_http_table* response,
                                                      zu_jitter* body, int32_t status);
@@ -478,9 +491,13 @@ KIV_API int KIV_CALL kiv_http_request_free(kiv_http_request* request) KIV_NOEXCE
  * their client and free the server. Every operation on a freed server returns 0. Free it before its
  * box, or at once after.
  *
- * One request at most is delivered for each piece of data read. The second of two pipelined
+ * At most one request is delivered for each piece of data read. The second of two pipelined
  * requests waits for the next data on its connection. More than 1000 waiting requests count as a
- * broken stream.
+ * broken stream. If what follows complete requests cannot be parsed, these are all delivered and
+ * then the close callback is called.
+ *
+ * "Expect: 100-continue" is not answered, and a chunked request is delivered without its body, with
+ * the close callback following.
  *
  * There are no time limits: a peer that connects and stays silent holds its place in the box, which
  * has 1024 of them. An application that faces strangers deletes idle sockets by timers of its own.

@@ -134,10 +134,11 @@ KIV_API void KIV_CALL kiv_parse_pool_free(kiv_parse_pool* pool) KIV_NOEXCEPT;
 KIV_API int KIV_CALL kiv_parse_pool_input(kiv_parse_pool* pool, const void* bytes,
                                           int32_t count) KIV_NOEXCEPT;
 
-/* Copies the next packet with its zero and gives 1; 0 while none is whole. Runs of zero bytes
+/* Copies the next packet with its zero and returns 1; 0 while none is complete. Runs of zero bytes
  * separate packets and are dropped. Dropped silently, too, is what is longer than 10240 bytes with
- * its zero, a packet that does not fit `capacity`, and everything gathered when 10240 bytes hold no
- * zero. `length` may be NULL and is 0 when there is no packet. */
+ * its zero, a packet that does not fit `capacity`, and everything held if 10240 bytes contain no
+ * zero: what arrives of that packet afterwards is returned as a packet of its own, so check what
+ * this returns and not the stream. `length` may be NULL and is 0 if there is no packet. */
 KIV_API int KIV_CALL kiv_parse_pool_get(kiv_parse_pool* pool, void* buffer, int32_t capacity,
                                         int32_t* length) KIV_NOEXCEPT;
 
@@ -147,9 +148,13 @@ KIV_API int32_t KIV_CALL kiv_parse_pool_GetAvailableLen(kiv_parse_pool* pool) KI
 
 /* ---- Keyword filter --------------------------------------------------------------------------
  *
- * Tells whether a text contains one of a set of keywords. Keywords and texts are compared by their
- * letters, digits, "#" and bytes above 127, in exact case: blanks, line ends and other marks are
- * left out, so that "b.a d" contains "bad". */
+ * Reports whether a text contains one of a set of keywords, in exact case. Space, CR, LF and these
+ * 31 marks are removed from keywords and texts first, so that "b.a d" contains "bad":
+ *
+ *     - = _ / | * & ~ + , . ; " ' : @ [ ] { } % ^ $ ! ( ) \ < > ? `
+ *
+ * All other bytes are compared: letters, digits, "#", bytes above 127, and also tab and the other
+ * control characters: a tab between "b" and "ad" hides the keyword. */
 typedef struct kiv_filter kiv_filter;
 
 /* Makes a filter without keywords; NULL without memory. */
@@ -182,7 +187,9 @@ KIV_API int KIV_CALL kiv_filter_IsHit(kiv_filter* filter, const char* text) KIV_
  *     kiv_encipher(cipher, buffer, sizeof buffer, &written, "hello", 5);    gives 8 bytes
  *
  *     if (kiv_cipher_input(cipher, received, count)) {
- *       while (kiv_cipher_get(cipher, buffer, sizeof buffer, &written)) use(buffer, written);
+ *       while (kiv_cipher_get(cipher, buffer, sizeof buffer, &written) && written > 0) {
+ *         use(buffer, written);
+ *       }
  *     }
  *
  * Results are 1 or 0, and 0 for NULL or a negative length. Counts of bytes written may be asked for
@@ -218,7 +225,8 @@ KIV_API int KIV_CALL kiv_cipher_input(kiv_cipher* cipher, const void* bytes,
                                       int32_t length) KIV_NOEXCEPT;
 
 /* Deciphers what is held as far as the buffer has room, with XTEA in whole blocks; the rest stays.
- * 0 when nothing is held, or no whole block; 1 otherwise, and so also when nothing fits. */
+ * 0 if nothing is held, or no whole block; otherwise 1, even if nothing fits: a loop must also end
+ * when `written` is 0, as it is for XTEA with a capacity below 8. */
 KIV_API int KIV_CALL kiv_cipher_get(kiv_cipher* cipher, void* buffer, int32_t capacity,
                                     int32_t* written) KIV_NOEXCEPT;
 
@@ -250,7 +258,7 @@ KIV_API int KIV_CALL kiv_cipher_key(void* buffer, int32_t length, const char* fi
  *   15 data: the bytes; 16 keep-alive: nothing
  *
  * A connection is not protected: the client takes data and keep-alives from any sender who hits its
- * port. Who needs more enciphers and numbers what it sends.
+ * port. If you need more, encrypt and number what you send.
  *
  * What client and server share: every call checks the handle, from any thread, and gives 0 for one
  * that is not live. Callbacks run on the box's thread with no lock held, on copies of their data:
@@ -310,7 +318,8 @@ KIV_API int KIV_CALL kiv_uvc_attach(kiv_box* box, kiv_uvc* client, const char* h
  * or a negative length.
  *
  * Writing takes the place of keep-alives, but a server counts keep-alives alone: a client that
- * writes in every period of 2 s sends none and is lost to the server. Pause now and then. */
+ * writes in every period of 2 s sends none and is lost to the server. One whole period without a
+ * write in each 10 s is needed; the periods are the client's own, so pause for about 4 s. */
 KIV_API int32_t KIV_CALL kiv_uvc_write(kiv_uvc* client, const void* bytes,
                                        int32_t length) KIV_NOEXCEPT;
 

@@ -150,7 +150,8 @@ TEST_F(HttpServer, ReportsClosedAndBrokenStreams) {
   EXPECT_EQ(kiv_http_server_NumClients(server_), 0);
   delete_on_close_ = false;  // the client stays, and so does its fault
   Socket client = connect(), flooding = connect();
-  client.send(get("/1") + get("/2") + "HTTP/1.1 200 OK\r\n\r\n");
+  client.send(get("/1") +
+              "POST /2 HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n1\r\nx\r\n0\r\n\r\n");
   EXPECT_EQ(next_to("close"), "/1>/2>close");
   EXPECT_EQ(kiv_http_server_NumClients(server_), 2);
   client.send(get("/"));
