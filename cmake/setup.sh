@@ -2,10 +2,10 @@
 # shellcheck shell=bash
 # shellcheck disable=SC2034  # the scripts use the lists
 
-native_packages=(cmake ninja-build g++ googletest pkg-config dpkg-dev file python3)
+native_packages=(cmake ninja-build g++ libgtest-dev pkg-config dpkg-dev file python3)
 docs_packages=(doxygen mawk)
 server_packages=(nginx-light tinyproxy)
-windows_packages=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64 clang lld llvm)
+windows_packages=(googletest g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix wine64 clang lld llvm)
 machine_packages=(qemu-system-x86 e2fsprogs cpio)
 clang_packages=(clang libclang-rt-14-dev)
 browser_packages=(curl chromium chromium-driver)
