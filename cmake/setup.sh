@@ -62,9 +62,11 @@ need_servers() {
   ) || exit 1
 }
 
-# build PRESET [TARGET]: configures and builds in the source folder.
+# build PRESET [TARGET...]: configures and builds in the source folder.
 build() {
-  cmake --preset "$1" && cmake --build --preset "$1" ${2:+--target "$2"}
+  local preset=$1
+  shift
+  cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}
 }
 
 # step TITLE COMMAND...: runs the command under a header; ends the script when it fails.

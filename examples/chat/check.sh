@@ -8,7 +8,9 @@
 # keep what the browser shows at the end (.png).
 set -u
 [ $# -ge 2 ] || { echo "usage: $0 HOST CLIENT [PICTURE]" >&2; exit 2; }
-command -v curl chromedriver >/dev/null || { echo "$0 needs curl and chromedriver" >&2; exit 2; }
+# shellcheck source=examples/needs.sh
+source "$(dirname -- "${BASH_SOURCE[0]}")/../needs.sh"
+needs "$1" "$2" curl chromedriver chromium
 ulimit -n "$(ulimit -Hn)"
 
 host_program=$1

@@ -6,6 +6,9 @@
 # One line for each check, a summary at the end, exit status 0 when all is right.
 set -u
 [ $# -ge 1 ] || { echo "usage: $0 PROGRAM [ARGUMENT...]" >&2; exit 2; }
+# shellcheck source=examples/needs.sh
+source "$(dirname -- "${BASH_SOURCE[0]}")/../needs.sh"
+needs "$1" python3 md5sum script
 program=("$(realpath -- "$1")" "${@:2}")
 dir=$(mktemp -d)
 passed=0

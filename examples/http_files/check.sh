@@ -7,7 +7,9 @@
 # shellcheck disable=SC2016,SC2034  # texts in single quotes are for eval, which also uses the names
 set -u
 [ $# -ge 1 ] || { echo "usage: $0 PROGRAM [ARGUMENT...]" >&2; exit 2; }
-command -v curl cmp >/dev/null || { echo "$0 needs curl and cmp" >&2; exit 2; }
+# shellcheck source=examples/needs.sh
+source "$(dirname -- "${BASH_SOURCE[0]}")/../needs.sh"
+needs "$1" curl cmp
 
 program=("$@")
 dir=$(mktemp -d)
