@@ -161,6 +161,7 @@ bool Config::set_group(const char* name) {
     remove_from_index(made);
     return false;
   }
+  header->added = true;
   made->first_header = made->last_header = header;
   tokens_.splice_after(tokens_.last(), lines);
   return true;
@@ -249,10 +250,22 @@ bool Config::unset_key(const char* group_name, const char* key) {
 bool Config::unset_group(const char* name) {
   Group* removed = group(name);
   if (removed == nullptr) return false;
+  const bool lacks_line_end = !tokens_.ends_with_line_end() || removed->last_header->added;
+  bool leaves_text = false;
+  const Token* after = nullptr;
   visit_sections(*removed, [&](Token* token) {
-    if (token->kind == Kind::header) return tokens_.remove_header_line(token);
-    return token->kind == Kind::key ? tokens_.remove_key_line(token) : token->next;
+    if (token->kind != Kind::header && token->kind != Kind::key) {
+      leaves_text = true;
+      return token->next;
+    }
+    const bool is_key = token->kind == Kind::key;
+    leaves_text = is_key && leaves_text;
+    Token* const next = is_key ? tokens_.remove_key_line(token) : tokens_.remove_header_line(token);
+    after = next;
+    return next;
   });
+  // A last section without a line end of its own takes the one before it, which set_group adds.
+  if (lacks_line_end && !leaves_text && after == nullptr) tokens_.remove_last_line_end();
   remove_from_index(removed);
   return true;
 }

@@ -24,6 +24,7 @@ class ConfigParser {
       : config_(config), at_(text), end_(text + length) {}
 
   bool run() {
+    if (begins_with_mark() && !take(Kind::byte_order_mark, at_ + 3)) return false;
     while (at_ != end_) {
       if (!next()) return false;
     }
@@ -31,6 +32,10 @@ class ConfigParser {
   }
 
  private:
+  bool begins_with_mark() const {
+    return end_ - at_ >= 3 && std::memcmp(at_, "\xEF\xBB\xBF", 3) == 0;
+  }
+
   bool next() {
     switch (*at_) {
       case ' ':

@@ -114,7 +114,10 @@ Token* TokenList::remove_header_line(Token* header) {
 void TokenList::remove_indent(const Token* token) {
   Token* const indent = token->prev;
   if (!is(indent, Kind::blank)) return;
-  if (indent->prev == nullptr || indent->prev->kind == Kind::line_end) remove(indent);
+  const Token* const before = indent->prev;
+  if (before == nullptr || is(before, Kind::line_end) || is(before, Kind::byte_order_mark)) {
+    remove(indent);
+  }
 }
 
 Token* TokenList::remove_first_line_end(Token* line_end) {
@@ -124,6 +127,14 @@ Token* TokenList::remove_first_line_end(Token* line_end) {
   line_end->text += length;
   line_end->length -= length;
   return line_end->next;
+}
+
+void TokenList::remove_last_line_end() {
+  if (!ends_with_line_end()) return;
+  const std::uint32_t length = last_->length;
+  const bool pair = length > 1 && std::memcmp(last_->text + length - 2, "\r\n", 2) == 0;
+  last_->length -= pair ? 2 : 1;
+  if (last_->length == 0) remove(last_);
 }
 
 base::Owned<char> TokenList::print(std::size_t& length) const {

@@ -8,7 +8,16 @@
 
 namespace kiv::system {
 
-enum class Kind : std::uint8_t { line_end, blank, comment, header, key, equals, value };
+enum class Kind : std::uint8_t {
+  byte_order_mark,
+  line_end,
+  blank,
+  comment,
+  header,
+  key,
+  equals,
+  value
+};
 
 // A token does not own its text: that stands in the text that was read, or belongs to the group or
 // entry that the token is part of.
@@ -19,6 +28,7 @@ struct Token {
   std::uint32_t length;
   Kind kind;
   bool open;  // a header or comment whose closing mark is missing, which can only be the last token
+  bool added = false;  // a header that came with the line end before it
 };
 
 // Room for tokens, in blocks, each larger than the one before: a walk over them is a walk through
@@ -53,6 +63,7 @@ class TokenList {
   TokenList& operator=(const TokenList&) = delete;
 
   Token* last() const { return last_; }
+  bool ends_with_line_end() const { return last_ != nullptr && last_->kind == Kind::line_end; }
 
   // Adds a token at the end; null without memory.
   Token* append(Kind kind, const char* text, std::size_t length, bool open = false);
@@ -71,6 +82,9 @@ class TokenList {
   // blank lines behind it.
   Token* remove_header_line(Token* header);
   Token* remove_key_line(Token* key);
+
+  // Removes one line end from the end of the text, if it ends with one.
+  void remove_last_line_end();
 
   // The text, terminated, and its length; empty when it is too long or memory runs out.
   base::Owned<char> print(std::size_t& length) const;

@@ -28,7 +28,8 @@
  * is not followed by "=", or that starts with "=" or with a single "/", is passed over. A key ends
  * at a blank, tab or "=".
  * Groups of one name are one group, and the last of several equal keys counts. A key before the
- * first group, or below a group without a name, can be neither found nor changed.
+ * first group, or below a group without a name, can be neither found nor changed. A UTF-8 byte order
+ * mark at the start is skipped and kept.
  *
  * All functions accept NULL for any argument and then return 0 or NULL. Names are compared to the
  * byte and empty ones are refused. Texts handed in are copied and are written as they are: a line
@@ -74,8 +75,8 @@ KIV_API int KIV_CALL zu_config_SetGroup(zu_config* config, const char* group) KI
 KIV_API int KIV_CALL zu_config_UnsetKey(zu_config* config, const char* group,
                                         const char* key) KIV_NOEXCEPT;
 
-/* Removes every header of the group and the lines of its keys; comments and blank lines stay. 1, or
- * 0 when it is not there. */
+/* Removes every header of the group and the lines of its keys; comments and blank lines stay. A group
+ * that was added leaves the text as it was before. 1, or 0 when it is not there. */
 KIV_API int KIV_CALL zu_config_UnsetGroup(zu_config* config, const char* group) KIV_NOEXCEPT;
 
 /* Renames every header of the group. 1, or 0 with nothing changed: `group` is not there or

@@ -139,6 +139,9 @@ TEST(Config, ReadsAndChangesLines) {
       {"x", set("g", "", "2"), 0, "x"},
       {"[g]\n\tk = 1\n\nj=2\nk=3\n[h]\nk=4", unset("g", "k"), 1, "[g]\n\tj=2\n[h]\nk=4"},
       {"k=0\n[g]\nk=1", unset("g", "j"), 0, "k=0\n[g]\nk=1"},
+      {"\xEF\xBB\xBF[g]\nk=1", set("g", "k", "2"), 1, "\xEF\xBB\xBF[g]\nk=2"},
+      {"\xEF\xBB\xBF [g]\n[h]", unset("g", nullptr), 1, "\xEF\xBB\xBF[h]"},
+      {"x\n[g]\n\nk=1\n[h]\nj=2", unset("h", nullptr), 1, "x\n[g]\n\nk=1"},
       {" [g] \r\n\r\n k=1\r\n\n;c\n[h]\n[g];d\nj=1", unset("g", nullptr), 1, "\r\n\n;c\n[h]\n;d\n"},
   };
   for (const auto& c : cases) {
@@ -149,6 +152,30 @@ TEST(Config, ReadsAndChangesLines) {
   const Config config = parsed("k=0\n[g]\nk = v\na;b=x;y\nno\n=k=1\n/k=2\n//k=3\n\"q\" = \" 1\" ;");
   EXPECT_EQ((Model{{"g", {{"k", " v"}, {"a;b", "x;y"}, {"\"q\"", " \" 1\" ;"}}}}),
             model_of(config));
+}
+
+TEST(Config, AGroupAddedAndRemovedLeavesNoTrace) {
+  for (const std::string text :
+       {"", "\xEF\xBB\xBF", "x", "x\n", "x\r", "\t", "[h]\nk=1\n\n", "[h", "/* c"}) {
+    Config config = parsed(text);
+    const auto removed = [&] {
+      EXPECT_EQ(1, zu_config_UnsetGroup(config.get(), "g"));
+      return text_of(config);
+    };
+    zu_config_SetGroup(config.get(), "g");
+    EXPECT_EQ(text, removed());
+    zu_config_SetKey(config.get(), "g", "k", "1");
+    zu_config_SetKey(config.get(), "g", "j", "2");
+    EXPECT_EQ(text, removed());
+    zu_config_SetKey(config.get(), "g", "k", "1");
+    zu_config_UnsetKey(config.get(), "g", "k");
+    EXPECT_EQ(text, removed());
+    zu_config_SetKey(config.get(), "g", "k", "1");
+    const std::string added = text_of(config);
+    const std::string complete = added.substr(0, added.find("\r\n[g]\r\nk=1"));
+    config = parsed(added);
+    EXPECT_EQ(complete, removed()) << "what was open is closed";
+  }
 }
 
 TEST(Config, QuotesAreStrippedFromAValue) {
