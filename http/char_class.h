@@ -14,6 +14,8 @@ enum CharClass : std::uint8_t {
   kFormName = 1 << 3,
   kLineEnd = 1 << 4,
   kEscapePlain = 1 << 5,  // stands for itself in an escaped text
+  kTargetEnd = 1 << 6,    // ends a request target, and so does the terminator
+  kValueEnd = 1 << 7,     // ends the value of a header field, likewise
 };
 
 constexpr std::array<std::uint8_t, 256> make_char_classes() {
@@ -30,7 +32,9 @@ constexpr std::array<std::uint8_t, 256> make_char_classes() {
   add("-", kFieldName);
   add(" ._-/%=&", kStatusLine);
   add("-._", kFormName);
-  add("\r\n", kLineEnd);
+  add("\r\n", kLineEnd | kTargetEnd | kValueEnd);
+  add(std::string_view("\0", 1), kTargetEnd | kValueEnd);
+  add(" ", kTargetEnd);
   add("*", kEscapePlain);
   return classes;
 }

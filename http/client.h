@@ -22,7 +22,8 @@ struct Outgoing {
 
 // The request line, the fields and the form; `length` is theirs together. Empty without memory, or
 // when the head is one that no text can be made of.
-OwnedText request_text(kiv_http_table& settings, const kiv_uri& uri, std::int32_t& length) noexcept;
+OwnedText request_text(const kiv_http_table& settings, const kiv_uri& uri,
+                       std::int32_t& length) noexcept;
 
 // How the request's connection is served.
 extern const Handlers kRequestHandlers;

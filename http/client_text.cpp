@@ -25,41 +25,37 @@ constexpr DefaultField kDefaultFields[] = {
 // deliberate: the same target with and without a proxy, and no port beside the host; servers that
 // the applications talk to were set up for it.
 bool set_start(kiv_http_table& head, const kiv_http_table& settings, const kiv_uri& uri) {
-  const char* const method = kiv_http_table_GetMethod(&settings);
+  const std::string_view method = settings.method.text != nullptr ? settings.method.text : "GET";
   const OwnedText target(kiv_uri_GetURIRequest(&uri));
-  return kiv_http_table_SetMethod(&head, method != nullptr ? method : "GET") == 1 &&
-         kiv_http_table_SetRequest(&head, target.get()) == 1 &&
-         kiv_http_table_SetField(&head, "Host", uri.host) == 1;
+  return target && head.method.set(method.data(), method.size()) &&
+         head.request.set(target.get(), std::strlen(target.get())) &&
+         head.set_field("Host", uri.host);
 }
 
 bool set_default_fields(kiv_http_table& head) {
   for (const DefaultField& field : kDefaultFields) {
-    if (kiv_http_table_SetField(&head, field.name, field.value) != 1) return false;
+    if (!head.set_field(field.name, field.value)) return false;
   }
   return true;
 }
 
 // The application's fields replace defaults by name. Its form fields are set afresh, so that their
 // length is right however often they were changed.
-bool add_settings(kiv_http_table& head, kiv_http_table& settings) {
-  const char* name = nullptr;
-  const char* value = nullptr;
-  kiv_http_table_RewindField(&settings);
-  while (kiv_http_table_GetNextField(&settings, &name, &value) == 1) {
-    if (kiv_http_table_SetField(&head, name, value) != 1) return false;
+bool add_settings(kiv_http_table& head, const kiv_http_table& settings) {
+  for (const Field& field : settings.fields) {
+    if (!head.set_field(field.name.text, field.value.text)) return false;
   }
-  kiv_http_table_RewindForm(&settings);
-  while (kiv_http_table_GetNextForm(&settings, &name, nullptr, &value) == 1) {
-    if (kiv_http_table_SetForm(&head, name, value) != 1) return false;
+  for (const Form& form : settings.forms) {
+    if (!head.set_form(form.name.get(), form.raw.get())) return false;
   }
   return true;
 }
 
 // deliberate: a form goes out with every method, though only a POST tells its length.
 OwnedText whole_text(kiv_http_table& head, std::int32_t& length) {
-  OwnedText fields(kiv_http_table_GetHeaderStr(&head));
-  const OwnedText form(kiv_http_table_GetFormStr(&head));
-  const auto form_length = static_cast<std::size_t>(kiv_http_table_GetFormStrLen(&head));
+  OwnedText fields = head.head_text();
+  const OwnedText form = head.form_text();
+  const auto form_length = static_cast<std::size_t>(head.form_text_length());
   if (!fields || (!form && form_length > 0)) return OwnedText();
   const std::size_t fields_length = std::strlen(fields.get());
   length = static_cast<std::int32_t>(fields_length + form_length);
@@ -73,9 +69,9 @@ OwnedText whole_text(kiv_http_table& head, std::int32_t& length) {
 
 }  // namespace
 
-OwnedText request_text(kiv_http_table& settings, const kiv_uri& uri,
+OwnedText request_text(const kiv_http_table& settings, const kiv_uri& uri,
                        std::int32_t& length) noexcept {
-  const OwnedTable head(kiv_http_table_make());
+  const OwnedTable head = make_table();
   if (head == nullptr || !set_start(*head, settings, uri) || !set_default_fields(*head) ||
       !add_settings(*head, settings)) {
     return OwnedText();

@@ -49,13 +49,13 @@ kiv_http_table* get_complete(kiv_http_filter& filter, zu_jitter** body) {
 // stay when there is no body output to put them into.
 kiv_http_table* get_part(Message& message, zu_jitter** body) {
   if (zu_jitter_GetLen(message.body) == 0) return nullptr;
-  OwnedTable clone(kiv_http_table_clone(message.table));
-  if (clone == nullptr || body == nullptr) return clone.release();
+  OwnedTable table = clone(*message.table);
+  if (table == nullptr || body == nullptr) return table.release();
   zu_jitter* const fresh = zu_jitter_malloc();
   if (fresh == nullptr) return nullptr;
   *body = message.body;
   message.body = fresh;
-  return clone.release();
+  return table.release();
 }
 
 kiv_http_table* get(kiv_http_filter* filter, zu_jitter** body, std::int32_t* status, Kind kind) {

@@ -82,14 +82,14 @@ std::int32_t find_line_end(const Window& window) noexcept {
 // How the body of a response without Content-Length comes: the state to wait for it in.
 std::int32_t response_body(Message& message, const char* head, std::int32_t head_length) noexcept {
   const kiv_http_table& table = *message.table;
-  if (table.method != nullptr) return KIV_HTTP_COMPLETE;
-  if (const char* coding = kiv_http_table_GetField(&table, "Transfer-Encoding")) {
+  if (table.method.text != nullptr) return KIV_HTTP_COMPLETE;
+  if (const char* coding = table.field("Transfer-Encoding")) {
     if (same_name(coding, "chunked")) return KIV_HTTP_CHUNKED;
     std::printf("error: not find 'chunked' in 'Transfer-Encoding' field in HTTP header(\n%.*s)!\n",
                 static_cast<int>(head_length), head);
     return KIV_HTTP_BROKEN;
   }
-  const char* const connection = kiv_http_table_GetField(&table, "Connection");
+  const char* const connection = table.field("Connection");
   if (connection != nullptr && same_name(connection, "close") && table.status_value == 200) {
     message.expected = kUntilCloseLength;
     return KIV_HTTP_UNTIL_CLOSE;
@@ -101,7 +101,7 @@ std::int32_t response_body(Message& message, const char* head, std::int32_t head
 // deliberate: a length wins over a chunked coding, and a response with neither length, coding nor
 // "close" ends with its head; peers are served so.
 std::int32_t body(Message& message, Kind kind, const char* head, std::int32_t length) noexcept {
-  const char* const announced = kiv_http_table_GetField(message.table, "Content-Length");
+  const char* const announced = message.table->field("Content-Length");
   if (announced == nullptr) {
     return kind == Kind::request ? KIV_HTTP_COMPLETE : response_body(message, head, length);
   }
@@ -115,7 +115,7 @@ std::int32_t body(Message& message, Kind kind, const char* head, std::int32_t le
 bool begin_message(Message& message, Kind kind, const char* head, std::int32_t length) noexcept {
   message.table = parse_header(head, head + length).release();
   if (message.table == nullptr) return false;
-  if (kind == Kind::request && message.table->method == nullptr) return false;
+  if (kind == Kind::request && message.table->method.text == nullptr) return false;
   message.body = zu_jitter_malloc();
   if (message.body == nullptr) return false;
   message.state = body(message, kind, head, length);

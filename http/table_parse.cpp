@@ -1,5 +1,6 @@
 // Tables from text: the head of a message, and an urlencoded form.
 #include <algorithm>
+#include <bit>
 #include <cstdio>
 #include <cstring>
 
@@ -9,199 +10,207 @@
 namespace kiv::http {
 namespace {
 
-// A text being read; it holds no zero byte.
-class Reader {
- public:
-  Reader(const char* text, const char* end) : at(text), end_(end), newline_(text) {}
+// Bytes that may be read behind the terminator of a head's copy.
+constexpr std::size_t kReadAhead = sizeof(std::uint64_t) - 1;
 
-  const char* at;
+// Moves past a run of characters and returns its length.
+std::size_t skip(char*& at, CharClass members) {
+  const char* const start = at;
+  while (is(*at, members)) ++at;
+  return static_cast<std::size_t>(at - start);
+}
 
-  bool ended() const { return at == end_; }
-  const char* end() const { return end_; }
-  std::size_t left() const { return static_cast<std::size_t>(end_ - at); }
+void skip_spaces(char*& at) {
+  while (*at == ' ') ++at;
+}
 
-  // The byte `ahead` of here, 0 from the end on.
-  char peek(std::size_t ahead = 0) const { return ahead < left() ? at[ahead] : '\0'; }
-  bool at_line_end() const { return is(peek(), kLineEnd); }
-
-  void skip_blanks() {
-    while (peek() == ' ') ++at;
+// The first byte of a class of which no byte is a letter, a digit or a mark, such as the terminator
+// and the line ends. Eight bytes are looked at together.
+char* find(char* at, CharClass members) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101;
+  for (;;) {
+    std::uint64_t bytes;
+    std::memcpy(&bytes, at, sizeof bytes);
+    if constexpr (std::endian::native == std::endian::big) bytes = __builtin_bswap64(bytes);
+    // The top bit of each byte up to the space; right for the lowest such byte.
+    const std::uint64_t low = (bytes - kOnes * (' ' + 1)) & ~bytes & (kOnes << 7);
+    if (low == 0) {
+      at += sizeof bytes;
+      continue;
+    }
+    at += std::countr_zero(low) / 8;
+    if (is(*at, members)) return at;
+    ++at;
   }
-  // Moves past a run of characters and gives its length.
-  std::size_t run(CharClass members) {
-    const char* const start = at;
-    while (at != end_ && is(*at, members)) ++at;
-    return static_cast<std::size_t>(at - start);
-  }
-  // Moves to the next CR or LF, or to the end. The next LF is remembered: where lines end in CR
-  // alone, looking for it from each of them would read the whole text again.
-  void to_line_end() {
-    if (newline_ < at) newline_ = find('\n', end_);
-    at = find('\r', newline_);
-  }
-  const char* find(char wanted, const char* limit) const {
-    const void* found = std::memchr(at, wanted, static_cast<std::size_t>(limit - at));
-    return found == nullptr ? limit : static_cast<const char*>(found);
-  }
+}
 
- private:
-  const char* end_;
-  const char* newline_;
-};
-
+// Reads a head in a copy of it, which becomes the block of the table's strings. A string is
+// terminated when the next one has been read: until then the byte behind it is still needed.
 class HeaderParser {
  public:
-  HeaderParser(const char* text, const char* end) : text_(text), in_(text, end) {}
+  // `text` is the head as it came, for the messages.
+  HeaderParser(const char* text, std::size_t length) : text_(text), length_(length) {}
 
   OwnedTable parse() {
-    OwnedTable table(kiv_http_table_make());
-    if (table == nullptr) return nullptr;
-    in_.skip_blanks();
-    in_.run(kLineEnd);
-    const bool done = start_line(*table) && fields(*table);
-    return done ? std::move(table) : nullptr;
+    OwnedTable table = make_table();
+    OwnedText copy = OwnedText::allocate(length_ + 1 + kReadAhead);
+    if (table == nullptr || !copy) return nullptr;
+    std::memcpy(copy.get(), text_, length_);
+    std::memset(copy.get() + length_, '\0', 1 + kReadAhead);
+    at_ = copy.get();
+    end_of_last_ = copy.get() + length_;
+    table->head = std::move(copy);
+    skip_spaces(at_);
+    skip(at_, kLineEnd);
+    if (!start_line(*table) || !fields(*table)) return nullptr;
+    *end_of_last_ = '\0';
+    return table;
   }
 
  private:
-  // The text of a message, all of it.
-  int shown() const { return static_cast<int>(in_.end() - text_); }
+  // The string from `from` to here.
+  void take(TableText& to, char* from) {
+    *end_of_last_ = '\0';
+    end_of_last_ = at_;
+    to.text = from;
+  }
+
+  // Prints what is wrong, with the whole head.
+  bool refuse(const char* format) const {
+    std::printf(format, static_cast<int>(length_), text_);
+    return false;
+  }
 
   bool start_line(kiv_http_table& table) {
-    if (in_.left() >= 7 && std::memcmp(in_.at, "HTTP/1.", 7) == 0) return response(table);
-    const char* const method = in_.at;
-    const std::size_t length = in_.run(kLetter);
-    if (length > 0 && in_.peek() == ' ') {
-      return replace_text(table.method, method, length) && request(table);
+    char* const method = at_;
+    if (std::strncmp(at_, "HTTP/1.", 7) != 0 && skip(at_, kLetter) > 0 && *at_ == ' ') {
+      take(table.method, method);
+      return request(table);
     }
-    in_.at = method;
+    at_ = method;
     return response(table);
   }
 
   bool request(kiv_http_table& table) {
-    in_.skip_blanks();
-    const char* const target = in_.at;
-    while (!in_.ended() && *in_.at != ' ' && !in_.at_line_end()) ++in_.at;
-    if (in_.at == target || in_.peek() != ' ') {
-      std::printf("error: parse 'request' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n",
-                  shown(), text_);
-      return false;
+    skip_spaces(at_);
+    char* const target = at_;
+    at_ = find(at_, kTargetEnd);
+    if (at_ == target || *at_ != ' ') {
+      return refuse("error: parse 'request' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n");
     }
-    if (!replace_text(table.request, target, static_cast<std::size_t>(in_.at - target))) {
-      return false;
-    }
-    in_.skip_blanks();
-    if (!at_version()) {
-      std::printf("error: parse 'version' error in kiv_http_table_ParseHeaderStr() 1!\n%.*s\n",
-                  shown(), text_);
-      return false;
-    }
-    return take_version(table);
+    take(table.request, target);
+    skip_spaces(at_);
+    return version(table) ||
+           refuse("error: parse 'version' error in kiv_http_table_ParseHeaderStr() 1!\n%.*s\n");
   }
 
   bool response(kiv_http_table& table) {
-    if (!at_version()) {
-      std::printf("error: parse 'version' error in kiv_http_table_ParseHeaderStr() 2!\n%.*s\n",
-                  shown(), text_);
-      return false;
+    if (!version(table)) {
+      return refuse("error: parse 'version' error in kiv_http_table_ParseHeaderStr() 2!\n%.*s\n");
     }
-    if (!take_version(table)) return false;
-    const char* const line = in_.at;
-    const std::size_t length = in_.run(kStatusLine);
-    if (length == 0 || !in_.at_line_end()) {
-      std::printf("error: parse 'status' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n",
-                  shown(), text_);
-      return false;
+    char* const line = at_;
+    if (skip(at_, kStatusLine) == 0 || !is(*at_, kLineEnd)) {
+      return refuse("error: parse 'status' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n");
     }
-    return set_status(table, line, length);
+    take(table.status, line);
+    table.status_value = leading_int32(line);
+    return true;
   }
 
-  bool at_version() const {
-    if (in_.left() < 9 || std::memcmp(in_.at, "HTTP/1.", 7) != 0) return false;
-    const char minor = in_.at[7], next = in_.at[8];
-    return (minor == '0' || minor == '1') && (next == ' ' || is(next, kLineEnd));
-  }
-
-  bool take_version(kiv_http_table& table) {
-    if (!replace_text(table.version, in_.at, 8)) return false;
-    in_.at += 8;
-    in_.skip_blanks();
+  bool version(kiv_http_table& table) {
+    if (std::strncmp(at_, "HTTP/1.", 7) != 0 || (at_[7] != '0' && at_[7] != '1') ||
+        (at_[8] != ' ' && !is(at_[8], kLineEnd))) {
+      return false;
+    }
+    char* const start = at_;
+    at_ += 8;
+    take(table.version, start);
+    skip_spaces(at_);
     return true;
   }
 
   bool fields(kiv_http_table& table) {
     for (;;) {
-      if (in_.run(kLineEnd) == 0) {
-        std::printf("error: parse 'newline' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n",
-                    shown(), text_);
-        return false;
+      if (skip(at_, kLineEnd) == 0) {
+        return refuse("error: parse 'newline' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n");
       }
-      if (in_.ended()) return true;
+      if (*at_ == '\0') return true;
       if (!field(table)) return false;
     }
   }
 
   bool field(kiv_http_table& table) {
-    const char* const name = in_.at;
-    const std::size_t name_length = in_.run(kFieldName);
-    if (name_length == 0 || (in_.peek() != ':' && in_.peek() != ' ')) {
-      std::printf("error: parse 'field' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n", shown(),
-                  text_);
-      return false;
+    Field* const added = table.fields.add();
+    if (added == nullptr) return false;
+    char* const name = at_;
+    if (skip(at_, kFieldName) == 0 || (*at_ != ':' && *at_ != ' ')) {
+      return refuse("error: parse 'field' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n");
     }
-    in_.skip_blanks();
-    if (in_.peek() != ':') {
-      std::printf("error: parse ':' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n", shown(),
-                  text_);
-      return false;
+    take(added->name, name);
+    skip_spaces(at_);
+    if (*at_ != ':') {
+      return refuse("error: parse ':' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n");
     }
-    ++in_.at;
-    in_.skip_blanks();
-    const char* const value = in_.at;
-    in_.to_line_end();
+    ++at_;
+    skip_spaces(at_);
+    char* const value = at_;
+    at_ = find(at_, kValueEnd);
     // deliberate: a field without a value refuses the whole head; peers rely on the refusal.
-    if (in_.at == value || in_.ended()) {
-      std::printf("error: parse 'content' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n",
-                  shown(), text_);
-      return false;
+    if (at_ == value || *at_ == '\0') {
+      return refuse("error: parse 'content' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n");
     }
-    return append_field(table, name, name_length, value, static_cast<std::size_t>(in_.at - value));
+    take(added->value, value);
+    return true;
   }
 
   const char* text_;
-  Reader in_;
+  std::size_t length_;
+  char* at_ = nullptr;
+  char* end_of_last_ = nullptr;
 };
 
 // One "name=value" and the "&" behind it.
-bool parse_form_entry(kiv_http_table& table, Reader& in) {
-  const char* const name = in.at;
-  const std::size_t name_length = in.run(kFormName);
-  if (name_length == 0 || in.peek() != '=') {
+bool parse_form_entry(kiv_http_table& table, const char*& at) {
+  const char* const name = at;
+  while (is(*at, kFormName)) ++at;
+  const auto name_length = static_cast<std::size_t>(at - name);
+  if (name_length == 0 || *at != '=') {
     std::printf("error: parse 'name' error in kiv_http_table_ParseFormStr()!\n");
     return false;
   }
-  ++in.at;
-  const char* const value = in.at;
-  in.at = in.find('&', in.end());
-  OwnedText escaped = copy_text(value, static_cast<std::size_t>(in.at - value));
-  if (!escaped) {
+  const char* const value = ++at;
+  at += std::strcspn(at, "&");
+  Form form;
+  form.escaped = copy_text(value, static_cast<std::size_t>(at - value));
+  if (!form.escaped) {
     std::printf("error: parse 'value' error in kiv_http_table_ParseFormStr()!\n");
     return false;
   }
   // From the copy: a length of 0 would mean "up to the terminator" and take in what follows.
-  OwnedText raw(zu_url_unescape_malloc(escaped.get(), 0));
-  if (!raw) {
+  form.raw = OwnedText(zu_url_unescape_malloc(form.escaped.get(), 0));
+  if (!form.raw) {
     std::printf("error: parse 'value_raw' error in kiv_http_table_ParseFormStr()!\n");
     return false;
   }
-  if (!in.ended()) ++in.at;
-  return append_form(table, name, name_length, std::move(escaped), std::move(raw));
+  if (*at == '&') ++at;
+  form.name = copy_text(name, name_length);
+  return table.append_form(std::move(form));
+}
+
+OwnedTable parse_form(const char* text) {
+  OwnedTable table = make_table();
+  if (table == nullptr) return nullptr;
+  while (*text == ' ') ++text;
+  while (*text != '\0') {
+    if (!parse_form_entry(*table, text)) return nullptr;
+  }
+  return table;
 }
 
 }  // namespace
 
 OwnedTable parse_header(const char* text, const char* end) noexcept {
-  const void* const zero = std::memchr(text, '\0', static_cast<std::size_t>(end - text));
-  return HeaderParser(text, zero == nullptr ? end : static_cast<const char*>(zero)).parse();
+  return HeaderParser(text, static_cast<std::size_t>(end - text)).parse();
 }
 
 }  // namespace kiv::http
@@ -211,18 +220,10 @@ using namespace kiv::http;
 kiv_http_table* KIV_CALL kiv_http_table_ParseHeaderStr(const char* text) KIV_NOEXCEPT {
   const std::size_t length = text == nullptr ? INT32_MAX : std::strlen(text);
   if (length >= INT32_MAX) return nullptr;
-  return HeaderParser(text, text + length).parse().release();
+  return parse_header(text, text + length).release();
 }
 
 kiv_http_table* KIV_CALL kiv_http_table_ParseFormStr(const char* text) KIV_NOEXCEPT {
-  const std::size_t length = text == nullptr ? INT32_MAX : std::strlen(text);
-  if (length >= INT32_MAX) return nullptr;
-  OwnedTable table(kiv_http_table_make());
-  if (table == nullptr) return nullptr;
-  Reader in(text, text + length);
-  in.skip_blanks();
-  while (!in.ended()) {
-    if (!parse_form_entry(*table, in)) return nullptr;
-  }
-  return table.release();
+  if (text == nullptr || std::strlen(text) >= INT32_MAX) return nullptr;
+  return parse_form(text).release();
 }

@@ -1,4 +1,4 @@
-// Stream filters and head parsing. The ceiling is copying the same bytes.
+// Stream filters. The ceiling is copying the same bytes.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -6,23 +6,15 @@
 #include <string>
 #include <vector>
 
+#include "bench/http/request.h"
 #include "kiv_base/base.h"
 #include "kiv_base/http.h"
 
-namespace {
+#ifdef HAVE_LLHTTP
+#include "llhttp.h"
+#endif
 
-const std::string kRequest =
-    "GET /articles/2026/11/a-page-like-any-other.html?from=front&position=3 HTTP/1.1\r\n"
-    "Host: www.example.org\r\n"
-    "User-Agent: Mozilla/5.0 (X11; Linux x86_64; rv:109.0) Gecko/20100101 Firefox/115.0\r\n"
-    "Accept: text/html,application/xhtml+xml,application/xml;q=0.9,image/avif,*/*;q=0.8\r\n"
-    "Accept-Language: en-US,en;q=0.5\r\n"
-    "Accept-Encoding: gzip, deflate, br\r\n"
-    "Referer: https://www.example.org/articles/\r\n"
-    "Cookie: session=0123456789abcdef0123456789abcdef; theme=dark; consent=all; visits=17\r\n"
-    "Connection: keep-alive\r\n"
-    "Upgrade-Insecure-Requests: 1\r\n"
-    "Cache-Control: max-age=0\r\n\r\n";
+namespace {
 
 std::string chunked_response(std::size_t chunk, std::size_t total) {
   char line[16];
@@ -65,27 +57,13 @@ void copy(benchmark::State& state, const std::string& stream) {
 }
 
 void request(benchmark::State& state) {
-  feed(state, kRequest, true);
+  feed(state, kiv::bench::kRequest, true);
 }
 void request_memcpy(benchmark::State& state) {
-  copy(state, kRequest);
+  copy(state, kiv::bench::kRequest);
 }
 BENCHMARK(request_memcpy);
 BENCHMARK(request)->Arg(5120)->Arg(100)->Arg(1);
-
-void header_parse(benchmark::State& state) {
-  for (auto _ : state) kiv_http_table_free(kiv_http_table_ParseHeaderStr(kRequest.c_str()));
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kRequest.size()));
-}
-BENCHMARK(header_parse);
-
-void header_print(benchmark::State& state) {
-  kiv_http_table* table = kiv_http_table_ParseHeaderStr(kRequest.c_str());
-  for (auto _ : state) _zu_free(kiv_http_table_GetHeaderStr(table));
-  kiv_http_table_free(table);
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kRequest.size()));
-}
-BENCHMARK(header_print);
 
 void chunks_4096(benchmark::State& state) {
   feed(state, chunked_response(4096, 1 << 20), false);
@@ -98,6 +76,39 @@ void chunks_memcpy(benchmark::State& state) {
 }
 BENCHMARK(chunks_memcpy);
 BENCHMARK(chunks_4096)->Arg(5120)->Arg(1 << 20);
-BENCHMARK(chunks_64)->Arg(5120);
+BENCHMARK(chunks_64)->Arg(5120)->Arg(1 << 20);
+
+#ifdef HAVE_LLHTTP
+// The same stream with its body gathered in a string.
+void feed_llhttp(benchmark::State& state, const std::string& stream) {
+  const auto piece = static_cast<std::size_t>(state.range(0));
+  llhttp_settings_t settings;
+  llhttp_settings_init(&settings);
+  settings.on_body = [](llhttp_t* parser, const char* bytes, std::size_t count) {
+    static_cast<std::string*>(parser->data)->append(bytes, count);
+    return 0;
+  };
+  for (auto _ : state) {
+    std::string body;
+    llhttp_t parser;
+    llhttp_init(&parser, HTTP_RESPONSE, &settings);
+    parser.data = &body;
+    for (std::size_t at = 0; at < stream.size(); at += piece) {
+      llhttp_execute(&parser, stream.data() + at, std::min(piece, stream.size() - at));
+    }
+    if (body.size() != 1 << 20) state.SkipWithError("no message");
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(stream.size()));
+}
+
+void chunks_4096_llhttp(benchmark::State& state) {
+  feed_llhttp(state, chunked_response(4096, 1 << 20));
+}
+void chunks_64_llhttp(benchmark::State& state) {
+  feed_llhttp(state, chunked_response(64, 1 << 20));
+}
+BENCHMARK(chunks_4096_llhttp)->Arg(5120)->Arg(1 << 20);
+BENCHMARK(chunks_64_llhttp)->Arg(5120)->Arg(1 << 20);
+#endif
 
 }  // namespace
