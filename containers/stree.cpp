@@ -1,76 +1,39 @@
-// The balanced tree over texts, of which it keeps copies.
-#include <algorithm>
-#include <cstring>
-
-#include "containers/tree_core.h"
+// The balanced tree over strings, of which it keeps copies.
+#include "containers/text_tree.h"
+#include "containers/tree_callbacks.h"
 
 using namespace kiv::containers;
 
 namespace {
 
-int KIV_CALL compare(const void* stored_key, const void* probe, void*) {
-  return zu_strcmp(static_cast<const char*>(probe), static_cast<const char*>(stored_key));
-}
-
-// Compares in a descent from the root. All keys between the nearest ones passed so far begin with
-// the bytes that the probe shares with both, so those are not compared again. Zero bytes end a
-// text, also one stored with its length.
-struct TextProbe {
-  explicit TextProbe(const char* text) : key(reinterpret_cast<const unsigned char*>(text)) {}
-
-  int operator()(const void* stored_key) {
-    const auto* stored = static_cast<const unsigned char*>(stored_key);
-    std::size_t at = std::min(shared_below, shared_above);
-    while (key[at] == stored[at] && key[at] != 0) ++at;
-    const int order = key[at] - stored[at];
-    (order < 0 ? shared_above : shared_below) = at;
-    return order;
-  }
-
-  const unsigned char* key;
-  std::size_t shared_below = 0;
-  std::size_t shared_above = 0;
-};
-
-void KIV_CALL free_key(void* key, void* tree) {
-  give_back(static_cast<zu_stree*>(tree)->pool, key);
-}
+using Keys = TextTreeKeys;
 
 // Hands `op` the comparison for this key: inlined, or the callback of a tree that has its own.
 template <typename Op>
 auto on_key(const zu_stree* tree, const char* key, Op op) {
-  if (tree->key_compare == compare) return op(TextProbe{key});
+  if (tree->key_compare == Keys::compare) return op(Keys::Probe(key));
   return op(CallbackProbe(tree, key));
 }
 
-TreeNode* node_of(const zu_stree* tree, const char* key) {
+TreeNode* node_of(zu_stree* tree, const char* key) {
   if (!tree || !key) return nullptr;
-  return on_key(tree, key, [&](auto probe) { return lookup(tree, probe); });
-}
-
-char* copy_of(void* pool, const void* key, std::size_t length) {
-  if (length < 1 || length >= INT32_MAX) return nullptr;
-  auto* copy = static_cast<char*>(take(pool, static_cast<std::uint32_t>(length) + 1));
-  if (!copy) return nullptr;
-  std::memcpy(copy, key, length);
-  copy[length] = '\0';
-  return copy;
+  if (tree->key_compare == Keys::compare) return Keys::find(*TreeCore::of(tree), key);
+  return find_by_callback(tree, key);
 }
 
 int insert_copy(zu_stree* tree, const void* key, std::size_t length, void* value) {
-  char* copy = copy_of(tree->pool, key, length);
+  char* copy = Keys::copy_of(tree->pool, key, length);
   if (!copy) return 0;
-  const int stored = on_key(
-      tree, copy, [&](auto probe) { return store(tree, probe, copy, value, OnEqual::keep_key); });
-  if (!stored) give_back(tree->pool, copy);
-  return stored;
+  return on_key(tree, copy, [&](auto probe) {
+    return Keys::insert_copy(*TreeCore::of(tree), probe, copy, value);
+  });
 }
 
 }  // namespace
 
 zu_stree* KIV_CALL zu_stree_mallocx(void* pool) KIV_NOEXCEPT {
-  zu_stree* tree = zu_xtree_new_full(pool, compare, nullptr, free_key, nullptr, nullptr, nullptr);
-  if (tree) tree->key_destroy_data = tree;
+  auto* tree = take_record<TreeCore>(pool);
+  if (tree) Keys::init(*tree, pool);
   return tree;
 }
 
@@ -91,9 +54,9 @@ int KIV_CALL zu_stree_insert(zu_stree* tree, const char* key, void* value) KIV_N
 
 int KIV_CALL zu_stree_update(zu_stree* tree, const char* key, void* value) KIV_NOEXCEPT {
   TreeNode* node = node_of(tree, key);
-  char* copy = node ? copy_of(tree->pool, key, std::strlen(key)) : nullptr;
+  char* copy = node ? Keys::copy_of(tree->pool, key, std::strlen(key)) : nullptr;
   if (!copy) return 0;
-  overwrite(tree, node, copy, value, OnEqual::replace_key);
+  TreeCore::of(tree)->overwrite(node, copy, value, OnEqual::replace_key);
   return 1;
 }
 
@@ -104,8 +67,7 @@ int KIV_CALL zu_stree_find(zu_stree* tree, const char* key, void** value) KIV_NO
 int KIV_CALL zu_stree_deletex(zu_stree* tree, const char* key, zu_release_fn release,
                               void* user) KIV_NOEXCEPT {
   if (!tree || !key) return 0;
-  return on_key(tree, key,
-                [&](auto probe) { return release_and_remove(tree, probe, release, user); });
+  return on_key(tree, key, [&](auto probe) { return remove_released(tree, probe, release, user); });
 }
 
 int KIV_CALL zu_stree_delete(zu_stree* tree, const char* key) KIV_NOEXCEPT {
@@ -121,22 +83,22 @@ int KIV_CALL zu_stree_foreach_if(zu_stree* tree, zu_test_fn test, void* user) KI
 }
 
 int KIV_CALL zu_stree_traverse(zu_stree* tree, zu_entry_fn visit, void* user) KIV_NOEXCEPT {
-  return zu_xtree_foreach(tree, visit, user);
+  return visit_entries(tree, visit, user);
 }
 
 void KIV_CALL zu_stree_freex(zu_stree* tree, zu_release_fn release, void* user) KIV_NOEXCEPT {
   visit_values(tree, release, user);
-  zu_xtree_destroy(tree);
+  free_tree(tree);
 }
 
 void KIV_CALL zu_stree_free(zu_stree* tree) KIV_NOEXCEPT {
-  zu_xtree_destroy(tree);
+  free_tree(tree);
 }
 
 int32_t KIV_CALL zu_stree_height(zu_stree* tree) KIV_NOEXCEPT {
-  return zu_xtree_height(tree);
+  return height_of(tree);
 }
 
 int32_t KIV_CALL zu_stree_nnodes(zu_stree* tree) KIV_NOEXCEPT {
-  return zu_xtree_nnodes(tree);
+  return tree ? tree->nnodes : 0;
 }

@@ -1,9 +1,12 @@
 // The ordered map over a threaded AVL tree, for any kind of key.
 //
-// A Probe is the key looked for with the comparison that goes with it: probe(stored_key) is
-// negative when the probe sorts before the stored key, 0 when equal, positive when after. Each
-// descent from the root gets a probe of its own, which may remember what it has passed.
+// A tree is the public record, so the C functions reach it with a cast. A probe is the key looked
+// for with the comparison that goes with it: probe(stored_key) is negative if the probe sorts
+// before the stored key, 0 if equal, positive if after. Each descent from the root gets a copy of
+// the probe, which may remember what it has passed.
 #pragma once
+
+#include <iterator>
 
 #include "containers/storage.h"
 #include "containers/tree_balance.h"
@@ -11,145 +14,200 @@
 
 namespace kiv::containers {
 
-// Compares through a callback, as any tree can.
-struct CallbackProbe {
-  zu_key_compare_fn compare;
-  void* data;
-  const void* key;
-
-  CallbackProbe(const zu_xtree* tree, const void* probe)
-      : compare(tree->key_compare), data(tree->key_compare_data), key(probe) {}
-  CallbackProbe(zu_key_compare_fn search, void* user) : compare(search), data(user), key(nullptr) {}
-
-  int operator()(const void* stored_key) const { return compare(stored_key, key, data); }
-};
-
-template <typename Probe>
-TreeNode* lookup(const zu_xtree* tree, Probe probe) {
-  TreeNode* node = tree->root;
-  while (node) {
-    const int order = probe(node->key);
-    if (order == 0) return node;
-    if (!(order < 0 ? node->left_child : node->right_child)) return nullptr;
-    node = order < 0 ? node->left : node->right;
-  }
-  return nullptr;
-}
-
-// As lookup, and the path to the node or to the place where it belongs.
-template <typename Probe>
-TreeNode* descend(const zu_xtree* tree, Probe probe, Path& path) {
-  TreeNode* node = tree->root;
-  while (node) {
-    const int order = probe(node->key);
-    if (order == 0) return node;
-    path.push(node, order < 0 ? kLeft : kRight);
-    if (!(order < 0 ? node->left_child : node->right_child)) return nullptr;
-    node = order < 0 ? node->left : node->right;
-  }
-  return nullptr;
-}
-
 enum class OnEqual { keep_key, replace_key };
-
-inline void destroy_key(const zu_xtree* tree, void* key) {
-  if (tree->key_destroy) tree->key_destroy(key, tree->key_destroy_data);
-}
-
-inline void destroy_value(const zu_xtree* tree, void* value) {
-  if (tree->value_destroy) tree->value_destroy(value, tree->value_destroy_data);
-}
-
-// Stores over an existing entry.
-// deliberate: keeping the stored key destroys the new one; insertion always takes the key over.
-inline void overwrite(zu_xtree* tree, TreeNode* node, void* key, void* value, OnEqual on_equal) {
-  void* old_value = node->value;
-  void* unused_key = key;
-  node->value = value;
-  if (on_equal == OnEqual::replace_key) {
-    unused_key = node->key;
-    node->key = key;
-  }
-  destroy_value(tree, old_value);
-  destroy_key(tree, unused_key);
-}
-
-template <typename Probe>
-int store(zu_xtree* tree, Probe probe, void* key, void* value, OnEqual on_equal) {
-  Path path;
-  if (TreeNode* node = descend(tree, probe, path)) {
-    overwrite(tree, node, key, value, on_equal);
-    return 1;
-  }
-  TreeNode* leaf = tree->nnodes < INT32_MAX ? take_record<TreeNode>(tree->pool) : nullptr;
-  if (!leaf) return 0;
-  leaf->key = key;
-  leaf->value = value;
-  attach(tree, path, leaf);
-  ++tree->nnodes;
-  return 1;
-}
-
 enum class Destroy { no, yes };
 
-template <typename Probe>
-int remove(zu_xtree* tree, Probe probe, Destroy destroy) {
-  Path path;
-  TreeNode* node = descend(tree, probe, path);
-  if (!node) return 0;
-  node = detach(tree, path, node);
-  if (destroy == Destroy::yes) {
-    destroy_key(tree, node->key);
-    destroy_value(tree, node->value);
+class TreeCore : public zu_xtree {
+ public:
+  static TreeCore* of(zu_xtree* tree) { return static_cast<TreeCore*>(tree); }
+
+  void init(void* from_pool, zu_key_compare_fn compare) {
+    *static_cast<zu_xtree*>(this) = {};
+    pool = from_pool;
+    key_compare = compare;
   }
-  give_back(tree->pool, node);
-  --tree->nnodes;
-  return 1;
-}
 
-// Finds the value, lets `release` see it and then removes the entry by a search of its own:
-// `release` may have changed the tree.
-template <typename Probe>
-int release_and_remove(zu_xtree* tree, Probe probe, zu_release_fn release, void* user) {
-  if (release) {
-    const TreeNode* node = lookup(tree, probe);
-    if (!node) return 0;
-    release(node->value, user);
+  // Removes all entries in order, each after the destroy callbacks. The record remains.
+  void dispose() {
+    for (TreeNode* node = leftmost(root); node;) {
+      TreeNode* next = successor(node);
+      destroy_key(node->key);
+      destroy_value(node->value);
+      give_back(pool, node);
+      node = next;
+    }
   }
-  return remove(tree, probe, Destroy::yes);
-}
 
-inline int found(const TreeNode* node, void** value) {
-  if (!node) return 0;
-  if (value) *value = node->value;
-  return 1;
-}
-
-// Calls visit(node) in key order until it is true; tells whether it was.
-template <typename Visit>
-bool walk_until(const zu_xtree* tree, Visit visit) {
-  if (!tree) return false;
-  for (TreeNode* node = leftmost(tree->root); node; node = successor(node)) {
-    if (visit(node)) return true;
+  // NULL if absent.
+  template <typename Probe>
+  TreeNode* find(Probe probe) const {
+    if (!root) return nullptr;
+    for (TreeNode* node = root;;) {
+      const int order = probe(node->key);
+      if (order == 0) return node;
+      if (order < 0) {
+        if (!node->left_child) return nullptr;
+        node = node->left;
+      } else {
+        if (!node->right_child) return nullptr;
+        node = node->right;
+      }
+    }
   }
-  return false;
-}
 
-inline int visit_values(const zu_xtree* tree, zu_visit_fn visit, void* user) {
-  walk_until(visit ? tree : nullptr, [&](const TreeNode* node) {
-    visit(node->value, user);
-    return false;
-  });
-  return 0;
-}
+  // Returns false if out of memory.
+  template <typename Probe>
+  bool store(Probe probe, void* key, void* value, OnEqual on_equal) {
+    Path path;
+    if (TreeNode* node = descend(probe, path)) {
+      overwrite(node, key, value, on_equal);
+      return true;
+    }
+    TreeNode* leaf = nnodes < INT32_MAX ? take_record<TreeNode>(pool) : nullptr;
+    if (!leaf) return false;
+    leaf->key = key;
+    leaf->value = value;
+    attach(this, path, leaf);
+    ++nnodes;
+    return true;
+  }
 
-inline int test_values(const zu_xtree* tree, zu_test_fn test, void* user) {
-  int result = 0;
-  walk_until(tree, [&](const TreeNode* node) {
-    result = test ? test(node->value, user) : 1;
-    return result == 1;
-  });
-  return result;
-}
+  // Stores over an existing entry.
+  // deliberate: keeping the stored key destroys the new one; insertion always takes the key over.
+  void overwrite(TreeNode* node, void* key, void* value, OnEqual on_equal) {
+    void* old_value = node->value;
+    void* unused_key = key;
+    node->value = value;
+    if (on_equal == OnEqual::replace_key) {
+      unused_key = node->key;
+      node->key = key;
+    }
+    destroy_value(old_value);
+    destroy_key(unused_key);
+  }
+
+  // Returns false if absent.
+  template <typename Probe>
+  bool remove(Probe probe, Destroy destroy) {
+    Path path;
+    TreeNode* node = descend(probe, path);
+    if (!node) return false;
+    node = detach(this, path, node);
+    if (destroy == Destroy::yes) {
+      destroy_key(node->key);
+      destroy_value(node->value);
+    }
+    give_back(pool, node);
+    --nnodes;
+    return true;
+  }
+
+  // Finds the value, lets release(value) see it and then removes the entry with a search of its
+  // own: `release` may have changed the tree.
+  template <typename Probe, typename Release>
+  bool release_and_remove(Probe probe, Release release) {
+    const TreeNode* node = find(probe);
+    if (!node) return false;
+    release(node->value);
+    return remove(probe, Destroy::yes);
+  }
+
+  // Walks over the nodes in key order. The tree must not change meanwhile.
+  class Iterator {
+   public:
+    explicit Iterator(TreeNode* first) : node_(first) {}
+    TreeNode& operator*() const { return *node_; }
+    bool operator==(std::default_sentinel_t) const { return !node_; }
+    Iterator& operator++() {
+      node_ = successor(node_);
+      return *this;
+    }
+
+   private:
+    TreeNode* node_;
+  };
+  Iterator begin() const { return Iterator(leftmost(root)); }
+  std::default_sentinel_t end() const { return {}; }
+
+ private:
+  // As find(), and the path to the node or to the place where it belongs.
+  template <typename Probe>
+  TreeNode* descend(Probe& probe, Path& path) const {
+    TreeNode* node = root;
+    while (node) {
+      const int order = probe(node->key);
+      if (order == 0) return node;
+      path.push(node, order < 0 ? kLeft : kRight);
+      if (!(order < 0 ? node->left_child : node->right_child)) return nullptr;
+      node = order < 0 ? node->left : node->right;
+    }
+    return nullptr;
+  }
+
+  void destroy_key(void* key) const {
+    if (key_destroy) key_destroy(key, key_destroy_data);
+  }
+
+  void destroy_value(void* value) const {
+    if (value_destroy) value_destroy(value, value_destroy_data);
+  }
+};
+
+// An ordered map of its own storage, the heap or a pool, from keys to objects of one type, which it
+// does not own. A Keys type names the Key and Probe types of its family and defines
+//   init(tree, pool)           makes an empty tree of the record
+//   insert(tree, key, value)   stores a copy of the key
+//   find(tree, key)            the node of the key, NULL if absent
+template <typename Keys, typename Value>
+class OrderedTree {
+ public:
+  using Key = typename Keys::Key;
+
+  explicit OrderedTree(void* pool = nullptr) { Keys::init(core_, pool); }
+  ~OrderedTree() { core_.dispose(); }
+  OrderedTree(const OrderedTree&) = delete;
+  OrderedTree& operator=(const OrderedTree&) = delete;
+
+  std::int32_t size() const { return core_.nnodes; }
+
+  // Replaces the value of a key that is there already. Returns false if out of memory.
+  [[nodiscard]] bool insert(Key key, Value* value) { return Keys::insert(core_, key, value); }
+
+  Value* find(Key key) const {
+    const TreeNode* node = Keys::find(core_, key);
+    return node ? static_cast<Value*>(node->value) : nullptr;
+  }
+
+  // Returns false if absent.
+  bool remove(Key key) { return core_.remove(typename Keys::Probe(key), Destroy::yes); }
+
+  // Calls release(value) for each entry in order, then removes them all.
+  template <typename Release>
+  void clear(Release release) {
+    for (Value& value : *this) release(value);
+    core_.dispose();
+    Keys::init(core_, core_.pool);
+  }
+
+  // Walks over the values in key order. The tree must not change meanwhile.
+  class Iterator {
+   public:
+    explicit Iterator(TreeCore::Iterator at) : at_(at) {}
+    Value& operator*() const { return *static_cast<Value*>((*at_).value); }
+    bool operator==(std::default_sentinel_t end) const { return at_ == end; }
+    Iterator& operator++() {
+      ++at_;
+      return *this;
+    }
+
+   private:
+    TreeCore::Iterator at_;
+  };
+  Iterator begin() const { return Iterator(core_.begin()); }
+  std::default_sentinel_t end() const { return {}; }
+
+ private:
+  TreeCore core_;
+};
 
 }  // namespace kiv::containers

@@ -1,7 +1,7 @@
 // The balanced tree over keys that only its callbacks know.
 #include <cstdio>
 
-#include "containers/tree_core.h"
+#include "containers/tree_callbacks.h"
 
 using namespace kiv::containers;
 
@@ -30,11 +30,24 @@ int post_order(const TreeNode* node, zu_entry_fn visit, void* user) {
 
 int in_order(const zu_xtree* tree, zu_entry_fn visit, void* user) {
   int result = 0;
-  walk_until(tree, [&](const TreeNode* node) {
-    result = visit(node->key, node->value, user);
-    return result != 0;
-  });
+  for (TreeNode& node : *static_cast<const TreeCore*>(tree)) {
+    result = visit(node.key, node.value, user);
+    if (result != 0) break;
+  }
   return result;
+}
+
+// The node of a key, NULL if absent.
+TreeNode* node_of(const zu_xtree* tree, const void* key) {
+  return tree ? static_cast<const TreeCore*>(tree)->find(CallbackProbe(tree, key)) : nullptr;
+}
+
+int store(zu_xtree* tree, void* key, void* value, OnEqual on_equal) {
+  return tree && TreeCore::of(tree)->store(CallbackProbe(tree, key), key, value, on_equal);
+}
+
+int remove(zu_xtree* tree, const void* key, Destroy destroy) {
+  return tree && TreeCore::of(tree)->remove(CallbackProbe(tree, key), destroy);
 }
 
 }  // namespace
@@ -43,17 +56,14 @@ zu_xtree* KIV_CALL zu_xtree_new_full(void* pool, zu_key_compare_fn key_compare,
                                      void* key_compare_data, zu_release_fn key_destroy,
                                      void* key_destroy_data, zu_release_fn value_destroy,
                                      void* value_destroy_data) KIV_NOEXCEPT {
-  zu_xtree* tree = key_compare ? take_record<zu_xtree>(pool) : nullptr;
+  auto* tree = key_compare ? take_record<TreeCore>(pool) : nullptr;
   if (!tree) return nullptr;
-  *tree = {pool,
-           nullptr,
-           0,
-           key_compare,
-           key_compare_data,
-           key_destroy,
-           key_destroy_data,
-           value_destroy,
-           value_destroy_data};
+  tree->init(pool, key_compare);
+  tree->key_compare_data = key_compare_data;
+  tree->key_destroy = key_destroy;
+  tree->key_destroy_data = key_destroy_data;
+  tree->value_destroy = value_destroy;
+  tree->value_destroy_data = value_destroy_data;
   return tree;
 }
 
@@ -68,59 +78,45 @@ zu_xtree* KIV_CALL zu_xtree_new_with_data(zu_key_compare_fn key_compare,
 }
 
 void KIV_CALL zu_xtree_destroy(zu_xtree* tree) KIV_NOEXCEPT {
-  if (!tree) return;
-  void* pool = tree->pool;
-  for (TreeNode* node = leftmost(tree->root); node;) {
-    TreeNode* next = successor(node);
-    destroy_key(tree, node->key);
-    destroy_value(tree, node->value);
-    give_back(pool, node);
-    node = next;
-  }
-  give_back(pool, tree);
+  free_tree(tree);
 }
 
 int KIV_CALL zu_xtree_insert(zu_xtree* tree, void* key, void* value) KIV_NOEXCEPT {
-  return tree ? store(tree, CallbackProbe(tree, key), key, value, OnEqual::keep_key) : 0;
+  return store(tree, key, value, OnEqual::keep_key);
 }
 
 int KIV_CALL zu_xtree_replace(zu_xtree* tree, void* key, void* value) KIV_NOEXCEPT {
-  return tree ? store(tree, CallbackProbe(tree, key), key, value, OnEqual::replace_key) : 0;
+  return store(tree, key, value, OnEqual::replace_key);
 }
 
 int KIV_CALL zu_xtree_delete(zu_xtree* tree, const void* key) KIV_NOEXCEPT {
-  return tree ? remove(tree, CallbackProbe(tree, key), Destroy::yes) : 0;
+  return remove(tree, key, Destroy::yes);
 }
 
 int KIV_CALL zu_xtree_steal(zu_xtree* tree, const void* key) KIV_NOEXCEPT {
-  return tree ? remove(tree, CallbackProbe(tree, key), Destroy::no) : 0;
+  return remove(tree, key, Destroy::no);
 }
 
 void* KIV_CALL zu_xtree_find(zu_xtree* tree, const void* key) KIV_NOEXCEPT {
-  const TreeNode* node = tree ? lookup(tree, CallbackProbe(tree, key)) : nullptr;
+  const TreeNode* node = node_of(tree, key);
   return node ? node->value : nullptr;
 }
 
 int KIV_CALL zu_xtree_findx(zu_xtree* tree, const void* key, void** stored_key,
                             void** value) KIV_NOEXCEPT {
-  const TreeNode* node = tree ? lookup(tree, CallbackProbe(tree, key)) : nullptr;
+  const TreeNode* node = node_of(tree, key);
   if (node && stored_key) *stored_key = node->key;
   return found(node, value);
 }
 
 void* KIV_CALL zu_xtree_search(zu_xtree* tree, zu_key_compare_fn search, void* user) KIV_NOEXCEPT {
   if (!tree || !search) return nullptr;
-  const TreeNode* node = lookup(tree, CallbackProbe(search, user));
+  const TreeNode* node = TreeCore::of(tree)->find(CallbackProbe(search, user));
   return node ? node->value : nullptr;
 }
 
 int KIV_CALL zu_xtree_foreach(zu_xtree* tree, zu_entry_fn visit, void* user) KIV_NOEXCEPT {
-  int result = 0;
-  walk_until(visit ? tree : nullptr, [&](const TreeNode* node) {
-    result = visit(node->key, node->value, user);
-    return result == 1;
-  });
-  return result;
+  return visit_entries(tree, visit, user);
 }
 
 int KIV_CALL zu_xtree_traverse(zu_xtree* tree, zu_entry_fn visit, int32_t order,
@@ -145,12 +141,7 @@ int KIV_CALL zu_xtree_traverse(zu_xtree* tree, zu_entry_fn visit, int32_t order,
 }
 
 int32_t KIV_CALL zu_xtree_height(zu_xtree* tree) KIV_NOEXCEPT {
-  int32_t height = 0;
-  for (const TreeNode* node = tree ? tree->root : nullptr; node;
-       node = node->left_child ? node->left : nullptr) {
-    height += 1 + (node->balance > 0 ? node->balance : 0);
-  }
-  return height;
+  return height_of(tree);
 }
 
 int32_t KIV_CALL zu_xtree_nnodes(zu_xtree* tree) KIV_NOEXCEPT {

@@ -31,7 +31,14 @@ int KIV_CALL compare_numbers(const void* node_key, const void* probe, void* sign
   return number_of(sign) * (number_of(probe) - number_of(node_key));
 }
 
-// Two families under one set of names; text keys are numbers of three digits.
+// A number of three digits behind zeros, which are many in all keys and more in the negative ones.
+const char* padded(int k) {
+  static std::string text;
+  text = std::string(k < 0 ? 20 : 14, '0') + std::to_string(500 + k);
+  return text.c_str();
+}
+
+// Two families under one set of names.
 #define KIV_TREE_ADAPTER(name, family, to_key)        \
   struct name {                                       \
     static auto key(int k) { return to_key; }         \
@@ -43,7 +50,7 @@ int KIV_CALL compare_numbers(const void* node_key, const void* probe, void* sign
     static constexpr auto freex = family##_freex;     \
   }
 KIV_TREE_ADAPTER(ITree, zu_itree, k);
-KIV_TREE_ADAPTER(STree, zu_stree, digits(500 + k));
+KIV_TREE_ADAPTER(STree, zu_stree, padded(k));
 
 template <typename T>
 struct Tree : testing::Test {};
@@ -95,6 +102,18 @@ TEST(ITree, KeysCompareByTheirWrappedDifference) {
   const Numbers order{INT32_MAX, INT32_MIN, INT32_MIN + 1};
   expect_sound(tree, order);
   EXPECT_EQ(zu_xtree_find(tree, value_of(INT32_MIN)), value_of(INT32_MIN));
+  zu_itree_free(tree);
+}
+
+TEST(ITree, ManyKeysAreFoundByThousands) {
+  zu_itree* tree = zu_itree_malloc();
+  for (int i = 0; i < 5000; ++i) zu_itree_insert(tree, i * 7919 % 10007 * 2, value_of(i));
+  for (int i = 0; i < 5000; ++i) {
+    void* value = nullptr;
+    ASSERT_EQ(zu_itree_find(tree, i * 7919 % 10007 * 2, &value), 1);
+    ASSERT_EQ(number_of(value), i);
+    ASSERT_EQ(zu_itree_find(tree, i * 4 - 1, &value), 0);
+  }
   zu_itree_free(tree);
 }
 
