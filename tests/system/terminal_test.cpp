@@ -9,6 +9,8 @@
 #else
 #include <poll.h>
 #include <pty.h>
+#include <sched.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -47,6 +49,37 @@ bool echoes(int terminal) {
   return tcgetattr(terminal, &modes) == 0 && (modes.c_lflag & ECHO) != 0;
 }
 
+siginfo_t handled;
+
+// Asks for a password with the default for the signal, or a handler.
+int ask(int signal, bool handles) {
+  struct sigaction action {};
+  action.sa_handler = SIG_DFL;
+  if (handles) {
+    action.sa_sigaction = [](int, siginfo_t* info, void*) { handled = *info; };
+    action.sa_flags = SA_SIGINFO | SA_RESTART;
+  }
+  sigaction(signal, &action, nullptr);
+  const rlimit no_core{0, 0};
+  setrlimit(RLIMIT_CORE, &no_core);
+  char text[8] = "before";
+  if (zu_TTY_ReadPassword("", text, 8) != 0 || *text != '\0') return 61;
+  const bool as_sent = handled.si_pid == getppid() && handled.si_code == SI_USER;
+  return handled.si_signo == signal && as_sent ? 62 : 63;
+}
+
+// Sends it the signal, and tells how it ended.
+int send(int signal, bool handles) {
+  const pid_t process = fork();
+  if (process == 0) _exit(ask(signal, handles));
+  while (echoes(0)) sched_yield();
+  kill(process, signal);
+  int state = 0;
+  waitpid(process, &state, 0);
+  if (!echoes(0)) return 64;
+  return WIFSIGNALED(state) ? WTERMSIG(state) : WEXITSTATUS(state);
+}
+
 // A shell's part: puts a process that converses in the foreground, and tells how it ended.
 int play_shell() {
   signal(SIGTTOU, SIG_IGN);
@@ -64,6 +97,26 @@ int play_shell() {
     kill(process, SIGCONT);
   }
   return 50;
+}
+
+TEST(Terminal, IsAsItWasWhateverSignalComes) {
+  for (const bool handles : {false, true}) {
+    for (const int signal :
+         {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGALRM, SIGPIPE, SIGUSR1,      SIGUSR2,
+          SIGXCPU, SIGXFSZ, SIGIO,   SIGPWR,  SIGPROF, SIGTRAP, SIGVTALRM,    SIGSEGV,
+          SIGBUS,  SIGFPE,  SIGILL,  SIGABRT, SIGSYS,  SIGTSTP, SIGRTMIN + 3, SIGRTMAX}) {
+      if (signal == SIGTSTP && !handles) continue;  // below
+      int master = -1, state = -1;
+      const pid_t shell = forkpty(&master, nullptr, nullptr, nullptr);
+      if (shell == 0) {
+        alarm(60);
+        _exit(send(signal, handles));
+      }
+      waitpid(shell, &state, 0);
+      EXPECT_EQ(WEXITSTATUS(state), handles ? 62 : signal) << signal;
+      close(master);
+    }
+  }
 }
 
 TEST(Terminal, IsAsItWasWhateverIsTyped) {
