@@ -34,22 +34,31 @@ extern "C" void on_service_signal(int signal) {
   errno = error;
 }
 
+// In the place of the default, which would end a service that does not pause. One that is ignored
+// would be in the programs that it starts, too.
+extern "C" void on_nothing(int) {}
+
+bool pauses_now = false;
+
 constexpr int kSignals[] = {SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGUSR2};
 
-bool takes_over(int signal, const struct sigaction& old, bool pauses) {
-  if (signal == SIGUSR1 || signal == SIGUSR2) return pauses;
-  return signal != SIGHUP || old.sa_handler != SIG_IGN;
+// Null: the signal stays as it is.
+void (*handler_for(int signal, const struct sigaction& old, bool pauses))(int) {
+  if ((signal == SIGUSR1 || signal == SIGUSR2) && !pauses) {
+    return old.sa_handler == SIG_DFL ? on_nothing : nullptr;
+  }
+  return signal == SIGHUP && old.sa_handler == SIG_IGN ? nullptr : on_service_signal;
 }
 
 class Signals {
  public:
   explicit Signals(bool pauses) {
     struct sigaction ours {};
-    ours.sa_handler = on_service_signal;
     ours.sa_flags = SA_RESTART;
     for (std::size_t i = 0; i < std::size(kSignals); ++i) {
       sigaction(kSignals[i], nullptr, &old_[i]);
-      if (takes_over(kSignals[i], old_[i], pauses)) sigaction(kSignals[i], &ours, nullptr);
+      ours.sa_handler = handler_for(kSignals[i], old_[i], pauses);
+      if (ours.sa_handler != nullptr) sigaction(kSignals[i], &ours, nullptr);
     }
   }
   ~Signals() {
@@ -105,6 +114,7 @@ bool service_host(const char*, bool pauses, ServiceBody body, void* argument, Wh
   while (made == 0 && sem_trywait(&changes) == 0) continue;
   wish.begin();
   find_manager();
+  pauses_now = pauses;
   bool good;
   {
     const Signals signals(pauses);
@@ -120,8 +130,11 @@ bool service_has_manager() noexcept {
 
 void service_report(ServiceState state, bool) noexcept {
   if (manager_length == 0) return;
-  // The first "ready" counts; the text is where service_state finds a pause.
-  if (state == ServiceState::running) notify("READY=1\nSTATUS=running");
+  // The first "ready" counts; in the text, service_state finds a pause, and service_order whether
+  // there can be one.
+  if (state == ServiceState::running) {
+    notify(pauses_now ? "READY=1\nSTATUS=running" : "READY=1\nSTATUS=running without pauses");
+  }
   if (state == ServiceState::paused) notify("STATUS=paused");
   if (state == ServiceState::stopping) notify("STOPPING=1\nSTATUS=stopping");
 }

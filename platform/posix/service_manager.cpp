@@ -61,6 +61,11 @@ bool says(const char* out, const char* key, const char* value) {
   return false;
 }
 
+// Without a word of it, the signal would end the service.
+bool takes_pauses(const char* out) {
+  return says(out, "StatusText", "running") || says(out, "StatusText", "paused");
+}
+
 ServiceState state_in(const char* out) {
   if (says(out, "LoadState", "not-found")) return ServiceState::absent;
   if (says(out, "ActiveState", "activating")) return ServiceState::starting;
@@ -68,6 +73,23 @@ ServiceState state_in(const char* out) {
   const bool up = says(out, "ActiveState", "active") || says(out, "ActiveState", "reloading");
   if (!up) return ServiceState::stopped;
   return says(out, "StatusText", "paused") ? ServiceState::paused : ServiceState::running;
+}
+
+bool show(const char* name, char (&out)[kRoom], Why* why) {
+  return systemctl(
+      {"show", "--property=LoadState", "--property=ActiveState", "--property=StatusText"}, name,
+      out, why);
+}
+
+bool tell(const char* name, const char* signal, Why* why) {
+  char out[kRoom];
+  if (!show(name, out, why)) return false;
+  const ServiceState state = state_in(out);
+  if (state != ServiceState::running && state != ServiceState::paused) {
+    return why->is("it does not run");
+  }
+  if (!takes_pauses(out)) return why->is("it takes no pauses");
+  return systemctl({"kill", "--kill-who=main", signal}, name, why);
 }
 
 // ---- The unit file
@@ -147,7 +169,7 @@ void make_folders_above(const char* path) {
 
 bool is_ours(const char* path) {
   char start[sizeof kMark] = {};
-  const File file = open_file(path, {.read = true});
+  const File file = open_file(path, {.read = true, .regular = true});
   if (file == kNoFile) return false;
   read_file(file, start, sizeof start - 1);
   close_file(file);
@@ -203,10 +225,7 @@ bool service_remove(const char* name, Why* why) noexcept {
 
 ServiceState service_state(const char* name, Why* why) noexcept {
   char out[kRoom];
-  const bool told =
-      systemctl({"show", "--property=LoadState", "--property=ActiveState", "--property=StatusText"},
-                name, out, why);
-  return told ? state_in(out) : ServiceState::unknown;
+  return show(name, out, why) ? state_in(out) : ServiceState::unknown;
 }
 
 bool service_order(const char* name, ServiceOrder order, Why* why) noexcept {
@@ -216,9 +235,9 @@ bool service_order(const char* name, ServiceOrder order, Why* why) noexcept {
     case ServiceOrder::stop:
       return systemctl({"stop"}, name, why);
     case ServiceOrder::pause:
-      return systemctl({"kill", "--kill-who=main", "--signal=SIGUSR1"}, name, why);
+      return tell(name, "--signal=SIGUSR1", why);
     case ServiceOrder::proceed:
-      return systemctl({"kill", "--kill-who=main", "--signal=SIGUSR2"}, name, why);
+      return tell(name, "--signal=SIGUSR2", why);
   }
   return false;
 }

@@ -105,15 +105,30 @@ TEST(Service, SignalsDriveItAndTheManagerIsTold) {
       if (signal != 0) kill(getpid(), signal);
     }
   });
-  const zu_service_callbacks calls{start, nullptr, say<'x'>, say<'p'>, say<'r'>};
+  zu_service_callbacks calls{start, nullptr, say<'x'>, say<'p'>, say<'r'>};
   EXPECT_EQ(zu_service_run(kName, &calls, &said), 1);
   thread.join();
-  close(manager);
   unsetenv("NOTIFY_SOCKET");
   EXPECT_EQ(said, "sprx");
   EXPECT_EQ(told,
             "READY=1\nSTATUS=running\nSTATUS=paused\nREADY=1\nSTATUS=running\n"
             "STOPPING=1\nSTATUS=stopping\n");
+
+  // One that does not pause outlives the signals, and says so.
+  char text[64];
+  while (recv(manager, text, sizeof text, MSG_DONTWAIT) > 0) continue;
+  setenv("NOTIFY_SOCKET", name.c_str(), 1);
+  calls = {start,
+           [](void*) {
+             for (int signal : {SIGUSR1, SIGUSR2}) raise(signal);
+           },
+           nullptr, nullptr, nullptr};
+  EXPECT_EQ(zu_service_run(kName, &calls, &said), 1);
+  unsetenv("NOTIFY_SOCKET");
+  told.assign(text, std::size_t(recv(manager, text, sizeof text, 0)));
+  close(manager);
+  EXPECT_EQ(told, "READY=1\nSTATUS=running without pauses");
+  EXPECT_EQ(said, "sprxs");
 }
 
 // Its systemctl writes down what it is told, and says what it is to say.
@@ -144,6 +159,19 @@ TEST(Service, IsAUnitFileAndWordsToItsManager) {
   answer("Failed to start it.\nSee more.\n");
   EXPECT_EQ(printed_by([] { EXPECT_EQ(zu_service_start(kName), 0); }),
             "error: 'kiv_base_test': Failed to start it in zu_service_start()!\n");
+  for (const char* status : {"running without pauses", ""}) {
+    answer(
+        (std::string("LoadState=loaded\nActiveState=active\nStatusText=") + status + "\n").c_str());
+    EXPECT_EQ(
+        printed_by([] { EXPECT_EQ(zu_service_pause(kName) + zu_service_continue(kName), 0); }),
+        "error: 'kiv_base_test': it takes no pauses in zu_service_pause()!\n"
+        "error: 'kiv_base_test': it takes no pauses in zu_service_continue()!\n");
+  }
+  EXPECT_EQ(dir.content("calls").find("SIGUSR"), std::string::npos);
+  answer("LoadState=loaded\nActiveState=active\nStatusText=running\n");
+  EXPECT_EQ(zu_service_pause(kName), 1);
+  EXPECT_NE(dir.content("calls").find("kill --kill-who=main --signal=SIGUSR1 -- kiv_base_test"),
+            std::string::npos);
   answer("LoadState=loaded\nActiveState=deactivating\n");
   EXPECT_EQ(zu_service_query(kName), ZU_SERVICE_STOPPING);
   EXPECT_EQ(zu_service_remove(kName), 1);
