@@ -25,8 +25,11 @@ int32_t KIV_CALL zu_GetFileContent(const char* path, void* buffer, int32_t maxim
   if (file == nullptr) return -1;
   const std::size_t wanted = maximum > 0 ? static_cast<std::size_t>(maximum) : 0;
   const std::size_t read = std::fread(buffer, 1, wanted, file);
+  // A directory opens on some systems, and only reading from it fails.
+  if (wanted == 0) std::fgetc(file);
+  const bool failed = std::ferror(file) != 0;
   std::fclose(file);
-  return static_cast<int32_t>(read);
+  return failed ? -1 : static_cast<int32_t>(read);
 }
 
 int KIV_CALL zu_GetTextFileContent(const char* path, char* buffer, int32_t size) KIV_NOEXCEPT {

@@ -44,9 +44,11 @@ struct OpenMode {
   bool truncate = false;
   bool append = false;
   bool exclusive = false;
+  bool regular = false;  // fails for pipes, devices and sockets
+  bool narrow = false;   // on Windows, the path is in the system's narrow characters, no UTF-8
 };
 
-// No directories.
+// Fails for directories. Never waits for the other end of a pipe.
 File open_file(const char* path, OpenMode mode) noexcept;
 bool close_file(File file) noexcept;
 
@@ -69,9 +71,13 @@ bool unlock_file(File file) noexcept;
 // Does the path, links not followed, lead to that file by now?
 bool leads_to(const char* path, File file) noexcept;
 
-// Gives a file new content as replace_file does; `fill` writes it. Off Windows, a new file gets the
-// access rights of `like`, if given. With `as_moved` it is a new one in any case, which takes the
-// place of a link, too, as if `like` were renamed.
+// Do both paths, links not followed, lead to one file, which has several names? They may be
+// spellings of the same name all the same.
+bool is_other_name(const char* path, const char* other) noexcept;
+
+// Gives a file new content as replace_file does, its path in UTF-8; `fill` writes it. Off Windows,
+// a new file gets the access rights of `like`, if given. With `as_moved` it is a new one in any
+// case, which takes the place of a link, too, as if `like` were renamed.
 using Fill = bool (*)(File file, void* what);
 bool replace_filled(const char* path, Fill fill, void* what, File like = kNoFile,
                     bool as_moved = false) noexcept;

@@ -1,8 +1,6 @@
 // Configurations as callers see them: files in, answers and files out.
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -10,6 +8,7 @@
 #include "kiv_base/base.h"
 #include "platform/file.h"
 #include "system/config.h"
+#include "system/file.h"
 
 using namespace kiv;
 using system::Entry;
@@ -19,30 +18,6 @@ namespace {
 
 static_assert(sizeof(zu_config_entry) == 2 * sizeof(void*) &&
               offsetof(zu_config_entry, value) == sizeof(void*));
-
-constexpr std::size_t kFirstRead = 16384;
-constexpr std::size_t kLongestRead = INT32_MAX;  // as much as _zu_malloc counts
-
-// All bytes of a file; empty when it cannot be read, is too long, or memory runs out.
-base::Owned<char> read_file(const char* file_name, std::size_t& length) {
-  std::FILE* file = std::fopen(file_name, "rb");
-  if (file == nullptr) return {};
-  auto text = base::Owned<char>::allocate(kFirstRead);
-  std::size_t room = kFirstRead;
-  length = 0;
-  while (text) {
-    length += std::fread(text.get() + length, 1, room - length, file);
-    if (length < room) break;
-    const bool can_grow = room < kLongestRead;
-    room = std::min(room * 2, kLongestRead);
-    auto* larger = can_grow ? _zu_realloc(text.get(), static_cast<uint32_t>(room)) : nullptr;
-    if (larger != nullptr) (void)text.release();
-    text.reset(static_cast<char*>(larger));
-  }
-  if (std::ferror(file) != 0) text.reset();
-  std::fclose(file);
-  return text;
-}
 
 zu_config* make_empty() {
   auto memory = base::Owned<zu_config>::allocate();
@@ -66,7 +41,7 @@ void set_output(T* output, T value) {
 zu_config* KIV_CALL zu_config_make(const char* file_name) KIV_NOEXCEPT {
   if (file_name == nullptr) return make_empty();
   std::size_t length = 0;
-  base::Owned<char> text = read_file(file_name, length);
+  base::Owned<char> text = system::read_whole_file(file_name, true, length);
   return make_from(std::move(text), length);
 }
 

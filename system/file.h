@@ -4,9 +4,14 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/owned.h"
 #include "platform/fs.h"
 
 namespace kiv::system {
+
+// All bytes of a regular file, and a zero behind them; empty when it cannot be read, is 2 GiB or
+// longer, and without memory. `narrow`: as in platform::OpenMode.
+base::Owned<char> read_whole_file(const char* path, bool narrow, std::size_t& length);
 
 inline bool is_path(const char* path) {
   return path != nullptr && *path != '\0';

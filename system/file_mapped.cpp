@@ -67,8 +67,8 @@ bool shorten(zu_file_mapped& mapped, std::size_t size) {
 zu_file_mapped* KIV_CALL zu_file_mapped_open(const char* path, int writable) KIV_NOEXCEPT {
   if (!system::is_path(path)) return nullptr;
   const bool changes = writable != 0;
-  system::OwnedFile file(
-      platform::open_file(path, {.read = true, .write = changes, .create = changes}));
+  system::OwnedFile file(platform::open_file(
+      path, {.read = true, .write = changes, .create = changes, .regular = true}));
   if (!file) return nullptr;
   const std::int64_t size = platform::file_size(file.get());
   auto made = base::Owned<zu_file_mapped>::allocate();

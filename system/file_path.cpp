@@ -1,11 +1,13 @@
 // Files by path.
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <cstring>
 
 #include "base/owned.h"
 #include "kiv_base/system.h"
 #include "platform/fs.h"
+#include "platform/random.h"
 #include "system/file.h"
 
 using namespace kiv;
@@ -17,8 +19,6 @@ using platform::Kind;
 namespace {
 
 constexpr std::size_t kCopied = 65536;
-constexpr std::size_t kFirstRead = 16384;
-constexpr std::size_t kLongestRead = INT32_MAX;  // as much as _zu_malloc counts, the zero included
 
 struct Bytes {
   const void* start;
@@ -50,30 +50,33 @@ bool copy_file(File from, const char* to, bool as_moved) {
 // different mounts may have led to the one file that the copy has replaced by now.
 bool move_across(const char* from, const char* to, const FileStatus& status) {
   if (status.kind != Kind::file) return false;
-  const system::OwnedFile source(platform::open_file(from, {.read = true}));
+  const system::OwnedFile source(platform::open_file(from, {.read = true, .regular = true}));
   return source && copy_file(source.get(), to, true) &&
          platform::set_file_times(to, &status.modified_us, &status.accessed_us) &&
          platform::leads_to(from, source.get()) && platform::delete_file(from);
 }
 
-// Room for what the file seems to have and, so that its end shows, a byte more; a size that is not
-// to be trusted is only where reading starts.
-std::size_t first_room(File file) {
-  const std::int64_t size = platform::file_size(file);
-  if (size <= 0) return kFirstRead;
-  return static_cast<std::size_t>(std::min<std::int64_t>(size, kLongestRead - 2)) + 2;
+bool ends_directory(char c) {
+  return platform::is_separator(c) || c == ':';  // of a drive
 }
 
-// Makes room for more; false when there can be none, and nothing changed.
-bool grow(Owned<char>& text, std::size_t& room) {
-  if (room >= kLongestRead) return false;
-  const std::size_t larger = std::min(room * 2, kLongestRead);
-  auto* moved = static_cast<char*>(_zu_realloc(text.get(), static_cast<std::uint32_t>(larger)));
-  if (moved == nullptr) return false;
-  (void)text.release();
-  text.reset(moved);
-  room = larger;
-  return true;
+// Moves one of a file's names over another, where the system would leave both. They may be
+// spellings of one name, which is then gone from `to` as well once it is away.
+bool remove_other_name(const char* from, const char* to) {
+  std::size_t directory = std::strlen(from);
+  while (directory > 0 && !ends_directory(from[directory - 1])) --directory;
+  const auto away = Owned<char>::allocate(directory + 32);
+  std::uint32_t random[2];
+  if (!away || !platform::random_bytes(random, sizeof random)) return false;
+  std::memcpy(away.get(), from, directory);
+  std::snprintf(away.get() + directory, 32, "moved.%08x%08x", random[0], random[1]);
+  if (platform::move_file(from, away.get()) != platform::Moved::yes) return false;
+  FileStatus status;
+  const bool done = platform::file_status(to, false, &status)
+                        ? platform::delete_file(away.get())
+                        : platform::move_file(away.get(), to) == platform::Moved::yes;
+  if (!done) platform::move_file(away.get(), from);
+  return done;
 }
 
 }  // namespace
@@ -87,7 +90,7 @@ int KIV_CALL zu_file1_IsExist(const char* path) KIV_NOEXCEPT {
 int64_t KIV_CALL zu_file1_GetSize(const char* path) KIV_NOEXCEPT {
   FileStatus status;
   const bool found = system::is_path(path) && platform::file_status(path, true, &status) &&
-                     status.kind != Kind::directory;
+                     status.kind == Kind::file;
   return found ? status.size : -1;
 }
 
@@ -107,7 +110,7 @@ int KIV_CALL zu_file1_SetTimes(const char* path, const int64_t* modified_us,
 
 int KIV_CALL zu_file1_Copy(const char* from, const char* to) KIV_NOEXCEPT {
   if (!system::is_path(from) || !system::is_path(to)) return 0;
-  const system::OwnedFile source(platform::open_file(from, {.read = true}));
+  const system::OwnedFile source(platform::open_file(from, {.read = true, .regular = true}));
   return source && copy_file(source.get(), to, false);
 }
 
@@ -115,6 +118,8 @@ int KIV_CALL zu_file1_Move(const char* from, const char* to) KIV_NOEXCEPT {
   if (!system::is_path(from) || !system::is_path(to)) return 0;
   FileStatus status;
   if (!platform::file_status(from, false, &status) || status.kind == Kind::directory) return 0;
+  if (std::strcmp(from, to) != 0 && platform::is_other_name(from, to))
+    return remove_other_name(from, to);
   const platform::Moved moved = platform::move_file(from, to);
   return moved == platform::Moved::other_volume ? move_across(from, to, status)
                                                 : moved == platform::Moved::yes;
@@ -126,20 +131,9 @@ int KIV_CALL zu_file1_Delete(const char* path) KIV_NOEXCEPT {
 
 char* KIV_CALL zu_file1_Read(const char* path, int64_t* length) KIV_NOEXCEPT {
   if (!system::is_path(path)) return nullptr;
-  const system::OwnedFile file(platform::open_file(path, {.read = true}));
-  if (!file) return nullptr;
-  std::size_t room = first_room(file.get()), used = 0;
-  auto text = Owned<char>::allocate(room);
-  if (!text) return nullptr;
-  for (;;) {
-    const std::int64_t got = platform::read_file(file.get(), text.get() + used, room - used - 1);
-    if (got < 0) return nullptr;
-    if (got == 0) break;
-    used += static_cast<std::size_t>(got);
-    if (used + 1 == room && !grow(text, room)) return nullptr;
-  }
-  text[used] = '\0';
-  if (length != nullptr) *length = static_cast<std::int64_t>(used);
+  std::size_t used = 0;
+  Owned<char> text = system::read_whole_file(path, false, used);
+  if (text && length != nullptr) *length = static_cast<std::int64_t>(used);
   return text.release();
 }
 
@@ -152,7 +146,7 @@ int KIV_CALL zu_file1_Write(const char* path, const void* bytes, int64_t length)
 int KIV_CALL zu_file1_Append(const char* path, const void* bytes, int64_t length) KIV_NOEXCEPT {
   if (!system::is_path(path) || !system::is_range(bytes, length)) return 0;
   system::OwnedFile file(
-      platform::open_file(path, {.write = true, .create = true, .append = true}));
+      platform::open_file(path, {.write = true, .create = true, .append = true, .regular = true}));
   if (!file) return 0;
   const bool written = system::write_all(file.get(), bytes, length, true);
   return file.close() && written;

@@ -306,7 +306,7 @@ KIV_API int KIV_CALL zu_AppendFile(const char* path, const void* bytes,
 KIV_API int KIV_CALL zu_DeleteFile(const char* path) KIV_NOEXCEPT;
 
 /* Reads up to `maximum` bytes from the start. Number of bytes, 0 also for a maximum below 1;
- * -1 when the file cannot be opened and for NULL. */
+ * -1 when the file cannot be opened or read, as a directory cannot, and for NULL. */
 KIV_API int32_t KIV_CALL zu_GetFileContent(const char* path, void* buffer,
                                            int32_t maximum) KIV_NOEXCEPT;
 

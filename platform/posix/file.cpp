@@ -1,7 +1,9 @@
 #include "platform/file.h"
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -13,6 +15,7 @@
 #include <utility>
 
 #include "platform/fs.h"
+#include "platform/posix/uninterrupted.h"
 #include "platform/random.h"
 
 namespace kiv::platform {
@@ -36,8 +39,8 @@ bool write_bytes(File file, void* what) {
   return write_file(file, bytes->start, bytes->length, false);
 }
 
-bool fill_and_close(File file, Fill fill, void* what, bool to_disk) {
-  const bool complete = fill(file, what) && (!to_disk || flush_file(file));
+bool fill_and_close(File file, Fill fill, void* what) {
+  const bool complete = fill(file, what) && flush_file(file);
   return close_file(file) && complete;
 }
 
@@ -47,27 +50,35 @@ std::size_t directory_length(const char* path) {
   return slash == nullptr ? 0 : static_cast<std::size_t>(slash + 1 - path);
 }
 
-// Is the link at `path` another user's in a directory that all may write to? The system opens
-// nothing through such a link, but would tell where it leads.
-bool is_trap(char* path, std::size_t directory, const struct stat& link) {
+enum class Link { usual, of_proc, trap };
+
+// A trap is another user's link in a directory that all may write to: the system opens nothing
+// through it, but would tell where it leads. One of /proc may lead to what has no path.
+Link kind_of_link(char* path, std::size_t directory, const struct stat& link) {
   const char first = std::exchange(path[directory], '\0');
-  struct stat above;
-  const bool known = stat(directory == 0 ? "." : path, &above) == 0;
+  const char* const above = directory == 0 ? "." : path;
+  struct stat status;
+  struct statfs system;
+  const bool known = stat(above, &status) == 0 && statfs(above, &system) == 0;
   path[directory] = first;
-  if (!known) return true;
-  const bool shared = (above.st_mode & S_ISVTX) != 0 && (above.st_mode & S_IWOTH) != 0;
-  return shared && link.st_uid != geteuid() && link.st_uid != above.st_uid;
+  if (!known) return Link::trap;
+  if (system.f_type == PROC_SUPER_MAGIC) return Link::of_proc;
+  const bool shared = (status.st_mode & S_ISVTX) != 0 && (status.st_mode & S_IWOTH) != 0;
+  const bool own = link.st_uid == geteuid() || link.st_uid == status.st_uid;
+  return shared && !own ? Link::trap : Link::usual;
 }
 
 // Where a path leads once the links at its end are followed, whether anything is there or not.
-bool follow_links(const char* path, char (&target)[PATH_MAX]) {
+bool follow_links(const char* path, char (&target)[PATH_MAX], bool* through_proc) {
   if (std::snprintf(target, sizeof target, "%s", path) >= PATH_MAX) return false;
   for (int i = 0; i < kMostLinks; ++i) {
     struct stat found;
     if (lstat(target, &found) != 0) return errno == ENOENT;
     if (!S_ISLNK(found.st_mode)) return true;
     const std::size_t directory = directory_length(target);
-    if (is_trap(target, directory, found)) return false;
+    const Link kind = kind_of_link(target, directory, found);
+    if (kind == Link::trap) return false;
+    if (kind == Link::of_proc) *through_proc = true;
     char link[PATH_MAX];
     const ssize_t size = readlink(target, link, sizeof link);
     if (size <= 0) return false;
@@ -90,7 +101,8 @@ int open_beside(const char* path, mode_t mode, char (&name)[PATH_MAX]) {
     const int length =
         std::snprintf(name, sizeof name, "%.*s.%08x", static_cast<int>(kept), path, number);
     if (length < 0 || length >= PATH_MAX) return -1;
-    const int fd = open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    const int fd =
+        uninterrupted([&] { return open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode); });
     if (fd >= 0 || errno != EEXIST) return fd;
   }
   return -1;
@@ -148,31 +160,32 @@ bool take_rights_of(int fd, int model) {
          give_rights(fd, found.st_mode & 0777, list);
 }
 
-// The directory may allow what the file itself forbids; and links of /proc may lead to what has no
-// path.
-bool may_replace(const char* path, const struct stat& old) {
+// The directory may allow what the file itself forbids. One that has gone meanwhile forbids
+// nothing.
+bool may_replace(const char* path) {
+  return faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) == 0 || errno == ENOENT;
+}
+
+bool is_same(const char* path, const struct stat& file) {
   struct stat found;
-  return faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) == 0 && lstat(path, &found) == 0 &&
-         found.st_dev == old.st_dev && found.st_ino == old.st_ino;
+  return stat(path, &found) == 0 && found.st_dev == file.st_dev && found.st_ino == file.st_ino;
 }
 
 }  // namespace
 
 bool replace_filled(const char* path, Fill fill, void* what, File like, bool as_moved) noexcept {
-  struct stat old;
-  const bool exists = !as_moved && stat(path, &old) == 0;
-  if (exists && !S_ISREG(old.st_mode)) {
-    const File file = open_file(path, {.write = true, .truncate = true});
-    return file != kNoFile && fill_and_close(file, fill, what, false);
-  }
-
   // What a link leads to is replaced, not the link.
+  const char* const given = path;
   char target[PATH_MAX];
+  bool through_proc = false;
   if (!as_moved) {
-    if (!follow_links(path, target)) return false;
+    if (!follow_links(path, target, &through_proc)) return false;
     path = target;
   }
-  if (exists && !may_replace(path, old)) return false;
+  struct stat old;
+  const bool exists = !as_moved && lstat(path, &old) == 0;
+  if (exists && (!S_ISREG(old.st_mode) || !may_replace(path))) return false;
+  if (through_proc && (!exists || !is_same(given, old))) return false;
 
   const bool as_model = like != kNoFile && !exists;
   char beside[PATH_MAX];
@@ -180,7 +193,7 @@ bool replace_filled(const char* path, Fill fill, void* what, File like, bool as_
   if (fd < 0) return false;
   const bool ready = as_model ? take_rights_of(fd, static_cast<int>(like))
                               : !exists || take_over_rights(fd, path, old);
-  if (fill_and_close(fd, fill, what, true) && ready && rename(beside, path) == 0) return true;
+  if (fill_and_close(fd, fill, what) && ready && rename(beside, path) == 0) return true;
   unlink(beside);
   return false;
 }

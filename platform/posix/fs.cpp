@@ -10,6 +10,8 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "platform/posix/uninterrupted.h"
+
 namespace kiv::platform {
 
 namespace {
@@ -17,15 +19,6 @@ namespace {
 static_assert(sizeof(off_t) == 8);
 
 constexpr std::size_t kMostAtOnce = 1 << 30;
-
-// Repeats what a signal interrupted.
-template <typename Call>
-auto uninterrupted(Call call) {
-  for (;;) {
-    const auto result = call();
-    if (result != -1 || errno != EINTR) return result;
-  }
-}
 
 std::int64_t to_us(const timespec& time) {
   return std::int64_t{time.tv_sec} * 1000000 + time.tv_nsec / 1000;
@@ -48,6 +41,19 @@ int descriptor(File file) {
   return static_cast<int>(file);
 }
 
+bool is_regular(const char* path) {
+  struct stat found;
+  return stat(path, &found) == 0 && S_ISREG(found.st_mode);
+}
+
+// Opens without waiting for the other end of a pipe or for a device.
+int open_at_once(const char* path, int flags) {
+  const int fd = uninterrupted([&] { return open(path, flags | O_NONBLOCK, 0666); });
+  // Another process's lease, which the system calls in: that does not take long.
+  const bool is_leased = fd < 0 && errno == EWOULDBLOCK && is_regular(path);
+  return is_leased ? uninterrupted([&] { return open(path, flags, 0666); }) : fd;
+}
+
 }  // namespace
 
 bool file_status(const char* path, bool follow, FileStatus* status) noexcept {
@@ -63,6 +69,9 @@ bool file_status(const char* path, bool follow, FileStatus* status) noexcept {
 bool set_file_times(const char* path, const std::int64_t* modified_us,
                     const std::int64_t* accessed_us) noexcept {
   const timespec times[2] = {to_timespec(accessed_us), to_timespec(modified_us)};
+  // With nothing to set, the system would not look whether the path leads anywhere.
+  struct stat found;
+  if (modified_us == nullptr && accessed_us == nullptr) return stat(path, &found) == 0;
   return utimensat(AT_FDCWD, path, times, 0) == 0;
 }
 
@@ -89,10 +98,18 @@ File open_file(const char* path, OpenMode mode) noexcept {
   if (mode.truncate) flags |= O_TRUNC;
   if (mode.append) flags |= O_APPEND;
   if (mode.exclusive) flags |= O_EXCL;
-  const int fd = uninterrupted([&] { return open(path, flags, 0666); });
+  struct stat found;
+  // Some devices act when they are opened.
+  if (mode.regular && stat(path, &found) == 0 && !S_ISREG(found.st_mode)) return kNoFile;
+  const int fd = open_at_once(path, flags);
   if (fd < 0) return kNoFile;
-  struct stat opened;
-  if (fstat(fd, &opened) == 0 && !S_ISDIR(opened.st_mode)) return fd;
+  const bool known = fstat(fd, &found) == 0;
+  if (known && S_ISREG(found.st_mode)) return fd;
+  // Reads and writes wait as usual.
+  if (known && !mode.regular && !S_ISDIR(found.st_mode) &&
+      fcntl(fd, F_SETFL, flags & O_APPEND) == 0) {
+    return fd;
+  }
   close(fd);
   return kNoFile;
 }
@@ -142,6 +159,12 @@ bool leads_to(const char* path, File file) noexcept {
          named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
 }
 
+bool is_other_name(const char* path, const char* other) noexcept {
+  struct stat one, two;
+  return lstat(path, &one) == 0 && lstat(other, &two) == 0 && one.st_nlink > 1 &&
+         one.st_dev == two.st_dev && one.st_ino == two.st_ino;
+}
+
 // One of flock belongs to the handle, where one of fcntl would be the process's and go with any
 // handle of the file that it closes.
 FileLock lock_file(File file, bool wait) noexcept {
@@ -151,7 +174,7 @@ FileLock lock_file(File file, bool wait) noexcept {
 }
 
 bool unlock_file(File file) noexcept {
-  return flock(descriptor(file), LOCK_UN) == 0;
+  return uninterrupted([&] { return flock(descriptor(file), LOCK_UN); }) == 0;
 }
 
 }  // namespace kiv::platform

@@ -9,6 +9,7 @@
 #include "platform/fs.h"
 #include "platform/heap.h"
 #include "platform/random.h"
+#include "platform/win32/rename.h"
 #include "platform/win32/wide_path.h"
 
 namespace kiv::platform {
@@ -58,13 +59,12 @@ bool replace(const Wide& path, Fill fill, void* what) {
   if (!beside) return false;
   const HANDLE file = open_beside(path.get(), beside.get());
   if (file == INVALID_HANDLE_VALUE) return false;
-  const bool filled = fill(reinterpret_cast<File>(file), what) && FlushFileBuffers(file);
+  // Beside a device lies the device: "con.txt" is the console.
+  const bool filled = GetFileType(file) == FILE_TYPE_DISK &&
+                      fill(reinterpret_cast<File>(file), what) && FlushFileBuffers(file);
   // One rename, which no crash can interrupt; replacing in ways that keep the old file's access
   // rights takes several steps.
-  if (CloseHandle(file) && filled &&
-      MoveFileExW(beside.get(), path.get(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
-    return true;
-  }
+  if (CloseHandle(file) && filled && rename_over(beside.get(), path.get())) return true;
   DeleteFileW(beside.get());
   return false;
 }

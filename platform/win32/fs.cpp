@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <iterator>
 
+#include "platform/win32/rename.h"
 #include "platform/win32/reparse.h"
 #include "platform/win32/wide_path.h"
 
@@ -80,6 +81,25 @@ DWORD disposition(const OpenMode& mode) {
   return OPEN_EXISTING;
 }
 
+bool is_regular(HANDLE file) {
+  BY_HANDLE_FILE_INFORMATION known;
+  return GetFileType(file) == FILE_TYPE_DISK && GetFileInformationByHandle(file, &known);
+}
+
+// What is at the path itself; false when nothing is.
+bool look_at(const char* path, BY_HANDLE_FILE_INFORMATION* found) {
+  const HANDLE file = open_any(wide_path(path), FILE_READ_ATTRIBUTES, FILE_FLAG_OPEN_REPARSE_POINT);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  const bool known = GetFileInformationByHandle(file, found);
+  CloseHandle(file);
+  return known;
+}
+
+bool is_same(const BY_HANDLE_FILE_INFORMATION& one, const BY_HANDLE_FILE_INFORMATION& other) {
+  return one.dwVolumeSerialNumber == other.dwVolumeSerialNumber &&
+         one.nFileIndexHigh == other.nFileIndexHigh && one.nFileIndexLow == other.nFileIndexLow;
+}
+
 OVERLAPPED locked_byte() {
   OVERLAPPED where{};
   where.OffsetHigh = kLockedByteHigh;
@@ -140,8 +160,7 @@ bool set_file_times(const char* path, const std::int64_t* modified_us,
 Moved move_file(const char* from, const char* to) noexcept {
   const Wide wide_from = wide_path(from), wide_to = wide_path(to);
   if (!wide_from || !wide_to) return Moved::no;
-  constexpr DWORD kHow = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
-  if (MoveFileExW(wide_from.get(), wide_to.get(), kHow)) return Moved::yes;
+  if (rename_over(wide_from.get(), wide_to.get())) return Moved::yes;
   return GetLastError() == ERROR_NOT_SAME_DEVICE ? Moved::other_volume : Moved::no;
 }
 
@@ -166,7 +185,7 @@ bool remove_directory(const char* path) noexcept {
 }
 
 File open_file(const char* path, OpenMode mode) noexcept {
-  const Wide wide = wide_path(path);
+  const Wide wide = mode.narrow ? narrow_path(path) : wide_path(path);
   if (!wide) return kNoFile;
   const DWORD access = (mode.read ? GENERIC_READ : 0) | (mode.write ? GENERIC_WRITE : 0);
   // A new file is not made through a link that leads to nothing.
@@ -177,7 +196,8 @@ File open_file(const char* path, OpenMode mode) noexcept {
   const auto opened = reinterpret_cast<File>(file);
   // Emptied afterwards: the disposition that empties refuses hidden files, and one that was only
   // just made is empty anyway.
-  if (!mode.truncate || resize_file(opened, 0)) return opened;
+  const bool usable = !mode.regular || is_regular(file);
+  if (usable && (!mode.truncate || resize_file(opened, 0))) return opened;
   CloseHandle(file);
   return kNoFile;
 }
@@ -239,15 +259,14 @@ bool flush_file(File file) noexcept {
 }
 
 bool leads_to(const char* path, File file) noexcept {
-  const HANDLE named =
-      open_any(wide_path(path), FILE_READ_ATTRIBUTES, FILE_FLAG_OPEN_REPARSE_POINT);
-  if (named == INVALID_HANDLE_VALUE) return false;
-  BY_HANDLE_FILE_INFORMATION one, other;
-  const bool known = GetFileInformationByHandle(named, &one) &&
-                     GetFileInformationByHandle(handle_of(file), &other);
-  CloseHandle(named);
-  return known && one.dwVolumeSerialNumber == other.dwVolumeSerialNumber &&
-         one.nFileIndexHigh == other.nFileIndexHigh && one.nFileIndexLow == other.nFileIndexLow;
+  BY_HANDLE_FILE_INFORMATION named, opened;
+  return look_at(path, &named) && GetFileInformationByHandle(handle_of(file), &opened) &&
+         is_same(named, opened);
+}
+
+bool is_other_name(const char* path, const char* other) noexcept {
+  BY_HANDLE_FILE_INFORMATION one, two;
+  return look_at(path, &one) && look_at(other, &two) && one.nNumberOfLinks > 1 && is_same(one, two);
 }
 
 FileLock lock_file(File file, bool wait) noexcept {

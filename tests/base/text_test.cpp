@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "kiv_base/base.h"
+#include "tests/support/temp_dir.h"
 
 namespace {
 
@@ -80,6 +81,25 @@ TEST(Text, MakesNewTexts) {
     EXPECT_STREQ(expected, static_cast<char*>(text));
     _zu_free(text);
   }
+}
+
+TEST(Text, ReadsWhatAFileHasAndNoDirectory) {
+  const kiv::test::TempDir dir;
+  const std::string file = dir.file("a"), missing = dir.file("no"), folder = dir.path();
+  EXPECT_EQ(1, zu_AppendFile(file.c_str(), "abc", 3) & zu_AppendFile(file.c_str(), "d", 1));
+  char text[8] = "";
+  EXPECT_EQ(4, zu_GetFileContent(file.c_str(), text, 8));
+  EXPECT_EQ(1, zu_GetTextFileContent(file.c_str(), text, 4));
+  EXPECT_STREQ("abc", text);
+  EXPECT_EQ(0, zu_GetFileContent(file.c_str(), text, 0));
+  for (const std::string& none : {missing, folder}) {
+    for (int size : {0, 1, 8}) {
+      EXPECT_EQ(0, zu_GetTextFileContent(none.c_str(), text, size)) << none;
+      EXPECT_EQ(-1, zu_GetFileContent(none.c_str(), text, size)) << none;
+    }
+  }
+  EXPECT_EQ(0, zu_AppendFile(folder.c_str(), "a", 1));
+  EXPECT_EQ(0, zu_DeleteFile(file.c_str()));
 }
 
 // Every range of a text, against the standard string's replacement; outside of it nothing. The

@@ -1,12 +1,15 @@
 // Files by path and by handle, and directories, under names that are no ASCII.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <memory>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "base/owned.h"
 #include "kiv_base/base.h"
@@ -15,6 +18,9 @@
 #include "tests/support/temp_dir.h"
 #if __has_include(<sys/resource.h>)
 #include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -100,6 +106,82 @@ TEST_F(Files, AreWrittenWholeOrNotAtAll) {
   EXPECT_EQ(content(dir_), "(missing)");
 }
 
+TEST_F(Files, AllOfThoseWhoReplaceOneSucceed) {
+  const std::string path = temp_.file("a"), x = "[x]\r\nk=" + std::string(5000, 'x'), y(9, 'y');
+  zu_config* const config = zu_config_make1(x.c_str());
+  std::atomic<int> replaced{0}, ended{0};
+  const auto all_of = [&](auto replace) {
+    return std::thread([&, replace] {
+      for (int i = 0; i < 300; ++i) replaced += replace();
+      ++ended;
+    });
+  };
+  const auto write = [&] { return zu_file1_Write(path.c_str(), y.data(), 9); };
+  std::thread writers[] = {all_of([&] { return zu_config_SaveToFile(config, path.c_str()); }),
+                           all_of(write), all_of(write)};
+#ifndef _WIN32  // a reader there hinders writers
+  while (ended < 3) {
+    const std::string now = content(path);
+    EXPECT_TRUE(now == x || now == y || now == "(missing)") << now.size();
+  }
+#endif
+  for (std::thread& writer : writers) writer.join();
+  EXPECT_EQ(replaced, 900);
+  EXPECT_TRUE(content(path) == x || content(path) == y);
+  EXPECT_EQ(walk(temp_.path(), 0).size(), 2u) << "nothing is left beside";
+  zu_config_free(config);
+}
+
+// What would wait, or is none of the disk's bytes.
+TEST_F(Files, PipesDevicesAndSocketsAreNone) {
+#ifdef _WIN32
+  const std::vector<std::string> no_files{"NUL"};
+#else
+  const std::string pipe = temp_.file("pipe"), socket_path = temp_.file("socket");
+  const std::vector<std::string> no_files{pipe, socket_path, "/dev/null", "/dev/tty"};
+  alarm(30);  // ends what waits after all
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  sockaddr_un address{AF_UNIX, {}};
+  socket_path.copy(address.sun_path, sizeof address.sun_path - 1);
+  const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+  ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+#endif
+  zu_config* const config = zu_config_make(nullptr);
+  const std::string there = file("there");
+  zu_file1_Write(there.c_str(), "x", 1);
+  for (const std::string& name : no_files) {
+    const char* const path = name.c_str();
+    EXPECT_EQ(zu_config_make(path), nullptr) << name;
+    EXPECT_EQ(zu_config_SaveToFile(config, path), 0) << name;
+    EXPECT_EQ(content(name), "(missing)");
+    EXPECT_EQ(zu_file1_Write(path, "x", 1) + zu_file1_Append(path, "x", 1), 0) << name;
+    EXPECT_EQ(zu_file1_Copy(path, file("b").c_str()) + zu_file1_Copy(there.c_str(), path), 0);
+    EXPECT_EQ(zu_file1_GetSize(path), -1) << name;
+    EXPECT_EQ(zu_file_mapped_open(path, 0), nullptr) << name;
+    EXPECT_EQ(zu_file_mapped_open(path, 1), nullptr) << name;
+  }
+  zu_config_free(config);
+#ifndef _WIN32
+  close(listener);
+  EXPECT_EQ(zu_file2_open(socket_path.c_str(), ZU_FILE2_READ), nullptr);
+  EXPECT_EQ(zu_file2_open(pipe.c_str(), ZU_FILE2_WRITE), nullptr) << "nobody would read it";
+  const File reader(zu_file2_open(pipe.c_str(), ZU_FILE2_READ));
+  File writer(zu_file2_open(pipe.c_str(), ZU_FILE2_APPEND));
+  ASSERT_TRUE(reader && writer);
+  // It is a pipe as usual from then on: more than it holds goes through, and its end is one.
+  const std::string much(300000, 'm');
+  std::thread other([&] {
+    EXPECT_EQ(zu_file2_write(writer.get(), much.data(), 300000), 1);
+    writer.reset();
+  });
+  std::string read(300001, 0);
+  EXPECT_EQ(zu_file2_read(reader.get(), read.data(), 300001), 300000);
+  other.join();
+  EXPECT_EQ(zu_file1_Delete(pipe.c_str()) + zu_file1_Delete(socket_path.c_str()), 2);
+  alarm(0);
+#endif
+}
+
 TEST_F(Files, AreCopiedMovedAndDeleted) {
   const std::string a = file("a"), b = file("b");
   const std::string big(200000, 'b');
@@ -115,6 +197,14 @@ TEST_F(Files, AreCopiedMovedAndDeleted) {
   EXPECT_EQ(zu_file1_GetTimes(b.c_str(), &modified, &accessed), 1);
   EXPECT_EQ(modified, before_1970);
   EXPECT_EQ(accessed, late);
+  EXPECT_EQ(zu_file1_SetTimes(a.c_str(), nullptr, nullptr), 0) << "it is gone";
+  // One file under two names, and one name under two paths.
+  std::filesystem::create_hard_link(std::filesystem::u8path(b), std::filesystem::u8path(a));
+  EXPECT_EQ(zu_file1_Move((dir_ + "/./a").c_str(), a.c_str()), 1);
+  EXPECT_EQ(zu_file1_GetSize(a.c_str()), 200000);
+  EXPECT_EQ(zu_file1_Move(a.c_str(), b.c_str()), 1);
+  EXPECT_EQ(zu_file1_IsExist(a.c_str()), 0);
+  EXPECT_EQ(walk(dir_).size(), 1u);
 #ifndef _WIN32
   // What another user may do, beside a group that may do nothing, stays and is copied.
   const std::string list(
