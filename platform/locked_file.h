@@ -1,5 +1,5 @@
 // Small files that one process at a time holds. The system lets go of one when the process ends,
-// however it ends. Paths are UTF-8.
+// however it ends; processes that it has forked hold nothing. Paths are UTF-8.
 #pragma once
 
 #include <cstddef>

@@ -12,10 +12,14 @@ std::int32_t process_id() noexcept;
 // The full path of the program's file; null when the system does not tell.
 char* executable_path() noexcept;
 
-// Any thread may call these.
+// Any thread may call these. A change of "TZ" holds for local times from then on.
 char* environment_get(const char* name) noexcept;
 bool environment_set(const char* name, const char* value) noexcept;
 bool environment_unset(const char* name) noexcept;
+
+// Calls `then` in every process that is forked from now on, before anything else there. False when
+// it cannot; without effect where processes are not forked.
+bool call_when_forked(void (*then)()) noexcept;
 
 // Overwrites memory in a way that no optimizer leaves out.
 void clear_memory(void* memory, std::size_t size) noexcept;

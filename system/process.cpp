@@ -7,6 +7,7 @@
 
 #include "kiv_base/system.h"
 #include "platform/clock.h"
+#include "platform/process.h"
 #include "platform/random.h"
 #include "platform/thread.h"
 
@@ -17,14 +18,26 @@ namespace {
 std::uint64_t seed() {
   std::uint64_t value;
   if (platform::random_bytes(&value, sizeof value)) return value;
-  return static_cast<std::uint64_t>(platform::wall_us() ^ platform::steady_us() << 20);
+  return static_cast<std::uint64_t>(platform::wall_us() ^ platform::steady_us() << 20 ^
+                                    std::int64_t{platform::process_id()} << 40);
+}
+
+std::atomic<std::uint64_t> state{0};
+
+void begin_anew() {
+  state = seed();
 }
 
 // SplitMix64 (Steele, Lea, Flood 2014): the state only counts, so that one atomic addition gives
 // every thread a number of its own.
 std::uint64_t next_random() {
   constexpr std::uint64_t kStep = 0x9e3779b97f4a7c15;
-  static std::atomic<std::uint64_t> state{seed()};
+  // A forked process that went on where its parent was would draw the same numbers.
+  static const bool follows_forks = [] {
+    begin_anew();
+    return platform::call_when_forked(begin_anew);
+  }();
+  if (!follows_forks) return seed();
   std::uint64_t z = state.fetch_add(kStep, std::memory_order_relaxed) + kStep;
   z = (z ^ z >> 30) * 0xbf58476d1ce4e5b9;
   z = (z ^ z >> 27) * 0x94d049bb133111eb;

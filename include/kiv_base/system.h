@@ -46,7 +46,7 @@ typedef struct zu_config_entry {
 } zu_config_entry;
 
 /* Reads a file, or a text in memory; NULL gives an empty configuration. NULL when the file cannot
- * be read, when it is 2 GiB or longer, and without memory. */
+ * be read, as a pipe, device or socket cannot, when it is 2 GiB or longer, and without memory. */
 KIV_API zu_config* KIV_CALL zu_config_make(const char* file_name) KIV_NOEXCEPT;
 KIV_API zu_config* KIV_CALL zu_config_make1(const char* text) KIV_NOEXCEPT;
 
@@ -106,8 +106,9 @@ KIV_API int KIV_CALL zu_config_KeyGetNext(zu_config* config, const char** key,
 KIV_API char* KIV_CALL zu_config_ToString(zu_config* config) KIV_NOEXCEPT;
 
 /* Writes the whole text to a file as one step: beside the file, then renamed over it, so that a
- * full disk or a crash leaves the old content. 1, or 0 with the file as it was. On Windows it also
- * fails while another program has the file open. */
+ * full disk or a crash leaves the old content; of several that save at once, one is the last. 1, or
+ * 0 with the file as it was, and for a pipe, device or socket. On Windows it also fails while
+ * another program has the file open. */
 KIV_API int KIV_CALL zu_config_SaveToFile(zu_config* config, const char* file_name) KIV_NOEXCEPT;
 
 /* A value without its quotes, new: what stands between a double quote at its start, blanks and tabs
@@ -190,7 +191,8 @@ KIV_API int32_t KIV_CALL zu_GetCurrentTimeMM(void) KIV_NOEXCEPT;
 /* ---- Process helpers ------------------------------------------------------------------------- */
 
 /* A number from 0 to INT32_MAX, evenly spread, of a generator that the system seeds. Good for ids
- * that should not repeat; predictable to an attacker, so never a secret. */
+ * that should not repeat; predictable to an attacker, so never a secret. A forked process draws
+ * numbers of its own. */
 KIV_API int32_t KIV_CALL zu_RandomValue(void) KIV_NOEXCEPT;
 
 /* Writes `count` letters and digits of the system's random source, hard to guess, and a zero behind
@@ -209,7 +211,8 @@ KIV_API int32_t KIV_CALL zu_GetPid(void) KIV_NOEXCEPT;
  * system's own 32,767 characters. Links are followed unless it says otherwise. Sizes and positions
  * have 64 bits, times are microseconds since 1970-01-01 UTC. NULL and empty paths give the failure
  * value. A failure prints nothing, unless the system cannot do at all what was asked for. Any
- * thread may call.
+ * thread may call. A pipe, device or socket has no content here: zu_file1 and zu_file_mapped return
+ * the failure value for one at once. It exists, and can be moved and deleted.
  *
  *   int64_t length;
  *   char* text = zu_file1_Read("notes.txt", &length);
@@ -250,8 +253,8 @@ KIV_API char* KIV_CALL zu_file1_Read(const char* path, int64_t* length) KIV_NOEX
 
 /* Gives a file new content as one step: beside the file, on the disk, then renamed over it, so that
  * a full disk or a crash leaves the old content. Off Windows, what a link leads to is replaced and
- * not the link, an old file's access rights stay, and a device is written in place. 1, or 0 with
- * the file as it was; on Windows also while a program has the file open. */
+ * not the link, and an old file's access rights stay. Of several that write at once, one is the
+ * last. 1, or 0 with the file as it was; on Windows also while a program has the file open. */
 KIV_API int KIV_CALL zu_file1_Write(const char* path, const void* bytes,
                                     int64_t length) KIV_NOEXCEPT;
 
@@ -284,7 +287,9 @@ enum {
   ZU_FILE2_END = 2
 };
 
-/* Opens a file. NULL when the mode makes no sense, for directories, on failure, without memory. */
+/* Opens a file. NULL when the mode makes no sense, for directories, on failure, without memory. A
+ * pipe or device can be opened as well, without blocking: NULL for writing to a pipe that nobody
+ * reads. Reads and writes of it may block. */
 KIV_API zu_file2* KIV_CALL zu_file2_open(const char* path, int mode) KIV_NOEXCEPT;
 
 /* Gives up the handle and its lock. 1, or 0 when the system tells only now that bytes were lost. */
@@ -491,7 +496,8 @@ KIV_API char* KIV_CALL zu_GetExecutablePath(void) KIV_NOEXCEPT;
  * refused when it is empty or has a "=". */
 KIV_API char* KIV_CALL zu_GetEnv(const char* name) KIV_NOEXCEPT;
 
-/* Sets a variable, to an empty text too, or takes it out. 1 when it is so afterwards, else 0. */
+/* Sets a variable, to an empty text too, or takes it out. "TZ" is the zone of all local times from
+ * then on. 1 when it is so afterwards, else 0. */
 KIV_API int KIV_CALL zu_SetEnv(const char* name, const char* value) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_UnsetEnv(const char* name) KIV_NOEXCEPT;
 
@@ -511,8 +517,9 @@ KIV_API void KIV_CALL zu_ClearMemory(void* memory, int32_t count) KIV_NOEXCEPT;
  *   ...
  *   zu_pidfile_free(pid_file);
  *
- * The process holds the file by a lock of the system, which ends with it however it ends. Who holds
- * it counts, not the number: a number may have gone to another process by now. */
+ * The process holds the file by a lock of the system, which ends with it however it ends, whatever
+ * processes it has forked. Who holds it counts, not the number: a number may have gone to another
+ * process by now. A program that forks to leave its terminal makes the file afterwards. */
 typedef struct zu_pidfile zu_pidfile;
 
 /* Makes the file, or takes over one that nobody holds. NULL, with a line printed: a process holds
@@ -542,12 +549,14 @@ KIV_API int32_t KIV_CALL zu_pidfile_read(const char* path) KIV_NOEXCEPT;
 /* Shows the prompt at the terminal of the process, wherever its standard input and output lead, and
  * reads one line without its end into a buffer of `size` bytes. A password does not show while it
  * is typed; what was typed before the prompt goes. The terminal is always left as it was, also when
- * a signal ends the process; one that is stopped shows the prompt anew when it goes on. Any thread
- * may call, one at a time is served.
+ * a signal ends the process, save those that no program can catch; one that is stopped shows the
+ * prompt anew when it goes on. Any thread may call, one at a time is served.
  *
  * 1, for an empty line too. 0 with the buffer emptied and a line printed: there is no terminal; the
  * user closed the input; the text has no room or more than 1023 bytes (it is never cut off); a
- * signal came that the program handles and outlives. 0 in silence for NULL and sizes below 1. */
+ * signal came that the program handles and outlives, of those that would have ended or stopped it
+ * otherwise (others, as SIGCHLD and SIGWINCH, do not matter). 0 in silence for NULL and sizes below
+ * 1. */
 KIV_API int KIV_CALL zu_TTY_ReadName(const char* prompt, char* buffer, int32_t size) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_TTY_ReadPassword(const char* prompt, char* buffer,
                                          int32_t size) KIV_NOEXCEPT;
@@ -589,7 +598,8 @@ KIV_API int KIV_CALL zu_service_remove(const char* name) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_service_start(const char* name) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_service_stop(const char* name) KIV_NOEXCEPT;
 
-/* Tell a running service to pause or to go on, without waiting until it has. 1 or 0. */
+/* Tell a running service to pause or to go on, without waiting until it has. 1, or 0: for one that
+ * takes no pauses, too. */
 KIV_API int KIV_CALL zu_service_pause(const char* name) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_service_continue(const char* name) KIV_NOEXCEPT;
 
@@ -622,7 +632,8 @@ typedef struct zu_service_callbacks {
  *
  * On Linux SIGTERM, SIGINT and, unless ignored (nohup), SIGHUP stop it, at the manager's word or
  * without; SIGUSR1 pauses it and SIGUSR2 resumes, as SIGTSTP and SIGCONT belong to the shell, and a
- * manager sends SIGCONT along with SIGTERM. The signals are as they were afterwards.
+ * manager sends SIGCONT along with SIGTERM. Without `pause` and `resume`, these two do nothing
+ * unless the program handles them. The signals are as they were afterwards.
  *
  * 1 when it ran, 0 when it could not: in silence when `start` failed, and with a line printed when
  * another one runs. */

@@ -1,16 +1,29 @@
 #include "platform/process.h"
 
+#include <pthread.h>
 #include <string.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <ctime>
 
 #include "platform/posix/environment.h"
 #include "platform/text_buffer.h"
 
 namespace kiv::platform {
+
+namespace {
+
+// Local time keeps its zone until it is told.
+bool noted(const char* name, bool changed) {
+  if (changed && std::strcmp(name, "TZ") == 0) tzset();
+  return changed;
+}
+
+}  // namespace
 
 std::int32_t process_id() noexcept {
   return getpid();
@@ -39,12 +52,16 @@ char* environment_get(const char* name) noexcept {
 
 bool environment_set(const char* name, const char* value) noexcept {
   const EnvironmentLock lock;
-  return setenv(name, value, 1) == 0;
+  return noted(name, setenv(name, value, 1) == 0);
 }
 
 bool environment_unset(const char* name) noexcept {
   const EnvironmentLock lock;
-  return unsetenv(name) == 0;
+  return noted(name, unsetenv(name) == 0);
+}
+
+bool call_when_forked(void (*then)()) noexcept {
+  return pthread_atfork(nullptr, nullptr, then) == 0;
 }
 
 void clear_memory(void* memory, std::size_t size) noexcept {

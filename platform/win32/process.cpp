@@ -3,6 +3,8 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <ctime>
 #include <cwchar>
 
 #include "platform/win32/wide.h"
@@ -30,6 +32,13 @@ char* filled(Fill fill) {
   return text;
 }
 
+// The C runtime, whose local time it is, has an environment of its own. Empty: none.
+void note_zone(const wchar_t* name, const wchar_t* value) {
+  if (_wcsicmp(name, L"TZ") != 0) return;
+  _wputenv_s(L"TZ", value);
+  _tzset();
+}
+
 }  // namespace
 
 std::int32_t process_id() noexcept {
@@ -51,13 +60,20 @@ char* environment_get(const char* name) noexcept {
 
 bool environment_set(const char* name, const char* value) noexcept {
   const Wide wide(name), wide_value(value);
-  return wide && wide_value && SetEnvironmentVariableW(wide.get(), wide_value.get());
+  if (!wide || !wide_value) return false;
+  note_zone(wide.get(), wide_value.get());
+  return SetEnvironmentVariableW(wide.get(), wide_value.get());
 }
 
 bool environment_unset(const char* name) noexcept {
   const Wide wide(name);
-  return wide &&
-         (SetEnvironmentVariableW(wide.get(), nullptr) || GetLastError() == ERROR_ENVVAR_NOT_FOUND);
+  if (!wide) return false;
+  note_zone(wide.get(), L"");
+  return SetEnvironmentVariableW(wide.get(), nullptr) || GetLastError() == ERROR_ENVVAR_NOT_FOUND;
+}
+
+bool call_when_forked(void (*)()) noexcept {
+  return true;
 }
 
 void clear_memory(void* memory, std::size_t size) noexcept {

@@ -74,6 +74,17 @@ TEST_P(Date, WritesTheLocalTimeLabelledGmt) {
   }
 }
 
+TEST(DateZone, IsTheLastThatWasSet) {
+  for (const char* zone : {"AAA-5", "BBB-10"}) {
+    EXPECT_EQ(1, zu_SetEnv("TZ", zone));
+    char* text = zu_GetGMTString(86400);
+    EXPECT_STREQ(*zone == 'A' ? "Fri, 02 Jan 1970 05:00:00 GMT" : "Fri, 02 Jan 1970 10:00:00 GMT",
+                 text);
+    _zu_free(text);
+  }
+  EXPECT_EQ(1, zu_UnsetEnv("TZ"));
+}
+
 TEST_P(Date, TellsTheLocalTime) {
   char text[23] = "......................", expected[22];
   std::time_t now;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "kiv_base/base.h"
 #include "kiv_base/system.h"
@@ -98,6 +99,50 @@ TEST(PidFile, OneHolderAtATimeAndADeadOneIsReplaced) {
 }
 
 #ifndef _WIN32
+// What a forked process, which tells it by its exit, and this one draw next.
+std::pair<int, int> drawn_here_and_forked() {
+  const pid_t child = fork();
+  if (child == 0) _exit(zu_RandomValue() & 0xff);
+  int status = -1;
+  waitpid(child, &status, 0);
+  return {zu_RandomValue() & 0xff, WEXITSTATUS(status)};
+}
+
+TEST(Process, AForkedOneDrawsNumbersOfItsOwn) {
+  zu_RandomValue();
+  int same = 0;
+  for (int i = 0; i < 8; ++i) {
+    const auto [here, there] = drawn_here_and_forked();
+    same += here == there;
+  }
+  EXPECT_LT(same, 5);
+}
+
+TEST(PidFile, AForkedProcessDoesNotHoldItForADeadOne) {
+  const TempDir dir;
+  const std::string path = dir.file("pid");
+  int ready[2], over[2];
+  ASSERT_EQ(pipe(ready) + pipe(over), 0);
+  const pid_t holder = fork();
+  if (holder == 0) {
+    const bool held = zu_pidfile_make(path.c_str()) != nullptr;
+    char byte = 0;
+    if (fork() == 0) {
+      (void)!write(ready[1], "", 1);
+      close(over[1]);
+      _exit(static_cast<int>(read(over[0], &byte, 1)));  // until the test is over
+    }
+    _exit(held && read(ready[0], &byte, 1) == 1 ? 1 : 0);
+  }
+  int status = -1;
+  waitpid(holder, &status, 0);
+  EXPECT_EQ(WEXITSTATUS(status), 1);
+  EXPECT_EQ(dir.content("pid"), std::to_string(holder) + "\n");
+  EXPECT_EQ(zu_pidfile_read(path.c_str()), 0);
+  EXPECT_NE(PidFile(zu_pidfile_make(path.c_str())), nullptr);
+  for (int end : {ready[0], ready[1], over[0], over[1]}) close(end);
+}
+
 TEST(PidFile, AnothersIsNeverRemoved) {
   const TempDir dir;
   const std::string path = dir.file("pid");
