@@ -60,8 +60,10 @@ def commit():
     return output_of('git', '-C', here, 'describe', '--always', '--dirty', '--exclude=*')
 
 
-def spread(samples, better):
-    best = max if better == 'more' else min
+def spread(samples, row, metric):
+    """Of a row that `counts` the median, that stands for the best."""
+    better = {figure.metric: figure.better for figure in row.figures}.get(metric)
+    best = statistics.median if row.counts == 'median' else max if better == 'more' else min
     return {'best': best(samples), 'min': min(samples), 'median': statistics.median(samples),
             'max': max(samples), 'samples': samples}
 
@@ -74,7 +76,8 @@ def figure_of(figure, series):
     best = max if figure.better == 'more' else min
     peers = {name: series[name][figure.metric]['best'] for name in figure.peers if name in series}
     found = {'title': figure.title, 'metric': figure.metric, 'unit': figure.unit,
-             'better': figure.better, 'ours': figure.ours, 'value': ours['best'],
+             'better': figure.better, 'ours': figure.ours, 'peers': figure.peers,
+             'value': ours['best'],
              'peer': None, 'peer_value': None, 'ratio': None,
              'goal': figure.goal, 'goal_is': figure.goal_is, 'met': None}
     if peers:
@@ -89,7 +92,6 @@ def figure_of(figure, series):
 
 def measure(row, args, absent, failures):
     samples = {}
-    better = {figure.metric: figure.better for figure in row.figures}
     for _ in range(args.rounds):
         for name, run in row.programs.items():
             if not re.search(args.only, name):
@@ -105,7 +107,7 @@ def measure(row, args, absent, failures):
             for metric, value in metrics.items():
                 samples.setdefault(name, {}).setdefault(metric, []).append(value)
     series = {name: {metric: values if isinstance(values[0], list)
-                     else spread(values, better.get(metric, 'less'))
+                     else spread(values, row, metric)
                      for metric, values in metrics.items()}
               for name, metrics in samples.items()}
     figures = [figure_of(figure, series) for figure in row.figures]

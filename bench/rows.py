@@ -27,6 +27,7 @@ class Row:
     programs: dict
     figures: list
     how: str = ''
+    counts: str = 'best'
 
 
 LOOPS = ('libevent', 'libuv', 'libev')
@@ -103,7 +104,7 @@ def post_row(manner, title):
 
 def get_row(connections):
     return Row(
-        f'get-{connections}', 'http', f'GET of 1 KiB, {connections} connections',
+        f'get-{connections}', 'http', f'GET of 1 KiB, {connections} at once',
         {'kiv_http_server': get(connections, 'get_box', 'strict'),
          'kiv_http_server, fair': get(connections, 'get_box', 'fair'),
          'libmicrohttpd': get(connections, 'get_microhttpd'),
@@ -187,10 +188,10 @@ ROWS = [
     Row('memory-box', 'memory', 'an idle kiv_box', {'kiv_box': alone('memory_box', 'boxes', '1000')},
         [Figure('memory', 'total_kib', 'KiB', 'kiv_box', (), 16, 'value')],
         'resident and private to the process, and slabs, stacks and page tables of the kernel; a '
-        'thousand over one'),
+        'thousand over one', 'median'),
     Row('memory-slave', 'memory', 'an idle slave of a big box, with its thread',
         {'slave': alone('memory_box', 'slaves', '1000')},
         [Figure('memory', 'total_kib', 'KiB', 'slave', (), 16, 'value')],
         'resident and private to the process, and slabs, stacks and page tables of the kernel; a '
-        'thousand over one'),
+        'thousand over one', 'median'),
 ]

@@ -28,7 +28,7 @@ int main(int argc, char** argv) {
                             nullptr, nullptr);
   }
 #ifdef KIV_BENCH_POST
-  const auto run = [](void* on) { static_cast<bench::Posting*>(on)->run(); };
+  const auto run = [](void*, void* to) { static_cast<bench::Posting*>(to)->run(); };
   posting.measure(std::atof(argv[2]), [&] { kivx_box_Post(box, run, &posting, nullptr); });
 #else
   const auto run = [](void* on, void* to, std::int32_t timer, std::int32_t) {
