@@ -53,6 +53,8 @@ def goal_text(figure):
 
 
 def table(rows):
+    if not any(row['figures'] for row in rows):
+        return 'Not measured yet.'
     lines = ['| Row | Here | Peer | Ratio | Goal |', '| --- | --- | --- | --- | --- |']
     for row in rows:
         for figure in row['figures']:
@@ -71,8 +73,10 @@ def machine(figures):
     of, rows = figures['machine'], figures['rows']
     commits = sorted({f'{row["date"]} at {row["commit"]}' for row in rows})
     peers = ', '.join(f'{name} {version}' for name, version in of['peers'].items())
+    others = max(row.get('others_percent', 0) for row in rows)
     return (f'{of["model"]}, {of["cores"]} cores, {of["kernel"]}, {of["compiler"]}; '
-            f'{"; ".join(commits)}. Peers: {peers}.')
+            f'{"; ".join(commits)}. Meanwhile other programs took up to {others} % of a processor. '
+            f'Peers: {peers}.')
 
 
 def fill_in(figures, path):

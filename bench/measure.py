@@ -90,8 +90,19 @@ def figure_of(figure, series):
     return found
 
 
+def busy_seconds():
+    """What all processors have worked, and this program's ended children of it."""
+    user, nice, system, _, _, interrupts, soft, *_ = (
+        int(each) / os.sysconf('SC_CLK_TCK')
+        for each in Path('/proc/stat').read_text().split('\n')[0].split()[1:])
+    times = os.times()
+    return (user + nice + system + interrupts + soft,
+            times.user + times.system + times.children_user + times.children_system)
+
+
 def measure(row, args, absent, failures):
     samples = {}
+    start, (all_before, own_before) = time.monotonic(), busy_seconds()
     for _ in range(args.rounds):
         for name, run in row.programs.items():
             if not re.search(args.only, name):
@@ -110,15 +121,20 @@ def measure(row, args, absent, failures):
                      else spread(values, row, metric)
                      for metric, values in metrics.items()}
               for name, metrics in samples.items()}
+    all_after, own_after = busy_seconds()
+    others = (all_after - all_before) - (own_after - own_before)
     figures = [figure_of(figure, series) for figure in row.figures]
     return {'name': row.name, 'family': row.family, 'title': row.title, 'how': row.how,
             'rounds': args.rounds, 'seconds': args.seconds, 'commit': commit(),
-            'date': time.strftime('%Y-%m-%d'), 'figures': [each for each in figures if each],
+            'date': time.strftime('%Y-%m-%d'),
+            'others_percent': max(0, round(100 * others / (time.monotonic() - start))),
+            'figures': [each for each in figures if each],
             'series': series}
 
 
 def show(row):
-    print(f'\n{row["name"]}: {row["title"]}')
+    print(f'\n{row["name"]}: {row["title"]} (other programs took {row["others_percent"]} % of a '
+          'processor)')
     for figure in row['figures']:
         beside = '' if figure['peer'] is None else (
             f'   {figure["peer"]} {figure["peer_value"]:.4g}' +

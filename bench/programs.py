@@ -4,6 +4,7 @@ Each function returns one that takes the folder of the programs and the seconds 
 returns the figures by name. A line of output is a name and one number or several.
 """
 import contextlib
+import ctypes
 import os
 import re
 import shutil
@@ -17,6 +18,11 @@ from pathlib import Path
 
 CORES = sorted(os.sched_getaffinity(0))[:2]
 HTTP_BODY = 1024
+
+
+# What a child leaves in the background becomes a child of this program, which can wait for it then.
+PR_SET_CHILD_SUBREAPER = 36
+ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
 
 
 class Absent(Exception):
@@ -161,6 +167,7 @@ def nginx(folder):
         yield pid, port
     finally:
         os.kill(pid, signal.SIGKILL)
+        os.waitpid(pid, 0)
 
 
 def free_port():
