@@ -10,12 +10,12 @@
 namespace http_fetch {
 namespace {
 
-struct Free {
+struct FreePart {
   void operator()(kiv_uri* uri) const { kiv_uri_free(uri); }
   void operator()(char* text) const { _zu_free(text); }
 };
-using Uri = std::unique_ptr<kiv_uri, Free>;
-using Text = std::unique_ptr<char, Free>;
+using Uri = std::unique_ptr<kiv_uri, FreePart>;
+using Text = std::unique_ptr<char, FreePart>;
 
 // Has the text of a parsed URI "://" after its scheme?
 bool asks_for_server(const std::string& text, const kiv_uri& uri) {

@@ -115,12 +115,14 @@ endif()
 run(${outside} -D CMAKE_TOOLCHAIN_FILE=${TOOLCHAIN})
 run(${CMAKE_COMMAND} --build ${FOLDER}/outside)
 
-# The example programs stand alone where they are delivered.
+# The example programs stand alone where they are delivered; each in one unit, which takes a third of
+# the time.
 if(FROM MATCHES "deb|zip")
   set(examples ${files})
   list(FILTER examples INCLUDE REGEX "/echo.cpp$")
   cmake_path(GET examples PARENT_PATH examples)
   run(${CMAKE_COMMAND} -S ${examples} -B ${FOLDER}/examples -G Ninja
+    -D CMAKE_UNITY_BUILD=ON -D CMAKE_UNITY_BUILD_BATCH_SIZE=0
     -D CMAKE_PREFIX_PATH=${root} -D CMAKE_TOOLCHAIN_FILE=${TOOLCHAIN})
   run(${CMAKE_COMMAND} --build ${FOLDER}/examples)
 endif()
