@@ -2,15 +2,12 @@
 #include <new>
 
 #include "base/owned.h"
-#include "event/bigbox_core.h"
-#include "event/bigbox_registry.h"
-#include "platform/clock.h"
+#include "event/bigbox.h"
 #include "platform/socket.h"
+#include "platform/thread.h"
 
 namespace kiv::event {
 namespace {
-
-constexpr std::int32_t kMoreThanAnySlaveHas = 1000000;
 
 struct Peer {
   char ip[kPeerText] = {};
@@ -21,106 +18,108 @@ bool ask_for_peer(std::int32_t socket, Peer& peer) {
   return zu_sock_GetPeer(socket, peer.ip, sizeof peer.ip, &peer.port) == 1;
 }
 
-struct Choice {
-  Slave* best = nullptr;
-  std::int32_t fewest = 0;
-};
-
-void KIV_CALL compare_slave(void* data, void* user) {
-  auto* slave = static_cast<Slave*>(data);
-  auto* choice = static_cast<Choice*>(user);
-  const std::int32_t clients = zu_itree_nnodes(slave->clients);
-  if (clients >= choice->fewest) return;
-  *choice = {slave, clients};
+// Runs op(raw) on the slave's box; 0 when that has ended.
+template <typename Operation>
+int on_slave(Slave& slave, const Wake& wake, Operation op) {
+  return on_box_of_thread(slave.box, slave.thread, wake, op);
 }
 
-// The first in the order of thread ids among those with the fewest clients.
-Slave* least_loaded_slave(const kiv_bigbox& big) {
-  Choice choice{nullptr, big.max_clients + kMoreThanAnySlaveHas};
-  zu_itree_foreach(big.slaves, compare_slave, &choice);
-  return choice.best;
+// One whose loop has ended, as its wait failed, serves nobody.
+bool is_alive(Slave& slave) {
+  if (!slave.is_dead) slave.is_dead = on_slave(slave, kNoWake, [](zu_box&) { return 1; }) == 0;
+  return !slave.is_dead;
 }
 
-// How a slave's box waits for one kind, and stops to.
-struct Wait {
-  int(KIV_CALL* start)(kiv_box*, std::int32_t, zu_event_fn, void*);
-  int(KIV_CALL* stop)(kiv_box*, std::int32_t);
-  zu_event_fn dispatch;
-};
-constexpr Wait kWaits[] = {
-    {kivx_box_ImportSockId_ForRead, kivx_box_ExportSockId_ForRead, dispatch_client_read},
-    {kivx_box_ImportSockId_ForWrite, kivx_box_ExportSockId_ForWrite, dispatch_client_write},
-};
-
-bool start_wait(kiv_bigbox& big, Client& client, Kind kind) {
-  const Wait& wait = kWaits[index_of(kind)];
-  const bool started = wait.start(client.slave_box, client.socket, wait.dispatch, &big) == 1;
-  client.waits_for[index_of(kind)] = started;
-  return started;
+// The first in the order of thread ids among those with the fewest clients; null when none lives.
+Slave* least_loaded_slave(kiv_bigbox& big) {
+  for (;;) {
+    Slave* best = nullptr;
+    for (std::int32_t i = 0; i < big.slave_count; ++i) {
+      Slave& slave = big.slaves[i];
+      if (slave.is_dead) continue;
+      if (best == nullptr || slave.client_count < best->client_count) best = &slave;
+    }
+    if (best == nullptr || is_alive(*best)) return best;
+  }
 }
 
+constexpr Wait wait_of(Kind kind, Client& client) {
+  return kind == Kind::read ? Wait{serve_client_read, nullptr, &client, false}
+                            : Wait{serve_client_write, nullptr, &client, true};
+}
+
+bool start_wait(Client& client, Kind kind) {
+  const Wake wake = kind == Kind::read ? Wake::always("ImportSockId_ForRead")
+                                       : Wake::always("ImportSockId_ForWrite");
+  const int started = on_slave(*client.slave, wake, [&](zu_box& raw) {
+    return add_wait(raw, kind, client.socket, wait_of(kind, client)) ? 1 : 0;
+  });
+  client.waits_for[index_of(kind)] = started == 1;
+  return started == 1;
+}
+
+// Not more than the client began: the socket may also be one of the slave's own.
 void stop_wait(Client& client, Kind kind) {
   if (!client.waits_for[index_of(kind)]) return;
-  kWaits[index_of(kind)].stop(client.slave_box, client.socket);
   client.waits_for[index_of(kind)] = false;
+  on_slave(*client.slave, Wake::always("ExportSockId"), [&](zu_box& raw) {
+    Socket* const socket = raw.sockets.find(client.socket);
+    if (socket != nullptr && socket->wait(kind).user == &client) remove_wait(raw, kind, *socket);
+    return 1;
+  });
 }
 
-// Until then the slave may be taking bytes from the socket.
-void wait_until_unused(const Client& client) {
-  while (client.users.load(std::memory_order_acquire) != 0) platform::sleep_ms(0);
-}
-
-// Takes the client out of both trees; it waits for nothing any more.
-void forget(kiv_bigbox& big, Client* client) {
-  zu_itree_delete(find_slave(big, client->slave_thread)->clients, client->socket);
-  zu_itree_delete(big.clients, client->socket);
-}
-
-bool remember(kiv_bigbox& big, Slave& slave, Client* client) {
-  if (zu_itree_insert(big.clients, client->socket, client) != 1) return false;
-  if (zu_itree_insert(slave.clients, client->socket, client) == 1) return true;
-  zu_itree_delete(big.clients, client->socket);
-  return false;
+// Changes the handlers of a client that may be served at this moment.
+template <typename SetHandlers>
+void set_handlers(Client& client, SetHandlers set) {
+  on_slave(*client.slave, kNoWake, [&](zu_box&) {
+    set(client);
+    return 1;
+  });
 }
 
 // A client with nothing but its handlers changed by `set` starts to wait for one kind.
 template <typename SetHandlers>
 bool add_client(kiv_bigbox& big, std::int32_t socket, const Peer& peer, Kind kind,
                 SetHandlers set) {
-  Slave* slave = least_loaded_slave(big);
+  Slave* const slave = least_loaded_slave(big);
   auto memory = base::Owned<Client>::allocate();
-  // A read or write that waits would stop the slave, or hold up who deletes the client.
+  // A read or write that blocks would stop the slave, or delay who deletes the client.
   if (slave == nullptr || !memory || platform::socket_set_blocking(socket, false) != 0) {
     return false;
   }
-  auto* client = new (memory.get()) Client;
-  client->slave_thread = slave->thread;
-  client->slave_box = slave->box;
-  client->socket = socket;
-  client->peer_ip = client->text;
-  zu_strncpy(client->text, peer.ip, kPeerText - 1);
+  auto* const client = new (memory.get()) Client{&big, slave, socket};
+  zu_strncpy(client->peer_ip, peer.ip, kPeerText - 1);
   client->peer_port = peer.port;
   set(*client);
-  if (!start_wait(big, *client, kind)) return false;
-  if (!remember(big, *slave, client)) {
-    stop_wait(*client, kind);
+  if (!big.clients.insert(socket, client)) return false;
+  if (!start_wait(*client, kind)) {
+    big.clients.erase(socket);
     return false;
   }
+  ++slave->client_count;
   (void)memory.release();
   return true;
+}
+
+// Takes the client out of the table; it waits for nothing any more.
+void forget(kiv_bigbox& big, Client& client) {
+  --client.slave->client_count;
+  big.clients.erase(client.socket);
+  release_client(client);
 }
 
 // Gives a client, or what becomes one, new handlers and lets it wait for one kind.
 template <typename SetHandlers>
 int import(kiv_bigbox* big, std::int32_t socket, Kind kind, SetHandlers set) {
   return on_live_bigbox(big, 0, [&](kiv_bigbox& live) {
-    Client* client = find_client(live, socket);
+    Client* const client = live.clients.find(socket);
     if (client == nullptr) {
       Peer peer;
       return ask_for_peer(socket, peer) && add_client(live, socket, peer, kind, set) ? 1 : 0;
     }
-    if (!client->waits_for[index_of(kind)] && !start_wait(live, *client, kind)) return 0;
-    set(*client);
+    if (!client->waits_for[index_of(kind)] && !start_wait(*client, kind)) return 0;
+    set_handlers(*client, set);
     return 1;
   });
 }
@@ -128,35 +127,42 @@ int import(kiv_bigbox* big, std::int32_t socket, Kind kind, SetHandlers set) {
 template <typename ClearHandlers>
 int stop_waiting(kiv_bigbox* big, std::int32_t socket, Kind kind, ClearHandlers clear) {
   return on_live_bigbox(big, 0, [&](kiv_bigbox& live) {
-    Client* client = find_client(live, socket);
+    Client* const client = live.clients.find(socket);
     if (client == nullptr) return 0;
     stop_wait(*client, kind);
-    wait_until_unused(*client);
-    clear(*client);
-    if (!client->waits_for[0] && !client->waits_for[1]) {
-      forget(live, client);
-      release_client(client);
-    }
+    set_handlers(*client, clear);
+    if (!client->waits_for[0] && !client->waits_for[1]) forget(live, *client);
     return 1;
   });
 }
 
-Client* use_client(kiv_bigbox* big, std::int32_t socket) {
-  return on_live_bigbox<Client*>(big, nullptr, [=](kiv_bigbox& live) {
-    Client* client = find_client(live, socket);
-    if (client != nullptr) begin_use(*client);
-    return client;
+// The client of a big box that a box serves; the caller holds the lock of the box.
+Client* client_of(const zu_box& raw, const kiv_bigbox* big, std::int32_t id) {
+  Socket* const socket = raw.sockets.find(id);
+  if (socket == nullptr) return nullptr;
+  for (const Wait& wait : socket->waits) {
+    if (wait.serve != serve_client_read && wait.serve != serve_client_write) continue;
+    auto* const client = static_cast<Client*>(wait.user);
+    if (client->big == big) return client;
+  }
+  return nullptr;
+}
+
+// Sends on the slave's box, whose lock keeps the socket the client's meanwhile.
+std::int32_t send_on_this_slave(kiv_bigbox* big, std::int32_t socket, const void* data,
+                                std::int32_t length, bool& is_ours) {
+  return on_live_box(box_of_this_thread(), 0, kNoWake, [&](kiv_box& live) {
+    is_ours = client_of(*live.raw, big, socket) != nullptr;
+    return is_ours ? platform::socket_send(socket, data, length) : 0;
   });
 }
 
 }  // namespace
 
-void release_client(Client* client) {
-  // Not more than the client began: the socket may also be one of the slave's own.
-  stop_wait(*client, Kind::read);
-  stop_wait(*client, Kind::write);
-  wait_until_unused(*client);
-  _zu_free(client);
+void release_client(Client& client) {
+  stop_wait(client, Kind::read);
+  stop_wait(client, Kind::write);
+  _zu_free(&client);
 }
 
 }  // namespace kiv::event
@@ -176,7 +182,7 @@ int KIV_CALL kiv_bigbox_accept(kiv_bigbox* big, std::int32_t socket, const char*
     } else if (!ask_for_peer(socket, peer)) {
       return 0;
     }
-    if (find_client(live, socket) != nullptr) return 0;
+    if (live.clients.find(socket) != nullptr) return 0;
     return add_client(live, socket, peer, Kind::read,
                       [=](Client& client) {
                         client.read = {on_read, read_arg};
@@ -190,13 +196,19 @@ int KIV_CALL kiv_bigbox_accept(kiv_bigbox* big, std::int32_t socket, const char*
 std::int32_t KIV_CALL kiv_bigbox_write(kiv_bigbox* big, std::int32_t socket, const void* data,
                                        std::int32_t length) KIV_NOEXCEPT {
   if (data == nullptr || length <= 0) return 0;
-  Client* client = use_client(big, socket);
-  if (client == nullptr) return 0;
-  // Sent without a lock: two slaves write at the same time.
-  const std::int32_t sent =
-      kivx_box_IsValid(client->slave_box) == 1 ? platform::socket_send(socket, data, length) : -1;
-  end_use(*client);
-  return sent;
+  bool is_ours = false;
+  const std::int32_t sent = send_on_this_slave(big, socket, data, length, is_ours);
+  if (is_ours) return sent;
+  return on_live_bigbox(big, 0, [=](kiv_bigbox& live) {
+    const Client* const client = live.clients.find(socket);
+    if (client == nullptr) return 0;
+    std::int32_t result = -1;
+    on_slave(*client->slave, kNoWake, [&](zu_box&) {
+      result = platform::socket_send(socket, data, length);
+      return 1;
+    });
+    return result;
+  });
 }
 
 std::int32_t KIV_CALL kivx_bigbox_write(std::int32_t socket, const void* data,
@@ -206,12 +218,11 @@ std::int32_t KIV_CALL kivx_bigbox_write(std::int32_t socket, const void* data,
 
 void KIV_CALL kiv_bigbox_DeleteSock(kiv_bigbox* big, std::int32_t socket) KIV_NOEXCEPT {
   on_live_bigbox(big, 0, [=](kiv_bigbox& live) {
-    if (Client* client = find_client(live, socket)) {
-      forget(live, client);
-      release_client(client);
-    } else if (Listener* listener = find_listener(live, socket)) {
-      zu_itree_delete(live.listeners, socket);
-      release_listener(live.master, listener);
+    if (Client* const client = live.clients.find(socket)) {
+      forget(live, *client);
+    } else if (Listener* const listener = live.listeners.find(socket)) {
+      live.listeners.erase(socket);
+      release_listener(live, *listener);
     } else {
       kiv_box_DeleteSock(live.master, socket);
     }
@@ -221,19 +232,28 @@ void KIV_CALL kiv_bigbox_DeleteSock(kiv_bigbox* big, std::int32_t socket) KIV_NO
 
 kiv_box* KIV_CALL kiv_bigbox_GetSlaveBox(kiv_bigbox* big, std::int32_t socket) KIV_NOEXCEPT {
   return on_live_bigbox<kiv_box*>(big, nullptr, [=](kiv_bigbox& live) {
-    const Client* client = find_client(live, socket);
-    return client == nullptr ? nullptr : client->slave_box;
+    const Client* const client = live.clients.find(socket);
+    return client == nullptr ? nullptr : client->slave->box;
   });
 }
 
 int KIV_CALL kiv_bigbox_GetSockIP(kiv_bigbox* big, std::int32_t socket, char* text,
                                   std::int32_t size, std::uint16_t* port) KIV_NOEXCEPT {
   return on_live_bigbox(big, 0, [=](kiv_bigbox& live) {
-    const Client* client = find_client(live, socket);
+    const Client* const client = live.clients.find(socket);
     if (client == nullptr) return 0;
     if (text != nullptr && size > 0) zu_strncpy(text, client->peer_ip, size - 1);
     if (port != nullptr) *port = client->peer_port;
     return 1;
+  });
+}
+
+int KIV_CALL kivx_bigbox_Post(kiv_bigbox* big, std::int32_t socket, zu_box_post_fn function,
+                              void* argument, zu_event_fn release) KIV_NOEXCEPT {
+  return on_live_bigbox(big, 0, [=](kiv_bigbox& live) {
+    const Client* const client = live.clients.find(socket);
+    return client != nullptr && post(client->slave->box, {function, argument, release, &live}) ? 1
+                                                                                               : 0;
   });
 }
 

@@ -1,73 +1,43 @@
-// What happens when a client's socket is ready, on the thread of its slave.
-#include "event/bigbox_core.h"
-#include "event/bigbox_registry.h"
-#include "event/box_registry.h"
+// What happens when a client's socket is ready, on the thread of its slave and under the lock of
+// the slave's box.
+#include "event/bigbox.h"
 #include "event/read_pool.h"
 #include "platform/socket.h"
-#include "platform/thread.h"
 
 namespace kiv::event {
-namespace {
 
-// The client that the slave of this thread serves, if it still waits for that; another thread may
-// have been faster. The loop that runs this call keeps the slave's box alive.
-Client* served_client(const kiv_bigbox& big, Kind kind) {
-  const Slave* slave = find_slave(big, platform::current_thread_id());
-  if (slave == nullptr) return nullptr;
-  auto* client = find_in<Client>(slave->clients, slave->box->raw->engine->this_socket());
-  return client != nullptr && client->waits_for[index_of(kind)] ? client : nullptr;
-}
-
-// A client in the middle of a read.
-struct Reading {
-  Client* client = nullptr;  // in use
-  std::int32_t socket = -1;
-  ReadHandler read;
-  SocketHandler close;
-};
-
-Reading begin_read(kiv_bigbox* big, ReadBuffer& buffer) {
-  return on_live_bigbox(big, Reading{}, [&](kiv_bigbox& live) {
-    Client* client = served_client(live, Kind::read);
-    if (client == nullptr) return Reading{};
-    begin_use(*client);
-    buffer.take_large_nolock();
-    return Reading{client, client->socket, client->read, client->close};
-  });
-}
-
-}  // namespace
-
-void KIV_CALL dispatch_client_read(void* argument) {
-  auto* big = static_cast<kiv_bigbox*>(argument);
+Served serve_client_read(zu_box& slave, Socket& socket, Kind kind, base::Guard& guard) {
+  const Client& client = *static_cast<Client*>(socket.wait(kind).user);
   ReadBuffer buffer;
-  const Reading reading = begin_read(big, buffer);
-  if (reading.client == nullptr) return;
-  const std::int32_t length =
-      platform::socket_receive(reading.socket, buffer.data(), buffer.size() - 1);
-  const bool came_too_late = length < 0 && platform::last_error() == platform::kWouldBlock;
-  end_use(*reading.client);
+  const std::int32_t id = socket.id;
+  const std::int32_t room = buffer.size() - 1;
+  const std::int32_t length = platform::socket_receive(id, buffer.data(), room);
+  if (length < 0 && platform::last_error() == platform::kWouldBlock) return Served::nothing;
+  if (length > 0 && length < room) slave.poller.was_short_read(id);
+  kiv_bigbox* const big = client.big;
   if (length > 0) {
     buffer.data()[length] = '\0';
-    reading.read(big, reading.socket, buffer.data(), length);
-  } else if (!came_too_late) {
-    // deliberate: the socket is still waited for, so this comes again every turn until the
+    const ReadHandler read = client.read;
+    guard.unlock();
+    read(big, id, buffer.data(), length);
+  } else {
+    // deliberate: the socket is still waited for, so this comes again every iteration until the
     // application deletes it; hosts count on being reminded.
-    reading.close(big, reading.socket);
+    const SocketHandler close = client.close;
+    guard.unlock();
+    close(big, id);
   }
+  return Served::called;
 }
 
-void KIV_CALL dispatch_client_write(void* argument) {
-  auto* big = static_cast<kiv_bigbox*>(argument);
-  std::int32_t socket = -1;
-  const SocketHandler writable =
-      on_live_bigbox(big, SocketHandler{}, [&](kiv_bigbox& live) -> SocketHandler {
-        const Client* client = served_client(live, Kind::write);
-        if (client == nullptr) return {};
-        socket = client->socket;
-        return client->writable;
-      });
-  writable(big, socket);
+Served serve_client_write(zu_box&, Socket& socket, Kind kind, base::Guard& guard) {
+  const Client& client = *static_cast<Client*>(socket.wait(kind).user);
+  const SocketHandler writable = client.writable;
+  kiv_bigbox* const big = client.big;
+  const std::int32_t id = socket.id;
+  guard.unlock();
+  writable(big, id);
+  return Served::called;
 }
 
 }  // namespace kiv::event

@@ -1,109 +1,99 @@
 // Making, running and ending a raw box.
-#include <cstddef>
 #include <new>
-#include <type_traits>
 
 #include "base/owned.h"
-#include "event/box_core.h"
+#include "event/raw_box.h"
+#include "platform/socket.h"
 
 namespace kiv::event {
 namespace {
 
-static_assert(std::is_standard_layout_v<zu_box> && std::is_standard_layout_v<SocketEntry>);
-static_assert(std::is_standard_layout_v<LocalTcpClient> &&
-              std::is_standard_layout_v<RemoteTcpClient> &&
-              std::is_standard_layout_v<LocalUdpClient> &&
-              std::is_standard_layout_v<LocalTcpServer> &&
-              std::is_standard_layout_v<LocalUdpServer>);
-static_assert(sizeof(void*) != 4 ||
-              (offsetof(zu_box, lock) == 4 && offsetof(zu_box, sockets) == 16 &&
-               offsetof(zu_box, socket_count) == 24 && offsetof(zu_box, timer_count) == 32 &&
-               offsetof(zu_box, handle) == 40 && offsetof(zu_box, is_looping) == 44));
-static_assert(sizeof(void*) != 4 || (sizeof(SocketEntry) == 12 && sizeof(TimerEntry) == 16));
-static_assert(sizeof(void*) != 4 ||
-              (sizeof(ClientEndpoint) == 556 && offsetof(ClientEndpoint, ip) == 6 &&
-               offsetof(ClientEndpoint, address) == 264 && offsetof(ClientEndpoint, host) == 268 &&
-               offsetof(ClientEndpoint, socket) == 528 && offsetof(ClientEndpoint, peer) == 532 &&
-               offsetof(ClientEndpoint, state) == 552));
-static_assert(sizeof(void*) != 4 ||
-              (sizeof(ServerEndpoint) == 68 && offsetof(ServerEndpoint, local) == 4 &&
-               offsetof(ServerEndpoint, ip) == 20 && offsetof(ServerEndpoint, port) == 36 &&
-               offsetof(ServerEndpoint, socket) == 48 && offsetof(ServerEndpoint, state) == 64));
-static_assert(sizeof(void*) != 4 ||
-              (offsetof(LocalTcpClient, max_read_length) == 560 &&
-               offsetof(LocalTcpClient, connect) == 564 && sizeof(LocalTcpClient) == 596 &&
-               sizeof(RemoteTcpClient) == 24 && sizeof(LocalUdpClient) == 568 &&
-               sizeof(LocalTcpServer) == 80 && sizeof(LocalUdpServer) == 80));
-
-void KIV_CALL release_socket(void* entry, void*) {
-  close_and_free(static_cast<SocketEntry*>(entry));
+void close_own(const Socket& socket) {
+  if (socket.kind == SocketKind::local_tcp_server) {
+    platform::listener_close(socket.id);
+  } else {
+    platform::socket_close(socket.id);
+  }
 }
 
-void KIV_CALL release_timer(void* entry, void*) {
-  _zu_free(entry);
-}
-
-zu_ihash* make_table(void**& buckets, std::int32_t count) {
-  buckets = base::Owned<void*>::allocate(static_cast<std::size_t>(count)).release();
-  return zu_ihash_mallocx(buckets, count, nullptr);
-}
-
-// Also takes a box that is only half made.
-void tear_down(zu_box& box) {
-  zu_ihash_freex(box.timers, release_timer, nullptr);
-  _zu_free(box.timer_buckets);
-  zu_ihash_freex(box.sockets, release_socket, nullptr);
-  _zu_free(box.socket_buckets);
-  Engine::free(box.engine);
-  box = zu_box{};
+// The network is started once more for each box: a shut-down would close the sockets of one that
+// still ends, whose numbers may be somebody else's when it closes them itself.
+bool open(zu_box& box) {
+  zu_sock_startup();
+  if (!box.poller.open()) return false;
+  box.is_live = platform::network_start();
+  return box.is_live;
 }
 
 void end(zu_box* box, Fate fate) {
-  tear_down(*box);
-  if (fate == Fate::free) _zu_free(box);
+  box->~zu_box();
+  new (box) zu_box;
+  if (fate == Fate::destroy) return;
+  box->~zu_box();
+  _zu_free(box);
 }
 
 // The loop still needs the box that one of its callbacks ends: its own end then does the rest.
 // False when no loop runs.
 bool leave_to_loop(zu_box& box, Fate fate) {
   const base::Guard guard(box.lock);
-  if (box.is_looping == 0) return false;
+  if (!box.is_looping) return false;
   if (box.fate < fate) box.fate = fate;
-  box.engine->break_loop();
+  box.break_flag.store(1, std::memory_order_release);
   return true;
 }
 
 bool begin_loop(zu_box& box) {
   const base::Guard guard(box.lock);
-  if (box.is_looping != 0) return false;
-  box.is_looping = 1;
+  if (box.is_looping) return false;
+  box.is_looping = true;
   return true;
 }
 
 Fate end_loop(zu_box& box) {
   const base::Guard guard(box.lock);
-  box.is_looping = 0;
+  box.is_looping = false;
   return box.fate;
 }
 
 }  // namespace
+
+void delete_socket(zu_box& box, Socket& socket) {
+  if (!remove_waits(box, socket)) return;
+  close_own(socket);
+  give_away(box, socket);
+}
+
+bool set_capacity(zu_box& box, std::int32_t count) {
+  if (count < 1 || count > platform::Poller::capacity()) return false;
+  box.max_waits = count;
+  return true;
+}
+
 }  // namespace kiv::event
 
 using namespace kiv::event;
 
+zu_box::~zu_box() {
+  if (wake_socket > 0) kiv::platform::socket_close(wake_socket);
+  sockets.for_each([](Socket& socket) {
+    if (socket.is_own()) close_own(socket);
+    _zu_free(&socket);
+  });
+  timers.for_each([](Timer& timer) { _zu_free(&timer); });
+  if (is_live) kiv::platform::network_stop();
+}
+
 zu_box* KIV_CALL zu_box_mallocx(std::uintptr_t lock) KIV_NOEXCEPT {
   auto memory = kiv::base::Owned<zu_box>::allocate();
   if (!memory) return nullptr;
-  zu_box* box = new (memory.get()) zu_box{};
-  box->engine = Engine::make();
-  box->lock = reinterpret_cast<zu_sem*>(lock);
-  box->handle = box;
-  box->sockets = make_table(box->socket_buckets, kSocketBuckets);
-  box->timers = make_table(box->timer_buckets, kTimerBuckets);
-  if (box->engine == nullptr || box->sockets == nullptr || box->timers == nullptr) {
-    tear_down(*box);
+  auto* const box = new (memory.get()) zu_box;
+  if (!open(*box)) {
+    box->~zu_box();
     return nullptr;
   }
+  box->lock = reinterpret_cast<zu_sem*>(lock);
+  box->handle = box;
   return memory.release();
 }
 
@@ -121,15 +111,26 @@ void KIV_CALL zu_box_free(zu_box* box) KIV_NOEXCEPT {
 
 void KIV_CALL zu_box_StartLoop(zu_box* box) KIV_NOEXCEPT {
   if (!is_usable(box) || !begin_loop(*box)) return;
-  box->engine->run(box->lock);
+  run_loop(*box);
   const Fate fate = end_loop(*box);
   if (fate != Fate::live) end(box, fate);
 }
 
 void KIV_CALL zu_box_BreakLoop(zu_box* box) KIV_NOEXCEPT {
-  if (is_usable(box)) box->engine->break_loop();
+  if (is_usable(box)) box->break_flag.store(1, std::memory_order_release);
 }
 
 void KIV_CALL zu_box_SetUserCallbackHandle(zu_box* box, void* handle) KIV_NOEXCEPT {
   if (is_usable(box)) box->handle = handle;
+}
+
+int KIV_CALL zu_box_SetFairRounds(zu_box* box, int on) KIV_NOEXCEPT {
+  if (!is_usable(box)) return 0;
+  const kiv::base::Guard guard(box->lock);
+  box->is_fair = on != 0;
+  return 1;
+}
+
+int KIV_CALL zu_box_SetCapacity(zu_box* box, std::int32_t count) KIV_NOEXCEPT {
+  return is_usable(box) && set_capacity(*box, count);
 }

@@ -1,65 +1,23 @@
-// What happens when a socket of a raw box is ready: the engine's bare callback becomes one
-// application callback.
-#include "event/box_core.h"
+// What happens when a socket of a raw box is ready: a system call under the lock, then one call of
+// the application without it.
 #include "event/ip_text.h"
+#include "event/raw_box.h"
 #include "platform/socket.h"
 
 namespace kiv::event {
 namespace {
 
-// The socket being served, with the box locked until the application is called.
-struct Served {
-  explicit Served(void* argument)
-      : box(*static_cast<zu_box*>(argument)),
-        guard(box.lock),
-        socket(box.engine->this_socket()),
-        entry(find_socket(box, socket)),
-        handle(box.handle) {}
-
-  zu_box& box;
-  base::Guard guard;
-  std::int32_t socket;
-  SocketEntry* entry;  // null when another thread was faster
-  void* handle;
-};
-
-struct Stream {
-  std::int32_t max_read_length;
-  StreamHandlers handlers;
-};
-
-bool stream_of(SocketEntry* entry, Stream& stream) {
-  if (entry == nullptr) return false;
-  if (const LocalTcpClient* local = entry->local_tcp_client()) {
-    stream = {local->max_read_length, local->stream};
-  } else if (const RemoteTcpClient* remote = entry->remote_tcp_client()) {
-    stream = {remote->max_read_length, remote->stream};
-  } else {
-    return false;
-  }
-  return true;
+// Nothing came after all, or what was there is gone: a copy of a closed descriptor reports on.
+bool came_too_late(zu_box& box, std::int32_t socket) {
+  const std::int32_t error = platform::last_error();
+  return error == platform::kWouldBlock ||
+         (error == platform::kNotASocket && box.poller.is_dead(socket));
 }
 
-bool datagram_handler_of(SocketEntry* entry, DatagramHandler& handler) {
-  if (entry == nullptr) return false;
-  if (const LocalUdpClient* client = entry->local_udp_client()) {
-    handler = client->datagram;
-  } else if (const LocalUdpServer* server = entry->local_udp_server()) {
-    handler = server->datagram;
-  } else {
-    return false;
-  }
-  return true;
-}
-
-// The waits of a connecting socket are over, however it went. Null, and no change, when another
-// thread deleted it just now, even if a new client has its number already.
-LocalTcpClient* end_connecting(Served& served, Kind kind) {
-  Engine& engine = *served.box.engine;
-  if (served.entry == nullptr || !engine.sockets.took_part(kind, served.socket)) return nullptr;
-  engine.delete_socket(Kind::write, served.socket);
-  engine.delete_socket(Kind::except, served.socket);
-  return served.entry->local_tcp_client();
+// The waits of a connecting socket are over, however it went.
+void end_connecting(zu_box& box, Socket& socket) {
+  remove_wait(box, Kind::write, socket);
+  remove_wait(box, Kind::except, socket);
 }
 
 // Asks for the error once, since asking clears it. A connect that failed within the call has left
@@ -71,89 +29,97 @@ bool is_connected(std::int32_t socket) {
          platform::socket_peer_address(socket, &peer) == 0;
 }
 
-}  // namespace
-
-void KIV_CALL dispatch_stream(void* box) {
-  char data[kMaxReadLength + 1];
-  Stream stream;
-  Served served(box);
-  if (!stream_of(served.entry, stream)) return;
-  const std::int32_t length = platform::socket_receive(served.socket, data, stream.max_read_length);
-  if (length > 0) {
-    data[length] = '\0';
-    served.guard.unlock();
-    stream.handlers.read(served.handle, served.socket, data, length);
-    return;
-  }
-  if (length < 0 && platform::last_error() == platform::kWouldBlock) return;
-  // deliberate: the socket stays in the box, closed by the peer but not here, until the
-  // application deletes it.
-  served.box.engine->delete_socket(Kind::read, served.socket);
-  served.guard.unlock();
-  stream.handlers.close(served.handle, served.socket);
+Served call(const zu_box& box, base::Guard& guard, const SocketHandler& chosen,
+            std::int32_t socket) {
+  const SocketHandler handler = chosen;
+  void* const handle = box.handle;
+  guard.unlock();
+  handler(handle, socket);
+  return Served::called;
 }
 
-void KIV_CALL dispatch_datagram(void* box) {
+}  // namespace
+
+Served serve_stream(zu_box& box, Socket& socket, Kind kind, base::Guard& guard) {
+  char data[kMaxReadLength + 1];
+  const std::int32_t id = socket.id;
+  const std::int32_t length = platform::socket_receive(id, data, socket.max_read_length);
+  if (length > 0) {
+    if (length < socket.max_read_length) box.poller.was_short_read(id);
+    data[length] = '\0';
+    const ReadHandler read = socket.read;
+    void* const handle = box.handle;
+    guard.unlock();
+    read(handle, id, data, length);
+    return Served::called;
+  }
+  if (length < 0 && came_too_late(box, id)) return Served::nothing;
+  // deliberate: the socket stays in the box, closed by the peer but not here, until the
+  // application deletes it.
+  remove_wait(box, kind, socket);
+  return call(box, guard, socket.close, id);
+}
+
+Served serve_datagram(zu_box& box, Socket& socket, Kind, base::Guard& guard) {
   char data[kMaxReadLength + 1];
   zu_sock_peer from = {};
-  DatagramHandler handler;
-  Served served(box);
-  if (!datagram_handler_of(served.entry, handler)) return;
-  std::int32_t length = zu_sock_read_ByAddr(served.socket, data, kMaxReadLength, &from);
+  const std::int32_t id = socket.id;
+  std::int32_t length = zu_sock_read_ByAddr(id, data, kMaxReadLength, &from);
   if (length < 0) {
-    if (platform::last_error() == platform::kWouldBlock) return;
+    if (came_too_late(box, id)) return Served::nothing;
     length = 0;
     from = {};
   }
   data[length] = '\0';
-  served.guard.unlock();
-  handler(served.handle, served.socket, data, length, &from);
+  const DatagramHandler datagram = socket.datagram;
+  void* const handle = box.handle;
+  guard.unlock();
+  datagram(handle, id, data, length, &from);
+  return Served::called;
 }
 
-void KIV_CALL dispatch_accept(void* box) {
-  Served served(box);
-  LocalTcpServer* server = served.entry != nullptr ? served.entry->local_tcp_server() : nullptr;
-  if (server == nullptr) return;
+Served serve_accept(zu_box& box, Socket& socket, Kind, base::Guard& guard) {
   platform::WireAddress peer;
-  const std::int32_t client = platform::socket_accept(served.socket, &peer);
-  if (client < 1) return;
-  ++server->endpoint.accepted;
-  const AcceptHandler handler = server->accept;
-  served.guard.unlock();
-  if (handler.callback == nullptr) {
+  const std::int32_t listener = socket.id;
+  const std::int32_t client = platform::socket_accept(listener, &peer);
+  if (client < 1) {
+    return came_too_late(box, listener) ? Served::nothing : Served::called;
+  }
+  const AcceptHandler accept = socket.accept;
+  void* const handle = box.handle;
+  guard.unlock();
+  if (accept.callback == nullptr) {
     platform::socket_close(client);
-    return;
+    return Served::called;
   }
   zu_sock_keep_alive(client);
-  handler(served.handle, served.socket, client, IpText(peer.address).text,
-          platform::swap_order(peer.port));
+  accept(handle, listener, client, IpText(peer.address).text, platform::swap_order(peer.port));
+  return Served::called;
 }
 
-void KIV_CALL dispatch_connected(void* box) {
-  Served served(box);
-  const LocalTcpClient* client = end_connecting(served, Kind::write);
-  if (client == nullptr) return;
-  SocketHandler outcome = client->failure;
-  if (is_connected(served.socket)) {
-    Engine& engine = *served.box.engine;
-    if (engine.add_socket(Kind::read, served.socket, dispatch_stream, box)) {
-      zu_sock_keep_alive(served.socket);
-      outcome = client->connect;
-    } else if (engine.find_socket(Kind::read, served.socket, nullptr)) {
-      return;
+Served serve_connected(zu_box& box, Socket& socket, Kind, base::Guard& guard) {
+  end_connecting(box, socket);
+  if (is_connected(socket.id)) {
+    const bool is_awaited = socket.wait(Kind::read).serve != nullptr;
+    if (is_awaited) return Served::called;
+    if (add_wait(box, Kind::read, socket.id, {serve_stream})) {
+      zu_sock_keep_alive(socket.id);
+      return call(box, guard, socket.connect, socket.id);
     }
   }
-  served.guard.unlock();
-  outcome(served.handle, served.socket);
+  return call(box, guard, socket.failure, socket.id);
 }
 
-void KIV_CALL dispatch_connect_failed(void* box) {
-  Served served(box);
-  const LocalTcpClient* client = end_connecting(served, Kind::except);
-  if (client == nullptr) return;
-  const SocketHandler failure = client->failure;
-  served.guard.unlock();
-  failure(served.handle, served.socket);
+Served serve_connect_failed(zu_box& box, Socket& socket, Kind, base::Guard& guard) {
+  end_connecting(box, socket);
+  return call(box, guard, socket.failure, socket.id);
+}
+
+Served serve_import(zu_box&, Socket& socket, Kind kind, base::Guard& guard) {
+  const Wait wait = socket.wait(kind);
+  guard.unlock();
+  wait.callback(wait.user);
+  return Served::called;
 }
 
 }  // namespace kiv::event

@@ -1,168 +1,130 @@
 // The sockets of a raw box: taking them in, asking about them and giving them away.
-#include <initializer_list>
-#include <new>
+#include <algorithm>
 
-#include "base/owned.h"
-#include "event/box_core.h"
+#include "event/box_sockets.h"
 #include "event/endpoint.h"
 #include "platform/socket.h"
 
 namespace kiv::event {
 namespace {
 
-template <typename Record>
-struct SocketBlock {
-  SocketEntry entry;
-  Record record;
-};
+// The order in which a walk shows the sockets: by bucket, and in a bucket the newest first.
+constexpr std::int32_t kBuckets = 5120;
 
-template <typename Record>
-base::Owned<SocketBlock<Record>> make_block(SocketKind kind) {
-  auto block = base::Owned<SocketBlock<Record>>::allocate();
-  if (!block) return block;
-  new (block.get()) SocketBlock<Record>{{kind, -1, nullptr}, {}};
-  block->entry.record = &block->record;
-  return block;
-}
-
-struct Wait {
-  Kind kind;
-  zu_event_fn dispatcher;
-};
-
-// Puts an entry into the table and starts its waits; all or nothing.
-bool take_in(zu_box& box, SocketEntry& entry, std::initializer_list<Wait> waits) {
-  if (zu_ihash_insert(box.sockets, entry.socket, &entry) != 1) return false;
-  for (const Wait& wait : waits) {
-    if (box.engine->add_socket(wait.kind, entry.socket, wait.dispatcher, &box)) continue;
-    for (const Wait& begun : waits) {
-      if (&begun == &wait) break;
-      box.engine->delete_socket(begun.kind, entry.socket);
-    }
-    zu_ihash_delete(box.sockets, entry.socket);
-    return false;
-  }
-  ++box.socket_count;
-  return true;
-}
-
-// Opens the endpoint of a new block and takes it in.
-template <typename Record>
-std::int32_t open_and_take_in(zu_box& box, base::Owned<SocketBlock<Record>>& block,
-                              std::initializer_list<Wait> waits) {
-  auto& endpoint = block->record.endpoint;
-  if (!open(endpoint)) return -1;
-  const std::int32_t socket = endpoint.socket;
-  block->entry.socket = socket;
-  block->record.socket = socket;
-  if (!take_in(box, block->entry, waits)) {
-    close(endpoint);
+// Makes a socket that has just been opened the box's own and starts to wait for it; closes it when
+// that is not possible.
+template <typename SetHandlers>
+std::int32_t own(zu_box& box, std::int32_t id, SocketKind kind, SetHandlers set) {
+  if (id < 1) return -1;
+  Socket* const socket = take_in(box, id, kind);
+  if (socket == nullptr) {
+    platform::socket_close(id);
     return -1;
   }
-  (void)block.release();
-  return socket;
+  if (set(*socket)) return id;
+  delete_socket(box, *socket);
+  return -1;
 }
 
-// The entry leaves the table and is the caller's; null when there is none.
-SocketEntry* take_out(zu_box& box, std::int32_t socket) {
-  SocketEntry* entry = find_socket(box, socket);
-  if (entry == nullptr) return nullptr;
-  zu_ihash_delete(box.sockets, socket);
-  --box.socket_count;
-  return entry;
-}
-
-void stop_waiting(zu_box& box, std::int32_t socket) {
-  for (const Kind kind : kKinds) box.engine->delete_socket(kind, socket);
-}
-
-bool is_awaited(const zu_box& box, std::int32_t socket) {
-  for (const Kind kind : kKinds) {
-    if (box.engine->find_socket(kind, socket, nullptr)) return true;
-  }
-  return false;
+Socket* find_own(const zu_box* box, std::int32_t socket) {
+  Socket* const found = is_usable(box) && socket > 0 ? box->sockets.find(socket) : nullptr;
+  return found != nullptr && found->is_own() ? found : nullptr;
 }
 
 // The box forgets a socket with its last wait.
-int stop_one_wait(zu_box* box, std::int32_t socket, Kind kind) {
+int stop_one_wait(zu_box* box, std::int32_t id, Kind kind) {
   if (!is_usable(box)) return 0;
-  box->engine->delete_socket(kind, socket);
-  if (!is_awaited(*box, socket)) _zu_free(take_out(*box, socket));
+  Socket* const socket = box->sockets.find(id);
+  if (socket == nullptr) return 1;
+  const bool is_own = socket->is_own();
+  remove_wait(*box, kind, *socket);
+  if (is_own && !socket->is_awaited()) give_away(*box, *socket);
   return 1;
 }
 
-int start_raw_wait(zu_box* box, std::int32_t socket, Kind kind, zu_event_fn callback,
-                   void* argument) {
-  return is_usable(box) && socket > 0 && box->engine->add_socket(kind, socket, callback, argument);
+int start_import(zu_box* box, std::int32_t socket, Kind kind, zu_event_fn callback,
+                 void* argument) {
+  return is_usable(box) && socket > 0 && callback != nullptr &&
+         add_wait(*box, kind, socket, {serve_import, callback, argument, true});
 }
 
-struct Visit {
-  zu_box_visit_fn visit;
-  void* handle;
-  void* argument;
-};
-
-void KIV_CALL visit_entry(void* data, void* user) {
-  const auto* entry = static_cast<SocketEntry*>(data);
-  const auto* visit = static_cast<Visit*>(user);
-  visit->visit(visit->handle, static_cast<std::int32_t>(entry->kind), entry->socket,
-               visit->argument);
+// The newest own socket of a bucket that is older than `number`.
+Socket* next_in_bucket(const zu_box& box, std::int32_t bucket, std::int32_t highest,
+                       std::uint32_t number) {
+  Socket* next = nullptr;
+  for (std::int64_t id = bucket; id <= highest; id += kBuckets) {
+    Socket* const socket = box.sockets.find(static_cast<std::int32_t>(id));
+    if (socket == nullptr || !socket->is_own() || socket->number >= number) continue;
+    if (next == nullptr || socket->number > next->number) next = socket;
+  }
+  return next;
 }
 
 }  // namespace
 
-SocketEntry* find_socket(const zu_box& box, std::int32_t socket) {
-  void* entry = nullptr;
-  zu_ihash_find(box.sockets, socket, &entry);
-  return static_cast<SocketEntry*>(entry);
+std::int32_t add_tcp_client(zu_box& box, const platform::WireAddress& target,
+                            const ClientHandlers& handlers) {
+  return own(box, open_tcp_client(target), SocketKind::local_tcp_client, [&](Socket& socket) {
+    socket.connect = handlers.connect;
+    socket.failure = handlers.failure;
+    socket.read = handlers.read;
+    socket.close = handlers.close;
+    return add_wait(box, Kind::write, socket.id, {serve_connected}) &&
+           add_wait(box, Kind::except, socket.id, {serve_connect_failed});
+  });
 }
 
-void close_and_free(SocketEntry* entry) {
-  switch (entry->kind) {
-    case SocketKind::local_tcp_client:
-      close(entry->local_tcp_client()->endpoint);
-      break;
-    case SocketKind::remote_tcp_client:
-      platform::socket_close(entry->socket);
-      break;
-    case SocketKind::local_udp_client:
-      close(entry->local_udp_client()->endpoint);
-      break;
-    case SocketKind::local_tcp_server:
-      close(entry->local_tcp_server()->endpoint);
-      break;
-    case SocketKind::local_udp_server:
-      close(entry->local_udp_server()->endpoint);
-      break;
-  }
-  _zu_free(entry);
+std::int32_t add_udp_client(zu_box& box, const DatagramHandler& datagram) {
+  return own(box, open_udp_client(), SocketKind::local_udp_client, [&](Socket& socket) {
+    socket.datagram = datagram;
+    return add_wait(box, Kind::read, socket.id, {serve_datagram});
+  });
 }
 
-std::int32_t add_tcp_client(zu_box& box, const ClientEndpoint& prepared,
-                            const SocketHandler& connect, const SocketHandler& failure,
-                            const StreamHandlers& stream) {
-  auto block = make_block<LocalTcpClient>(SocketKind::local_tcp_client);
-  if (!block) return -1;
-  block->record.endpoint = prepared;
-  block->record.connect = connect;
-  block->record.failure = failure;
-  block->record.stream = stream;
-  return open_and_take_in(
-      box, block, {{Kind::write, dispatch_connected}, {Kind::except, dispatch_connect_failed}});
+std::int32_t add_tcp_server(zu_box& box, const platform::WireAddress& local,
+                            const AcceptHandler& accept) {
+  return own(box, open_tcp_server(local, kListenBacklog), SocketKind::local_tcp_server,
+             [&](Socket& socket) {
+               socket.accept = accept;
+               return add_wait(box, Kind::read, socket.id, {serve_accept});
+             });
 }
 
-std::int32_t add_udp_client(zu_box& box, const ClientEndpoint& prepared,
+std::int32_t add_udp_server(zu_box& box, const platform::WireAddress& local,
                             const DatagramHandler& datagram) {
-  auto block = make_block<LocalUdpClient>(SocketKind::local_udp_client);
-  if (!block) return -1;
-  block->record.endpoint = prepared;
-  block->record.datagram = datagram;
-  return open_and_take_in(box, block, {{Kind::read, dispatch_datagram}});
+  return own(box, open_udp_server(local), SocketKind::local_udp_server, [&](Socket& socket) {
+    socket.datagram = datagram;
+    return add_wait(box, Kind::read, socket.id, {serve_datagram});
+  });
+}
+
+// Reads happen under the lock: one that blocks would stop every caller of the box.
+std::int32_t adopt(zu_box& box, std::int32_t id, const ReadHandler& read,
+                   const SocketHandler& close) {
+  if (id < 1 || find_own(&box, id) != nullptr) return -1;
+  if (platform::socket_set_blocking(id, false) != 0) return -1;
+  Socket* const socket = take_in(box, id, SocketKind::remote_tcp_client);
+  if (socket == nullptr) return -1;
+  socket->read = read;
+  socket->close = close;
+  if (!add_wait(box, Kind::read, id, {serve_stream})) {
+    give_away(box, *socket);
+    return -1;
+  }
+  zu_sock_keep_alive(id);
+  return id;
+}
+
+bool set_backlog(const zu_box& box, std::int32_t listener, std::int32_t backlog) {
+  const Socket* const socket = find_own(&box, listener);
+  return socket != nullptr && socket->kind == SocketKind::local_tcp_server && backlog > 0 &&
+         platform::socket_listen(listener, backlog) == 0;
 }
 
 }  // namespace kiv::event
 
 using namespace kiv::event;
+using kiv::platform::WireAddress;
 
 std::int32_t KIV_CALL zu_box_sock_AddLocalTcpClient(zu_box* box, const char* host,
                                                     std::uint16_t port, zu_box_socket_fn on_connect,
@@ -170,63 +132,51 @@ std::int32_t KIV_CALL zu_box_sock_AddLocalTcpClient(zu_box* box, const char* hos
                                                     void* failure_arg, zu_box_read_fn on_read,
                                                     void* read_arg, zu_box_socket_fn on_close,
                                                     void* close_arg) KIV_NOEXCEPT {
-  ClientEndpoint endpoint;
-  if (!is_usable(box) || !prepare(endpoint, Transport::tcp, host, port)) return -1;
-  return add_tcp_client(*box, endpoint, {on_connect, connect_arg}, {on_failure, failure_arg},
-                        {{on_read, read_arg}, {on_close, close_arg}});
+  WireAddress target;
+  if (!is_usable(box) || !find_target(host, port, target)) return -1;
+  return add_tcp_client(*box, target,
+                        {{on_connect, connect_arg},
+                         {on_failure, failure_arg},
+                         {on_read, read_arg},
+                         {on_close, close_arg}});
 }
 
 std::int32_t KIV_CALL zu_box_sock_AddRemoteTcpClient(zu_box* box, std::int32_t socket,
                                                      zu_box_read_fn on_read, void* read_arg,
                                                      zu_box_socket_fn on_close,
                                                      void* close_arg) KIV_NOEXCEPT {
-  if (!is_usable(box) || socket < 1 || find_socket(*box, socket) != nullptr) return -1;
-  auto block = make_block<RemoteTcpClient>(SocketKind::remote_tcp_client);
-  // Reads happen under the lock: one that waits would stop every loop that shares it.
-  if (!block || kiv::platform::socket_set_blocking(socket, false) != 0) return -1;
-  block->entry.socket = socket;
-  block->record = {socket, kMaxReadLength, {{on_read, read_arg}, {on_close, close_arg}}};
-  if (!take_in(*box, block->entry, {{Kind::read, dispatch_stream}})) return -1;
-  (void)block.release();
-  zu_sock_keep_alive(socket);
-  return socket;
+  return is_usable(box) ? adopt(*box, socket, {on_read, read_arg}, {on_close, close_arg}) : -1;
 }
 
 std::int32_t KIV_CALL zu_box_sock_AddLocalUdpClient(zu_box* box, const char* host,
                                                     std::uint16_t port,
                                                     zu_box_datagram_fn on_datagram,
                                                     void* datagram_arg) KIV_NOEXCEPT {
-  ClientEndpoint endpoint;
-  if (!is_usable(box) || !prepare(endpoint, Transport::udp, host, port)) return -1;
-  return add_udp_client(*box, endpoint, {on_datagram, datagram_arg});
+  WireAddress target;
+  if (!is_usable(box) || !find_target(host, port, target)) return -1;
+  return add_udp_client(*box, {on_datagram, datagram_arg});
 }
 
 std::int32_t KIV_CALL zu_box_sock_AddLocalTcpServer(zu_box* box, const char* local_ip,
                                                     std::uint16_t port, zu_box_accept_fn on_accept,
                                                     void* accept_arg) KIV_NOEXCEPT {
-  if (!is_usable(box)) return -1;
-  auto block = make_block<LocalTcpServer>(SocketKind::local_tcp_server);
-  if (!block || !prepare(block->record.endpoint, Transport::tcp, local_ip, port)) return -1;
-  block->record.accept = {on_accept, accept_arg};
-  return open_and_take_in(*box, block, {{Kind::read, dispatch_accept}});
+  WireAddress local;
+  if (!is_usable(box) || !find_local(local_ip, port, local)) return -1;
+  return add_tcp_server(*box, local, {on_accept, accept_arg});
 }
 
 std::int32_t KIV_CALL zu_box_sock_AddLocalUdpServer(zu_box* box, const char* local_ip,
                                                     std::uint16_t port,
                                                     zu_box_datagram_fn on_datagram,
                                                     void* datagram_arg) KIV_NOEXCEPT {
-  if (!is_usable(box)) return -1;
-  auto block = make_block<LocalUdpServer>(SocketKind::local_udp_server);
-  if (!block || !prepare(block->record.endpoint, Transport::udp, local_ip, port)) return -1;
-  block->record.datagram = {on_datagram, datagram_arg};
-  return open_and_take_in(*box, block, {{Kind::read, dispatch_datagram}});
+  WireAddress local;
+  if (!is_usable(box) || !find_local(local_ip, port, local)) return -1;
+  return add_udp_server(*box, local, {on_datagram, datagram_arg});
 }
 
-void KIV_CALL zu_box_sock_Delete(zu_box* box, std::int32_t socket) KIV_NOEXCEPT {
-  if (!is_usable(box) || socket <= 0) return;
-  stop_waiting(*box, socket);
-  SocketEntry* entry = take_out(*box, socket);
-  if (entry != nullptr) close_and_free(entry);
+void KIV_CALL zu_box_sock_Delete(zu_box* box, std::int32_t id) KIV_NOEXCEPT {
+  Socket* const socket = is_usable(box) && id > 0 ? box->sockets.find(id) : nullptr;
+  if (socket != nullptr) delete_socket(*box, *socket);
 }
 
 void KIV_CALL zu_box_sock_DeleteThis(zu_box* box) KIV_NOEXCEPT {
@@ -234,37 +184,42 @@ void KIV_CALL zu_box_sock_DeleteThis(zu_box* box) KIV_NOEXCEPT {
 }
 
 std::int32_t KIV_CALL zu_box_sock_GetThisId(zu_box* box) KIV_NOEXCEPT {
-  return is_usable(box) ? box->engine->this_socket() : -1;
+  return is_usable(box) ? box->current_socket.load(std::memory_order_relaxed) : -1;
 }
 
 std::int32_t KIV_CALL zu_box_sock_GetNumSock(zu_box* box) KIV_NOEXCEPT {
-  return is_usable(box) ? box->socket_count : -1;
+  return is_usable(box) ? box->own_sockets : -1;
 }
 
 int KIV_CALL zu_box_sock_IsExist(zu_box* box, std::int32_t socket) KIV_NOEXCEPT {
-  return is_usable(box) && socket > 0 && find_socket(*box, socket) != nullptr;
+  return find_own(box, socket) != nullptr;
 }
 
 void KIV_CALL zu_box_sock_foreach(zu_box* box, zu_box_visit_fn visit, void* argument) KIV_NOEXCEPT {
   if (!is_usable(box) || visit == nullptr) return;
-  Visit state{visit, box->handle, argument};
-  zu_ihash_foreach(box->sockets, visit_entry, &state);
+  void* const handle = box->handle;
+  std::int32_t highest = -1;
+  box->sockets.for_each([&](const Socket& socket) { highest = std::max(highest, socket.id); });
+  for (std::int32_t bucket = 0; bucket <= std::min(highest, kBuckets - 1); ++bucket) {
+    std::uint32_t number = UINT32_MAX;
+    while (const Socket* const socket = next_in_bucket(*box, bucket, highest, number)) {
+      number = socket->number;
+      visit(handle, static_cast<std::int32_t>(socket->kind), socket->id, argument);
+    }
+  }
 }
 
 int KIV_CALL zu_box_sock_SetMaxReadLen(zu_box* box, std::int32_t socket,
                                        std::int32_t length) KIV_NOEXCEPT {
-  SocketEntry* entry = is_usable(box) && socket > 0 ? find_socket(*box, socket) : nullptr;
-  if (entry == nullptr) return 0;
-  if (length < 1) length = 1;
-  if (length > kMaxReadLength) length = kMaxReadLength;
-  if (LocalTcpClient* local = entry->local_tcp_client()) {
-    local->max_read_length = length;
-  } else if (RemoteTcpClient* remote = entry->remote_tcp_client()) {
-    remote->max_read_length = length;
-  } else {
-    return 0;
-  }
+  Socket* const known = find_own(box, socket);
+  if (known == nullptr || !known->is_stream()) return 0;
+  known->max_read_length = std::clamp(length, 1, kMaxReadLength);
   return 1;
+}
+
+int KIV_CALL zu_box_sock_SetBacklog(zu_box* box, std::int32_t listener,
+                                    std::int32_t backlog) KIV_NOEXCEPT {
+  return is_usable(box) && set_backlog(*box, listener, backlog);
 }
 
 std::int32_t KIV_CALL zu_box_sock_TcpWrite(zu_box*, std::int32_t socket, const void* data,
@@ -285,10 +240,10 @@ std::int32_t KIV_CALL zu_box_sock_UdpWriteByIp(zu_box*, std::int32_t socket, con
   return zu_sock_write_ByPeerIp(socket, data, length, ip, port);
 }
 
-int KIV_CALL zu_box_sock_ExportSocketId(zu_box* box, std::int32_t socket) KIV_NOEXCEPT {
+int KIV_CALL zu_box_sock_ExportSocketId(zu_box* box, std::int32_t id) KIV_NOEXCEPT {
   if (!is_usable(box)) return 0;
-  stop_waiting(*box, socket);
-  _zu_free(take_out(*box, socket));
+  Socket* const socket = box->sockets.find(id);
+  if (socket != nullptr && remove_waits(*box, *socket)) give_away(*box, *socket);
   return 1;
 }
 
@@ -306,17 +261,17 @@ int KIV_CALL zu_box_sock_ExportSocketId_ForExcept(zu_box* box, std::int32_t sock
 
 int KIV_CALL zu_box_sock_ImportSocketId_ForRead(zu_box* box, std::int32_t socket,
                                                 zu_event_fn callback, void* argument) KIV_NOEXCEPT {
-  return start_raw_wait(box, socket, Kind::read, callback, argument);
+  return start_import(box, socket, Kind::read, callback, argument);
 }
 
 int KIV_CALL zu_box_sock_ImportSocketId_ForWrite(zu_box* box, std::int32_t socket,
                                                  zu_event_fn callback,
                                                  void* argument) KIV_NOEXCEPT {
-  return start_raw_wait(box, socket, Kind::write, callback, argument);
+  return start_import(box, socket, Kind::write, callback, argument);
 }
 
 int KIV_CALL zu_box_sock_ImportSocketId_ForExcept(zu_box* box, std::int32_t socket,
                                                   zu_event_fn callback,
                                                   void* argument) KIV_NOEXCEPT {
-  return start_raw_wait(box, socket, Kind::except, callback, argument);
+  return start_import(box, socket, Kind::except, callback, argument);
 }

@@ -1,8 +1,10 @@
-// The timers of a raw box: entries with the application's callbacks over the timers of the engine,
-// all of which call dispatch_timer.
+// The timers of a raw box.
+#include <new>
+
 #include "base/owned.h"
-#include "event/box_core.h"
+#include "event/raw_box.h"
 #include "kiv_base/system.h"
+#include "platform/clock.h"
 
 namespace kiv::event {
 namespace {
@@ -16,68 +18,49 @@ struct Schedule {
   std::uint32_t interval_ms;
 };
 
-// A random id that no entry has; -1 when none was found.
+std::int64_t microseconds(std::uint32_t interval_ms) {
+  return std::int64_t{interval_ms} * kMicrosecondsPerMs;
+}
+
+// A random id that no timer has; -1 when none was found.
 std::int32_t unused_id(const zu_box& box) {
   for (std::int32_t i = 0; i < kMaxIdTries; ++i) {
     const std::int64_t drawn = std::int64_t{zu_RandomValue()} + kFirstTimerId;
     const auto id = static_cast<std::int32_t>(drawn);
-    if (drawn <= INT32_MAX && find_timer(box, id) == nullptr) return id;
+    if (drawn <= INT32_MAX && box.timers.find(id) == nullptr) return id;
   }
   return -1;
 }
 
 std::int32_t add_timer(zu_box* box, const Schedule& schedule, const TimerHandler& handler) {
-  if (!is_usable(box) || handler.callback == nullptr) return -1;
-  auto entry = base::Owned<TimerEntry>::allocate();
-  if (!entry) return -1;
+  if (!is_usable(box) || handler.callback == nullptr || schedule.interval_ms == 0 ||
+      schedule.limit < 1) {
+    return -1;
+  }
+  auto memory = base::Owned<Timer>::allocate();
+  if (!memory || !box->schedule.reserve()) return -1;
   const std::int32_t id = unused_id(*box);
-  // Every timer of the engine has an entry, so the engine does not refuse the id for being known.
-  if (!box->engine->add_timer(schedule.kind, id, schedule.interval_ms, dispatch_timer, box,
-                              schedule.limit)) {
-    return -1;
-  }
-  *entry = {id, 0, handler};
-  if (zu_ihash_insert(box->timers, id, entry.get()) != 1) {
-    box->engine->delete_timer(id);
-    return -1;
-  }
-  (void)entry.release();
-  ++box->timer_count;
+  if (id < 0 || !box->timers.insert(id, memory.get())) return -1;
+  const std::int64_t due_us = platform::steady_us() + microseconds(schedule.interval_ms);
+  auto* const timer = new (memory.release())
+      Timer{id, 0, handler, due_us, schedule.interval_ms, schedule.kind, schedule.limit};
+  box->schedule.add(*timer);
   return id;
 }
 
-TimerEntry* known_timer(const zu_box* box, std::int32_t timer) {
-  return is_usable(box) && timer > 0 ? find_timer(*box, timer) : nullptr;
+Timer* known_timer(const zu_box* box, std::int32_t timer) {
+  return is_usable(box) && timer > 0 ? box->timers.find(timer) : nullptr;
 }
 
-// A timer that has fired for the last time is unknown to the engine, which is no failure.
-void reschedule(zu_box& box, std::int32_t timer, std::uint32_t interval_ms) {
-  box.engine->refresh_timer(timer, interval_ms, dispatch_timer, &box);
+// Moves this due time alone, from what it was. A timer that has fired for the last time does not
+// come back.
+void put_off(zu_box& box, Timer& timer, std::uint32_t interval_ms) {
+  if (timer.place == kNotScheduled) return;
+  timer.due_us += microseconds(interval_ms);
+  box.schedule.move(timer);
 }
 
 }  // namespace
-
-TimerEntry* find_timer(const zu_box& box, std::int32_t timer) {
-  void* entry = nullptr;
-  zu_ihash_find(box.timers, timer, &entry);
-  return static_cast<TimerEntry*>(entry);
-}
-
-void KIV_CALL dispatch_timer(void* argument) {
-  auto& box = *static_cast<zu_box*>(argument);
-  base::Guard guard(box.lock);
-  const std::int32_t timer = box.engine->this_timer();
-  TimerEntry* entry = find_timer(box, timer);
-  if (entry == nullptr) return;
-  const std::int32_t times_fired = ++entry->times_fired;
-  const TimerHandler handler = entry->handler;
-  void* handle = box.handle;
-  guard.unlock();
-  // deliberate: the entry of a timer that fired for the last time stays; applications ask for it
-  // and delete it.
-  handler(handle, timer, times_fired);
-}
-
 }  // namespace kiv::event
 
 using namespace kiv::event;
@@ -104,32 +87,32 @@ std::int32_t KIV_CALL zu_box_timer_AddLimitTimer(zu_box* box, std::int32_t limit
 int KIV_CALL zu_box_timer_Refresh(zu_box* box, std::int32_t timer, std::uint32_t interval_ms,
                                   zu_box_timer_fn callback, void* argument) KIV_NOEXCEPT {
   if (zu_box_timer_RefreshCallback(box, timer, callback, argument) == 0) return 0;
-  reschedule(*box, timer, interval_ms);
+  put_off(*box, *box->timers.find(timer), interval_ms);
   return 1;
 }
 
 int KIV_CALL zu_box_timer_RefreshTimeout(zu_box* box, std::int32_t timer,
                                          std::uint32_t interval_ms) KIV_NOEXCEPT {
-  if (interval_ms == 0 || known_timer(box, timer) == nullptr) return 0;
-  reschedule(*box, timer, interval_ms);
+  Timer* const known = known_timer(box, timer);
+  if (interval_ms == 0 || known == nullptr) return 0;
+  put_off(*box, *known, interval_ms);
   return 1;
 }
 
 int KIV_CALL zu_box_timer_RefreshCallback(zu_box* box, std::int32_t timer, zu_box_timer_fn callback,
                                           void* argument) KIV_NOEXCEPT {
-  TimerEntry* entry = known_timer(box, timer);
-  if (callback == nullptr || entry == nullptr) return 0;
-  entry->handler = {callback, argument};
+  Timer* const known = known_timer(box, timer);
+  if (callback == nullptr || known == nullptr) return 0;
+  known->handler = {callback, argument};
   return 1;
 }
 
 void KIV_CALL zu_box_timer_Delete(zu_box* box, std::int32_t timer) KIV_NOEXCEPT {
-  TimerEntry* entry = known_timer(box, timer);
-  if (entry == nullptr) return;
-  box->engine->delete_timer(timer);
-  zu_ihash_delete(box->timers, timer);
-  _zu_free(entry);
-  --box->timer_count;
+  Timer* const known = known_timer(box, timer);
+  if (known == nullptr) return;
+  box->schedule.remove(*known);
+  box->timers.erase(timer);
+  _zu_free(known);
 }
 
 void KIV_CALL zu_box_timer_DeleteThis(zu_box* box) KIV_NOEXCEPT {
@@ -137,11 +120,11 @@ void KIV_CALL zu_box_timer_DeleteThis(zu_box* box) KIV_NOEXCEPT {
 }
 
 std::int32_t KIV_CALL zu_box_timer_GetThisId(zu_box* box) KIV_NOEXCEPT {
-  return is_usable(box) ? box->engine->this_timer() : -1;
+  return is_usable(box) ? box->current_timer.load(std::memory_order_relaxed) : -1;
 }
 
 std::int32_t KIV_CALL zu_box_timer_GetNumTimer(zu_box* box) KIV_NOEXCEPT {
-  return is_usable(box) ? box->timer_count : -1;
+  return is_usable(box) ? static_cast<std::int32_t>(box->timers.count()) : -1;
 }
 
 int KIV_CALL zu_box_timer_IsExist(zu_box* box, std::int32_t timer) KIV_NOEXCEPT {

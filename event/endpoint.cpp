@@ -1,128 +1,89 @@
 #include "event/endpoint.h"
 
-#include <bit>
 #include <cstring>
 
-#include "platform/socket.h"
+#include "event/ip_text.h"
+#include "kiv_base/event.h"
 
 namespace kiv::event {
 namespace {
 
 constexpr std::uint16_t kLastRefusedPort = 2;
-
-zu_sock_addr socket_address(std::uint32_t address, std::uint16_t port) {
-  return std::bit_cast<zu_sock_addr>(platform::wire_address(address, port));
-}
-
-platform::WireAddress wire(const zu_sock_addr& address) {
-  return std::bit_cast<platform::WireAddress>(address);
-}
+constexpr std::size_t kMaxHostLength = 256;
 
 // A non-blocking socket, or -1: reads and writes happen under locks that others wait for.
-std::int32_t open_socket(Transport transport) {
-  const std::int32_t socket = platform::socket_open(
-      transport == Transport::tcp ? platform::Transport::tcp : platform::Transport::udp);
+std::int32_t open_socket(platform::Transport transport) {
+  const std::int32_t socket = platform::socket_open(transport);
   if (socket < 1) return -1;
   if (platform::socket_set_blocking(socket, false) == 0) return socket;
   platform::socket_close(socket);
   return -1;
 }
 
-// How a connect goes the loop finds out: a writable socket without a peer has failed. One that
-// fails within the call is not reported by every system's wait; a datagram socket takes its place,
-// which is writable at once and has no peer either.
-void start_connecting(const ClientEndpoint& endpoint, std::int32_t& socket) {
-  if (platform::socket_connect(socket, wire(endpoint.peer)) == 0) return;
-  if (platform::last_error() == platform::kWouldBlock) return;
-  const std::int32_t stand_in = open_socket(Transport::udp);
-  if (stand_in < 1) return;
+std::int32_t keep_if(bool usable, std::int32_t socket) {
+  if (usable) return socket;
   platform::socket_close(socket);
-  socket = stand_in;
+  return -1;
 }
 
-bool start_client(const ClientEndpoint& endpoint, std::int32_t& socket) {
-  if (endpoint.transport == Transport::tcp) {
-    start_connecting(endpoint, socket);
-    return true;
-  }
-  // Windows refuses to read a datagram socket that has no local port yet.
-  return platform::socket_bind(socket, platform::wire_address(0, 0)) == 0;
-}
-
-bool start_server(const ServerEndpoint& endpoint, std::int32_t& socket) {
-  if (platform::socket_bind(socket, wire(endpoint.local)) != 0) return false;
-  return endpoint.transport == Transport::udp ||
-         platform::socket_listen(socket, endpoint.backlog) == 0;
-}
-
-template <typename Endpoint>
-bool open_with(Endpoint& endpoint, bool (*start)(const Endpoint&, std::int32_t&)) {
-  std::int32_t socket = open_socket(endpoint.transport);
-  if (socket < 1) return false;
-  if (!start(endpoint, socket)) {
-    platform::socket_close(socket);
-    return false;
-  }
-  endpoint.socket = socket;
-  endpoint.state = EndpointState::open;
-  return true;
-}
-
-template <typename Endpoint>
-void close_socket(Endpoint& endpoint, std::int32_t (*close)(std::int32_t) noexcept) {
-  if (endpoint.socket > 0) close(endpoint.socket);
-  endpoint.socket = -1;
-  endpoint.state = EndpointState::closed;
+bool bind(std::int32_t socket, const platform::WireAddress& local) {
+  return platform::socket_bind(socket, local) == 0;
 }
 
 }  // namespace
 
-bool prepare(ClientEndpoint& endpoint, Transport transport, const char* host, std::uint16_t port) {
+bool find_target(const char* host, std::uint16_t port, platform::WireAddress& target) {
   // deliberate: ports 1 and 2 are refused like port 0; applications test for it.
-  if (host == nullptr || port <= kLastRefusedPort) return false;
-  const std::size_t length = std::strlen(host);
-  if (length > kMaxHostText) return false;
-  endpoint.transport = transport;
-  endpoint.port = port;
-  std::memcpy(endpoint.host, host, length + 1);
-  if (zu_sock_IsRealIp(host) == 1) {
-    std::memcpy(endpoint.ip, host, length + 1);
-  } else if (zu_sock_GetHostFirstIP(host, endpoint.ip) != 1) {
+  if (host == nullptr || port <= kLastRefusedPort || std::strlen(host) > kMaxHostLength) {
     return false;
   }
-  endpoint.address = platform::swap_order(platform::numeric_address(endpoint.ip));
-  endpoint.peer = socket_address(endpoint.address, port);
-  return true;
-}
-
-bool prepare(ServerEndpoint& endpoint, Transport transport, const char* ip, std::uint16_t port) {
-  endpoint.transport = transport;
-  endpoint.port = port;
-  if (ip != nullptr && ip[0] != '\0') {
-    const std::uint32_t address = platform::numeric_address(ip);
-    if (address == platform::kNoAddress) return false;
-    endpoint.address = platform::swap_order(address);
-    zu_strncpy(endpoint.ip, ip, sizeof endpoint.ip - 1);
+  char ip[kIpText];
+  std::uint32_t address = platform::numeric_address(host);
+  if (address == platform::kNoAddress) {
+    if (zu_sock_GetHostFirstIP(host, ip) != 1) return false;
+    address = platform::numeric_address(ip);
   }
-  endpoint.local = socket_address(endpoint.address, port);
+  target = platform::wire_address(platform::swap_order(address), port);
   return true;
 }
 
-bool open(ClientEndpoint& endpoint) {
-  return open_with(endpoint, start_client);
-}
-bool open(ServerEndpoint& endpoint) {
-  return open_with(endpoint, start_server);
-}
-
-void close(ClientEndpoint& endpoint) {
-  close_socket(endpoint, platform::socket_close);
-  endpoint.is_closed = 1;
+bool find_local(const char* ip, std::uint16_t port, platform::WireAddress& local) {
+  std::uint32_t address = 0;
+  if (ip != nullptr && ip[0] != '\0') {
+    address = platform::numeric_address(ip);
+    if (address == platform::kNoAddress) return false;
+  }
+  local = platform::wire_address(platform::swap_order(address), port);
+  return true;
 }
 
-void close(ServerEndpoint& endpoint) {
-  const bool listens = endpoint.transport == Transport::tcp;
-  close_socket(endpoint, listens ? platform::listener_close : platform::socket_close);
+// How a connect goes the loop finds out: a writable socket without a peer has failed. One that
+// fails within the call is not reported by every system's wait; a datagram socket takes its place,
+// which is writable at once and has no peer either.
+std::int32_t open_tcp_client(const platform::WireAddress& target) {
+  const std::int32_t socket = open_socket(platform::Transport::tcp);
+  if (socket < 1 || platform::socket_connect(socket, target) == 0) return socket;
+  if (platform::last_error() == platform::kWouldBlock) return socket;
+  const std::int32_t stand_in = open_socket(platform::Transport::udp);
+  if (stand_in < 1) return socket;
+  platform::socket_close(socket);
+  return stand_in;
+}
+
+// Windows refuses to read a datagram socket that has no local port yet.
+std::int32_t open_udp_client() {
+  return open_udp_server(platform::wire_address(0, 0));
+}
+
+std::int32_t open_tcp_server(const platform::WireAddress& local, std::int32_t backlog) {
+  const std::int32_t socket = open_socket(platform::Transport::tcp);
+  if (socket < 1) return -1;
+  return keep_if(bind(socket, local) && platform::socket_listen(socket, backlog) == 0, socket);
+}
+
+std::int32_t open_udp_server(const platform::WireAddress& local) {
+  const std::int32_t socket = open_socket(platform::Transport::udp);
+  return socket < 1 ? -1 : keep_if(bind(socket, local), socket);
 }
 
 }  // namespace kiv::event

@@ -3,23 +3,24 @@
 
 #include <cstdint>
 
-#include "event/box_records.h"
+#include "platform/socket.h"
 
 namespace kiv::event {
 
-// Checks the arguments and looks the host up, which may take seconds: never under a lock. False
-// for ports 0 to 2, a text over 256 characters and an unknown host.
-bool prepare(ClientEndpoint& endpoint, Transport transport, const char* host, std::uint16_t port);
+inline constexpr std::uint32_t kLoopback = 0x7f000001;  // 127.0.0.1
 
-// False when the address is neither numeric nor empty; null is empty.
-bool prepare(ServerEndpoint& endpoint, Transport transport, const char* ip, std::uint16_t port);
+// Checks a client's target and looks its host up, which may take seconds: never under a lock. False
+// for ports 0 to 2, a name over 256 characters and an unknown host.
+bool find_target(const char* host, std::uint16_t port, platform::WireAddress& target);
 
-// Makes the non-blocking socket of a prepared endpoint. A TCP client starts to connect, a TCP
-// server listens. On false nothing is left open.
-bool open(ClientEndpoint& endpoint);
-bool open(ServerEndpoint& endpoint);
+// Reads the local address of a server. False when it is neither numeric nor empty; null is empty.
+bool find_local(const char* ip, std::uint16_t port, platform::WireAddress& local);
 
-void close(ClientEndpoint& endpoint);
-void close(ServerEndpoint& endpoint);
+// Each returns a new non-blocking socket, or -1 with nothing left open. A TCP client has started to
+// connect, a TCP server listens.
+std::int32_t open_tcp_client(const platform::WireAddress& target);
+std::int32_t open_udp_client();
+std::int32_t open_tcp_server(const platform::WireAddress& local, std::int32_t backlog);
+std::int32_t open_udp_server(const platform::WireAddress& local);
 
 }  // namespace kiv::event

@@ -1,25 +1,14 @@
-// Making, running and ending a box for any thread; the registry of such boxes.
-#include <cstddef>
-#include <new>
-#include <type_traits>
+// Making, running and ending a box for any thread.
+#include "event/kiv_box.h"
 
-#include "base/owned.h"
-#include "event/box_records.h"
-#include "event/box_registry.h"
+#include "event/box_sockets.h"
+#include "event/endpoint.h"
 #include "platform/clock.h"
 #include "platform/thread.h"
 
 namespace kiv::event {
 namespace {
 
-static_assert(std::is_standard_layout_v<kiv_box>);
-static_assert(sizeof(void*) != 4 ||
-              (offsetof(kiv_box, wake_port) == 4 && offsetof(kiv_box, wake_socket) == 8 &&
-               offsetof(kiv_box, send_port) == 12 && offsetof(kiv_box, send_socket) == 16 &&
-               offsetof(kiv_box, owner_thread) == 20 && offsetof(kiv_box, keep_alive_timer) == 24));
-
-constexpr std::int32_t kRegistryBuckets = 16;
-constexpr char kLoopback[] = "127.0.0.1";
 constexpr std::uint16_t kPortTries = 10000;
 constexpr std::uint32_t kKeepAliveMs = 10000;
 
@@ -33,19 +22,19 @@ struct Ports {
   std::uint16_t first;
   std::atomic<bool> held[kPortTries] = {};
 
-  void release(std::uint32_t port) {
+  void release(std::uint16_t port) {
     if (port != 0) held[port - first] = false;
   }
 };
 Ports wake_ports{21800};
 Ports send_ports{31800};
 
-std::int32_t add_loopback_socket(kiv_box& box, Ports& ports, std::uint32_t& port) {
+std::int32_t add_loopback_socket(kiv_box& box, Ports& ports, std::uint16_t& port) {
   for (std::uint16_t i = 0; i < kPortTries; ++i) {
     if (ports.held[i]) continue;
     const auto tried = static_cast<std::uint16_t>(ports.first + i);
     const std::int32_t socket =
-        zu_box_sock_AddLocalUdpServer(box.raw, kLoopback, tried, ignore_datagram, &box);
+        add_udp_server(*box.raw, platform::wire_address(kLoopback, tried), {ignore_datagram, &box});
     if (socket <= 0) continue;
     ports.held[i] = true;
     port = tried;
@@ -56,30 +45,32 @@ std::int32_t add_loopback_socket(kiv_box& box, Ports& ports, std::uint32_t& port
 
 // No other thread knows the box yet, so nothing here needs the lock.
 bool fill(kiv_box& box) {
-  box.raw = zu_box_mallocx(reinterpret_cast<std::uintptr_t>(box_registry().lock()));
+  box.wake_port = box.send_port = 0;
+  box.loop_thread = 0;
+  box.raw = zu_box_mallocx(reinterpret_cast<std::uintptr_t>(&box.lock));
   if (box.raw == nullptr) return false;
   zu_box_SetUserCallbackHandle(box.raw, &box);
-  box.wake_socket = add_loopback_socket(box, wake_ports, box.wake_port);
-  if (box.wake_socket < 1) return false;
+  if (add_loopback_socket(box, wake_ports, box.wake_port) < 1) return false;
+  box.wake_address = platform::wire_address(kLoopback, box.wake_port);
   box.send_socket = add_loopback_socket(box, send_ports, box.send_port);
   if (box.send_socket < 1) return false;
   box.owner_thread = platform::current_thread_id();
-  box.keep_alive_timer = zu_box_timer_AddLoopTimer(box.raw, kKeepAliveMs, ignore_timer, &box);
-  return box.keep_alive_timer > 0;
+  return zu_box_timer_AddLoopTimer(box.raw, kKeepAliveMs, ignore_timer, &box) > 0;
 }
 
-void free_raw(kiv_box& box) {
-  zu_box_free(box.raw);
-  wake_ports.release(box.wake_port);
-  send_ports.release(box.send_port);
-}
-
-// Its sockets and timers go with the raw box. No other thread finds the box any more, but one that
-// did may still be using its send socket.
+// Its sockets and timers go with the raw box. The handle is not known any more, but a thread that
+// found it may still be using its send socket.
 void release(kiv_box* box) {
   while (box->wakers != 0) platform::sleep_ms(0);
-  free_raw(*box);
-  _zu_free(box);
+  zu_box_free(box->raw);
+  wake_ports.release(box->wake_port);
+  send_ports.release(box->send_port);
+  boxes().give_back(box);
+}
+
+void set_known(kiv_box& box, bool known) {
+  const base::Guard guard(box.lock);
+  box.is_known = known;
 }
 
 bool begin_loop(kiv_box* box) {
@@ -94,7 +85,7 @@ enum class Freeing { refused, by_caller, by_loop, by_owner };
 
 Freeing begin_free(kiv_box& box) {
   if (!is_own_thread(box)) return Freeing::by_owner;
-  box_registry().remove(&box);
+  box.is_known = false;
   if (box.loop_thread == 0) return Freeing::by_caller;
   // The loop that runs this call still needs the box.
   zu_box_BreakLoop(box.raw);
@@ -103,17 +94,9 @@ Freeing begin_free(kiv_box& box) {
 
 }  // namespace
 
-base::Registry& box_registry() {
-  static base::Registry registry(kRegistryBuckets);
-  return registry;
-}
-
-bool box_registry_setup() {
-  return box_registry().setup();
-}
-
-void box_registry_shutdown() {
-  box_registry().shutdown();
+Handles<kiv_box>& boxes() {
+  static Handles<kiv_box> all;
+  return all;
 }
 
 bool is_own_thread(const kiv_box& box) {
@@ -122,26 +105,33 @@ bool is_own_thread(const kiv_box& box) {
 }
 
 void send_wake(kiv_box& box, const Wake& wake) {
-  zu_box_sock_UdpWriteByIp(box.raw, box.send_socket, wake.payload, wake.length, kLoopback,
-                           static_cast<std::uint16_t>(box.wake_port));
+  platform::socket_send_to(box.send_socket, wake.payload, wake.length, box.wake_address,
+                           sizeof box.wake_address);
   --box.wakers;
 }
 
-void run_loop(kiv_box* box) {
+kiv_box* box_of_this_thread() {
+  return static_cast<kiv_box*>(platform::thread_value());
+}
+
+void loop_and_free(kiv_box* box) {
+  kiv_box* const outer = box_of_this_thread();  // of a callback that runs another box's loop
+  platform::set_thread_value(box);
   zu_box_StartLoop(box->raw);
+  platform::set_thread_value(outer);
   // deliberate: the box dies with its loop, whatever ended it; owners do not free it again.
-  box_registry().remove(box);
+  set_known(*box, false);
   release(box);
 }
 
 std::uint32_t current_wait(kiv_box* box) {
   return on_live_box(box, 0U, kNoWake, [](kiv_box& live) {
-    const std::uint32_t waits = is_own_thread(live) ? 0 : live.raw->engine->waits.load();
+    const std::uint32_t waits = is_own_thread(live) ? 0 : live.raw->waits.load();
     return waits % 2 != 0 ? waits : 0;
   });
 }
 
-void outlast(kiv_box* box, std::uint32_t wait) {
+void wait_until_over(kiv_box* box, std::uint32_t wait) {
   while (wait != 0 && current_wait(box) == wait) platform::sleep_ms(1);
 }
 
@@ -150,18 +140,18 @@ void outlast(kiv_box* box, std::uint32_t wait) {
 using namespace kiv::event;
 
 kiv_box* KIV_CALL kiv_box_new(void) KIV_NOEXCEPT {
-  auto memory = kiv::base::Owned<kiv_box>::allocate();
-  if (!memory || !box_registry_setup()) return nullptr;
-  kiv_box* box = new (memory.get()) kiv_box{};
-  if (!fill(*box) || !box_registry().insert(box)) {
-    free_raw(*box);
+  kiv_box* const box = boxes().take();
+  if (box == nullptr) return nullptr;
+  if (!fill(*box)) {
+    release(box);
     return nullptr;
   }
-  return memory.release();
+  set_known(*box, true);
+  return box;
 }
 
 void KIV_CALL kiv_box_loop(kiv_box* box) KIV_NOEXCEPT {
-  if (begin_loop(box)) run_loop(box);
+  if (begin_loop(box)) loop_and_free(box);
 }
 
 void KIV_CALL kiv_box_BreakLoop(kiv_box* box) KIV_NOEXCEPT {
@@ -191,4 +181,14 @@ int KIV_CALL kivx_box_IsValid(kiv_box* box) KIV_NOEXCEPT {
 
 std::int32_t KIV_CALL kivx_box_GetThreadId(kiv_box* box) KIV_NOEXCEPT {
   return on_live_box(box, -1, kNoWake, [](kiv_box& live) { return live.owner_thread; });
+}
+
+int KIV_CALL kivx_box_SetFairRounds(kiv_box* box, int on) KIV_NOEXCEPT {
+  return on_live_box(box, 0, kNoWake,
+                     [=](kiv_box& live) { return zu_box_SetFairRounds(live.raw, on); });
+}
+
+int KIV_CALL kivx_box_SetCapacity(kiv_box* box, std::int32_t count) KIV_NOEXCEPT {
+  return on_live_box(box, 0, kNoWake,
+                     [=](kiv_box& live) { return set_capacity(*live.raw, count) ? 1 : 0; });
 }

@@ -1,7 +1,7 @@
 // The sockets of a box for any thread.
-#include "event/box_core.h"
-#include "event/box_registry.h"
+#include "event/box_sockets.h"
 #include "event/endpoint.h"
+#include "event/kiv_box.h"
 #include "platform/socket.h"
 
 using namespace kiv::event;
@@ -13,21 +13,24 @@ std::int32_t KIV_CALL kiv_box_NewTcpClient(kiv_box* box, const char* host, std::
                                            zu_box_read_fn on_read, void* read_arg,
                                            zu_box_socket_fn on_close,
                                            void* close_arg) KIV_NOEXCEPT {
-  ClientEndpoint endpoint;
-  if (kivx_box_IsValid(box) == 0 || !prepare(endpoint, Transport::tcp, host, port)) return -1;
+  kiv::platform::WireAddress target;
+  if (kivx_box_IsValid(box) == 0 || !find_target(host, port, target)) return -1;
   return on_live_box(box, -1, Wake::for_new_id("NewTcpClient"), [&](kiv_box& live) {
-    return add_tcp_client(*live.raw, endpoint, {on_connect, connect_arg}, {on_failure, failure_arg},
-                          {{on_read, read_arg}, {on_close, close_arg}});
+    return add_tcp_client(*live.raw, target,
+                          {{on_connect, connect_arg},
+                           {on_failure, failure_arg},
+                           {on_read, read_arg},
+                           {on_close, close_arg}});
   });
 }
 
 std::int32_t KIV_CALL kiv_box_NewUdpClient(kiv_box* box, const char* host, std::uint16_t port,
                                            zu_box_datagram_fn on_datagram,
                                            void* datagram_arg) KIV_NOEXCEPT {
-  ClientEndpoint endpoint;
-  if (kivx_box_IsValid(box) == 0 || !prepare(endpoint, Transport::udp, host, port)) return -1;
+  kiv::platform::WireAddress target;
+  if (kivx_box_IsValid(box) == 0 || !find_target(host, port, target)) return -1;
   return on_live_box(box, -1, Wake::for_new_id("NewUdpClient"), [&](kiv_box& live) {
-    return add_udp_client(*live.raw, endpoint, {on_datagram, datagram_arg});
+    return add_udp_client(*live.raw, {on_datagram, datagram_arg});
   });
 }
 
@@ -164,5 +167,12 @@ int KIV_CALL kivx_box_ExportSockId_ForWrite(kiv_box* box, std::int32_t socket) K
 int KIV_CALL kivx_box_ExportSockId_ForExcept(kiv_box* box, std::int32_t socket) KIV_NOEXCEPT {
   return on_live_box(box, 0, Wake::always("ExportSockId"), [=](kiv_box& live) {
     return zu_box_sock_ExportSocketId_ForExcept(live.raw, socket);
+  });
+}
+
+int KIV_CALL kivx_box_SetBacklog(kiv_box* box, std::int32_t listener,
+                                 std::int32_t backlog) KIV_NOEXCEPT {
+  return on_live_box(box, 0, kNoWake, [=](kiv_box& live) {
+    return set_backlog(*live.raw, listener, backlog) ? 1 : 0;
   });
 }

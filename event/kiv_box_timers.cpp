@@ -1,5 +1,5 @@
 // The timers of a box for any thread.
-#include "event/box_registry.h"
+#include "event/kiv_box.h"
 
 using namespace kiv::event;
 

@@ -1,64 +1,70 @@
 #include "event/read_pool.h"
 
+#include <bit>
+
 #include "base/guard.h"
-#include "event/bigbox_registry.h"
-#include "kiv_base/base.h"
+#include "base/owned.h"
 
 namespace kiv::event {
 namespace {
 
-constexpr std::uint32_t kPoolBytes = 0x400000;
+constexpr std::uint32_t kBytes = 204800;
+constexpr std::uint32_t kBuffers = 20;  // in 4 MiB
+constexpr std::uint32_t kAllTaken = (1U << kBuffers) - 1;
 
-// Guarded by the lock of the big boxes, like all that follows.
-struct ReadPool {
-  void* pool = nullptr;     // lies at the start of its memory
-  std::int32_t in_use = 0;  // buffers that are out
+struct Pool {
+  base::StaticLock lock;
+  char* memory = nullptr;
+  std::uint32_t taken = 0;  // a bit for each buffer
   bool is_retired = false;
+
+  char* take() {
+    const base::Guard guard(lock.sem);
+    if (memory == nullptr) memory = base::Owned<char>::allocate(kBytes * kBuffers).release();
+    is_retired = false;
+    if (memory == nullptr || taken == kAllTaken) return nullptr;
+    const auto free = static_cast<std::uint32_t>(std::countr_one(taken));
+    taken |= 1U << free;
+    return memory + free * kBytes;
+  }
+
+  void give_back(const char* buffer) {
+    const base::Guard guard(lock.sem);
+    taken &= ~(1U << static_cast<std::uint32_t>(buffer - memory) / kBytes);
+    free_if_idle();
+  }
+
+  void retire() {
+    const base::Guard guard(lock.sem);
+    is_retired = true;
+    free_if_idle();
+  }
+
+  // A shut-down must not take the memory from under the reads that go on.
+  void free_if_idle() {
+    if (!is_retired || taken != 0) return;
+    _zu_free(memory);
+    memory = nullptr;
+  }
 };
-ReadPool shared;
 
-bool make_pool() {
-  if (shared.pool == nullptr) shared.pool = zu_mem_init(_zu_malloc(kPoolBytes), kPoolBytes);
-  shared.is_retired = false;
-  return shared.pool != nullptr;
-}
-
-char* take() {
-  if (!make_pool()) return nullptr;
-  auto* buffer = static_cast<char*>(zu_mem_malloc(shared.pool, kReadBytes));
-  if (buffer != nullptr) ++shared.in_use;
-  return buffer;
-}
-
-// A shut-down must not take the memory from under the reads that go on.
-void free_if_idle() {
-  if (!shared.is_retired || shared.in_use > 0) return;
-  zu_mem_destroy(shared.pool);
-  _zu_free(shared.pool);
-  shared.pool = nullptr;
-}
-
-void give_back(char* buffer) {
-  const base::Guard guard(bigbox_registry().lock());
-  zu_mem_free(shared.pool, buffer);
-  --shared.in_use;
-  free_if_idle();
+Pool& shared() {
+  static Pool pool;
+  return pool;
 }
 
 }  // namespace
 
 void read_pool_shutdown() {
-  const base::Guard guard(bigbox_registry().lock());
-  shared.is_retired = true;
-  free_if_idle();
+  shared().retire();
 }
 
-void ReadBuffer::take_large_nolock() {
-  large_ = take();
+ReadBuffer::ReadBuffer() : large_(shared().take()) {
+  static_assert(kLarge == kBytes);
 }
 
 ReadBuffer::~ReadBuffer() {
-  if (large_ != nullptr) give_back(large_);
+  if (large_ != nullptr) shared().give_back(large_);
 }
 
 }  // namespace kiv::event

@@ -5,30 +5,26 @@
 
 namespace kiv::event {
 
-inline constexpr std::int32_t kReadBytes = 204800;
-inline constexpr std::int32_t kSmallReadBytes = 1024;
-
-// Gives the pool's memory back, at once or when the last buffer comes back. The next read makes a
-// new one.
+// Returns the pool's memory, at once or with the last buffer. The next read makes a new pool.
 void read_pool_shutdown();
 
 // A buffer of the pool while this object lives, or a small one of its own while the pool has none.
 class ReadBuffer {
  public:
-  ReadBuffer() = default;
+  ReadBuffer();
   ~ReadBuffer();
   ReadBuffer(const ReadBuffer&) = delete;
   ReadBuffer& operator=(const ReadBuffer&) = delete;
 
-  // For a caller that holds the lock of the big boxes; before it, the buffer is the small one.
-  void take_large_nolock();
-
   char* data() { return large_ != nullptr ? large_ : small_; }
-  std::int32_t size() const { return large_ != nullptr ? kReadBytes : kSmallReadBytes; }
+  std::int32_t size() const { return large_ != nullptr ? kLarge : kSmall; }
 
  private:
-  char* large_ = nullptr;
-  char small_[kSmallReadBytes];
+  static constexpr std::int32_t kLarge = 204800;
+  static constexpr std::int32_t kSmall = 1024;
+
+  char* large_;
+  char small_[kSmall];
 };
 
 }  // namespace kiv::event

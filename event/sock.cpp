@@ -8,7 +8,6 @@
 #include "event/ip_text.h"
 #include "kiv_base/event.h"
 #include "platform/socket.h"
-#include "platform/wait.h"
 
 namespace {
 
@@ -150,11 +149,7 @@ int KIV_CALL zu_sock_is_fd_valid(int32_t socket, int32_t* error) KIV_NOEXCEPT {
 int KIV_CALL zu_sock_is_fd_writable(int32_t socket) KIV_NOEXCEPT {
   if (socket < 0) return 0;
   zu_sock_startup();
-  platform::SocketSet write;
-  write.count = 1;
-  write.sockets[0] = socket;
-  const std::int64_t at_once = 0;
-  return platform::wait_ready(nullptr, &write, nullptr, &at_once) > 0 ? 1 : 0;
+  return platform::socket_writable(socket, 0) ? 1 : 0;
 }
 
 int KIV_CALL zu_sock_IsRealIp(const char* text) KIV_NOEXCEPT {

@@ -1,7 +1,7 @@
 // Boxes that live on a thread of their own.
 #include <cstdio>
 
-#include "event/box_registry.h"
+#include "event/kiv_box.h"
 #include "platform/thread.h"
 
 namespace kiv::event {
@@ -23,7 +23,7 @@ void live(void* birth_of_box) {
   if (box != nullptr) box->loop_thread = platform::current_thread_id();
   birth->box = box;
   platform::event_set(birth->made);
-  if (box != nullptr) run_loop(box);
+  if (box != nullptr) loop_and_free(box);
 }
 
 bool start_thread(Birth& birth) {

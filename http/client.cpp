@@ -64,7 +64,7 @@ bool set_target(kiv_http_request& request, OwnedUri uri, const char* proxy_host,
   return true;
 }
 
-bool connect(kiv_http_request& request, kiv_box* box, const Host* host) {
+bool connect(kiv_http_request& request, kiv_box* box, const platform::WireAddress* host) {
   if (host != nullptr && request.connection.connect(box, *host, kRequestHandlers, &request)) {
     return true;
   }
@@ -154,7 +154,7 @@ int KIV_CALL kivx_http_request_attach(kiv_box* box, int32_t, kiv_http_request* r
     kiv_http_request_free(request);
     return 0;
   }
-  Host host;
+  kiv::platform::WireAddress host;
   const bool found = proxy_host != nullptr
                          ? look_up(box, proxy_host, proxy_port, host)
                          : look_up(box, uri->host, kiv_uri_GetPort(uri.get()), host);

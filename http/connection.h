@@ -6,6 +6,7 @@
 
 #include "base/objects.h"
 #include "kiv_base/event.h"
+#include "platform/socket.h"
 
 namespace kiv::http {
 
@@ -21,15 +22,10 @@ struct Callback {
   }
 };
 
-// A host that has been looked up.
-struct Host {
-  char ip[257];  // numeric, in any form
-  std::uint16_t port;
-};
-
 // Looks a host up for a box that lives, which may take seconds: never under a lock. False for what
 // a TCP client of the box refuses.
-bool look_up(kiv_box* box, const char* name, std::int32_t port, Host& host) noexcept;
+bool look_up(kiv_box* box, const char* name, std::int32_t port,
+             platform::WireAddress& host) noexcept;
 
 // What the box calls, each with the object that owns the connection as its argument.
 struct Handlers {
@@ -47,7 +43,8 @@ struct Connection {
 
   // Starts to connect; the handlers get the object that this is part of. The caller holds the
   // object's lock, so that they wait until all is set up.
-  bool connect(kiv_box* on, const Host& host, const Handlers& handlers, void* object) noexcept;
+  bool connect(kiv_box* on, const platform::WireAddress& host, const Handlers& handlers,
+               void* object) noexcept;
 
   bool start_timer(std::uint32_t timeout_ms, const Handlers& handlers, void* object) noexcept;
 

@@ -3,8 +3,7 @@
 
 #include "base/objects.h"
 #include "base/owned.h"
-#include "event/box_core.h"
-#include "event/box_registry.h"
+#include "event/kiv_box_verbs.h"
 #include "http/filter.h"
 #include "platform/socket.h"
 
@@ -73,39 +72,9 @@ void delete_client(const Locked& server, Client* client) {
 void KIV_CALL handle_read(void* box, void* argument, std::int32_t socket, char* data,
                           std::int32_t length);
 
-// A box's socket, and the server it is looked at for, which may be gone.
-struct Accepted {
-  zu_box* box;
-  const void* server;
-  std::int32_t closed = 0;
-
-  // Closes it if the server accepted it. Its number alone says little: another thread may have
-  // deleted the socket that a handler was called for, and opened one of its own.
-  static void KIV_CALL close(void* data, void* user) {
-    auto& self = *static_cast<Accepted*>(user);
-    auto* const entry = static_cast<event::SocketEntry*>(data);
-    const auto* const remote = entry == nullptr ? nullptr : entry->remote_tcp_client();
-    if (remote == nullptr || remote->stream.read.callback != handle_read ||
-        remote->stream.read.argument != self.server) {
-      return;
-    }
-    zu_box_sock_Delete(self.box, entry->socket);
-    ++self.closed;
-  }
-};
-
 // Closes one socket that the server accepted, or with 0 all.
 void close_accepted(kiv_box* box, const void* server, std::int32_t socket) {
-  event::on_live_box(box, 0, event::Wake::for_new_id("DeleteSock"), [=](kiv_box& live) {
-    if (!event::is_usable(live.raw)) return 0;
-    Accepted accepted = {live.raw, server};
-    if (socket != 0) {
-      Accepted::close(event::find_socket(*live.raw, socket), &accepted);
-    } else {
-      zu_ihash_foreach(live.raw->sockets, Accepted::close, &accepted);
-    }
-    return accepted.closed;
-  });
+  event::close_adopted(box, {handle_read, const_cast<void*>(server)}, socket);
 }
 
 // Closes the listener, all clients and the connections nobody took; the tree is left to be freed.

@@ -241,7 +241,7 @@ int KIV_CALL kiv_proxy_http_attach(kiv_box* box, kiv_proxy_http* tunnel, const c
   fill(texts.password, password);
   fill(texts.target_host, target_host);
   texts.target_port = target_port;
-  Host proxy;
+  kiv::platform::WireAddress proxy;
   if (!release_earlier(tunnel) || !look_up(box, texts.proxy_host, proxy_port, proxy)) return 0;
   const kiv::base::Locked<kiv_proxy_http> locked(tunnel);
   if (!locked) return 0;

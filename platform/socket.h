@@ -92,6 +92,11 @@ std::int32_t socket_pending_error(std::int32_t socket, std::int32_t* error) noex
 // Is this the id of an open socket? Leaves a pending error in place.
 bool socket_is_open(std::int32_t socket) noexcept;
 
+// Waits until a call would not block, or the connection is broken; with 0 it asks only. False when
+// the time is up and for an invalid socket.
+bool socket_readable(std::int32_t socket, std::int64_t timeout_us) noexcept;
+bool socket_writable(std::int32_t socket, std::int64_t timeout_us) noexcept;
+
 std::int32_t socket_local_address(std::int32_t socket, WireAddress* local) noexcept;
 std::int32_t socket_peer_address(std::int32_t socket, WireAddress* peer) noexcept;
 

@@ -8,6 +8,10 @@ namespace kiv::platform {
 // The system's own number of the calling thread: positive and unique among live threads.
 std::int32_t current_thread_id() noexcept;
 
+// A value of the calling thread's own, null at first.
+void set_thread_value(void* value) noexcept;
+void* thread_value() noexcept;
+
 using ThreadEntry = void (*)(void* argument);
 
 // Starts a thread that runs entry(argument) and ends when it returns, on a stack of `stack_bytes`

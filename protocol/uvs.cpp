@@ -2,7 +2,7 @@
 #include "protocol/uvs.h"
 
 #include "base/owned.h"
-#include "event/box_registry.h"
+#include "event/kiv_box.h"
 
 namespace kiv::protocol::uv {
 namespace {
@@ -29,7 +29,7 @@ void release(kiv_uvs& server) {
     kivx_box_ExportSockId_ForRead(server.link.box, server.link.socket);
     const std::uint32_t wait = event::current_wait(server.link.box);
     server.link.close();
-    event::outlast(server.link.box, wait);  // now its port is free
+    event::wait_until_over(server.link.box, wait);  // now its port is free
   }
   free_tables(server);
 }

@@ -68,8 +68,6 @@ int main(int argc, char** argv) {
   }
   kiv_box* box = kiv_box_new();
   bench::choose_order(box, argv[1]);
-#ifdef KIV_BENCH_CAPACITY
   kivx_box_SetCapacity(box, 20000);
-#endif
   serve<Checked>(box);
 }

@@ -27,16 +27,8 @@ int main(int argc, char** argv) {
     kiv_box_AcceptTcpClient(box, flood->near()[static_cast<std::size_t>(i)], nullptr, nullptr,
                             nullptr, nullptr);
   }
-#ifdef KIV_BENCH_POST
-  const auto run = [](void*, void* to) { static_cast<bench::Posting*>(to)->run(); };
+  const auto run = [](void*, void* on) { static_cast<bench::Posting*>(on)->run(); };
   posting.measure(std::atof(argv[2]), [&] { kivx_box_Post(box, run, &posting, nullptr); });
-#else
-  const auto run = [](void* on, void* to, std::int32_t timer, std::int32_t) {
-    kiv_box_DeleteTimer(static_cast<kiv_box*>(on), timer);
-    static_cast<bench::Posting*>(to)->run();
-  };
-  posting.measure(std::atof(argv[2]), [&] { kiv_box_NewOnceTimer(box, 1, run, &posting); });
-#endif
   flood.reset();
   std::_Exit(0);
 }

@@ -2,7 +2,6 @@
 #ifndef KIV_BENCH_HARNESS_ORDER_H
 #define KIV_BENCH_HARNESS_ORDER_H
 
-#include <cstdlib>
 #include <cstring>
 
 #include "kiv_base/event.h"
@@ -10,23 +9,11 @@
 namespace bench {
 
 inline void choose_order(kiv_box* box, const char* order) {
-  const bool fair = std::strcmp(order, "fair") == 0;
-#ifdef KIV_BENCH_FAIR
-  kivx_box_SetFairRounds(box, fair);
-#else
-  (void)box;
-  if (fair) std::exit(77);
-#endif
+  kivx_box_SetFairRounds(box, std::strcmp(order, "fair") == 0);
 }
 
 inline void choose_order(kiv_bigbox* big, const char* order) {
-  const bool fair = std::strcmp(order, "fair") == 0;
-#ifdef KIV_BENCH_FAIR
-  kivx_bigbox_SetFairRounds(big, fair);
-#else
-  (void)big;
-  if (fair) std::exit(77);
-#endif
+  kivx_bigbox_SetFairRounds(big, std::strcmp(order, "fair") == 0);
 }
 
 }  // namespace bench

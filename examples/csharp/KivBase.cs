@@ -53,6 +53,9 @@ namespace KivBase
     public delegate void zu_box_visit_fn(IntPtr handle, int kind, int socket, IntPtr argument);
 
     [UnmanagedFunctionPointer(CallingConvention.Cdecl)]
+    public delegate void zu_box_post_fn(IntPtr handle, IntPtr argument);
+
+    [UnmanagedFunctionPointer(CallingConvention.Cdecl)]
     public delegate int kiv_uvc_fn(IntPtr client, IntPtr argument);
 
     [UnmanagedFunctionPointer(CallingConvention.Cdecl)]
@@ -1178,6 +1181,21 @@ namespace KivBase
         public static extern void zu_box_SetUserCallbackHandle(IntPtr box, IntPtr handle);
 
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_SetFairRounds(IntPtr box, int on);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_SetCapacity(IntPtr box, int count);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_sock_SetBacklog(IntPtr box, int listener, int backlog);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_EnablePost(IntPtr box);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_Post(IntPtr box, zu_box_post_fn post, IntPtr argument, zu_event_fn release);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
         public static extern int zu_box_sock_AddLocalTcpClient(IntPtr box, IntPtr host, ushort port, zu_box_socket_fn on_connect, IntPtr connect_arg, zu_box_socket_fn on_failure, IntPtr failure_arg, zu_box_read_fn on_read, IntPtr read_arg, zu_box_socket_fn on_close, IntPtr close_arg);
 
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
@@ -1379,6 +1397,18 @@ namespace KivBase
         public static extern int kivx_box_UdpRead(IntPtr box, int socket, IntPtr buffer, int length, IntPtr from);
 
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_box_SetFairRounds(IntPtr box, int on);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_box_SetCapacity(IntPtr box, int count);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_box_SetBacklog(IntPtr box, int listener, int backlog);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_box_Post(IntPtr box, zu_box_post_fn post, IntPtr argument, zu_event_fn release);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
         public static extern IntPtr kiv_box_new();
 
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
@@ -1452,6 +1482,15 @@ namespace KivBase
 
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
         public static extern int kivx_bigbox_export_ForListen(IntPtr big, int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_bigbox_SetFairRounds(IntPtr big, int on);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_bigbox_SetBacklog(IntPtr big, int listener, int backlog);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_bigbox_Post(IntPtr big, int socket, zu_box_post_fn post, IntPtr argument, zu_event_fn release);
 
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
         public static extern IntPtr kiv_proto_new();

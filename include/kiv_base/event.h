@@ -201,6 +201,39 @@ KIV_API void KIV_CALL zu_box_BreakLoop(zu_box* box) KIV_NOEXCEPT;
 /* Sets what the callbacks get as their first argument; at first that is the box itself. */
 KIV_API void KIV_CALL zu_box_SetUserCallbackHandle(zu_box* box, void* handle) KIV_NOEXCEPT;
 
+/* Additions.
+ *
+ * SetFairRounds: with `on` not 0 the loop runs in fair rounds. All sockets that one wait finds ready
+ * are served once each, the highest first, and then the timers that are due, each once, before the
+ * next wait: no peer starves another or a timer. Off at first. Returns 1, or 0 for a NULL box.
+ *
+ * SetCapacity: changes how many sockets may be waited for, for each kind, from 1024 to `count`.
+ * Returns 1, or 0 for a count below 1 or above what the system's wait allows (1024 on Windows).
+ *
+ * SetBacklog: changes how many connections may wait to be accepted by a listener of the box, from
+ * 100 to `backlog`. Returns 1, or 0 if it is no listener or the system refuses. */
+KIV_API int KIV_CALL zu_box_SetFairRounds(zu_box* box, int on) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_box_SetCapacity(zu_box* box, int32_t count) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_box_sock_SetBacklog(zu_box* box, int32_t listener,
+                                            int32_t backlog) KIV_NOEXCEPT;
+
+/* A function that is posted to a loop gets the box's user callback handle and the argument that was
+ * posted with it. */
+typedef void(KIV_CALL* zu_box_post_fn)(void* handle, void* argument);
+
+/* An addition. Posts a function to the loop of a box: it runs on the loop's thread at the next
+ * iteration, before any socket, in the order of the posts, whatever floods the sockets. Returns 1,
+ * or 0 for a NULL box or function or if out of memory. A function that was posted and will never
+ * run, as the box ends first, is replaced by `release(argument)`, which may be NULL and then is not
+ * called.
+ *
+ * EnablePost lets other threads post to a box that has no lock: call it once, before the loop or on
+ * its thread. It takes one UDP socket of 127.0.0.1, which counts nowhere. Returns 1, or 0 when there
+ * is none to be had. Without it only the loop's own thread may post. */
+KIV_API int KIV_CALL zu_box_EnablePost(zu_box* box) KIV_NOEXCEPT;
+KIV_API int KIV_CALL zu_box_Post(zu_box* box, zu_box_post_fn post, void* argument,
+                                 zu_event_fn release) KIV_NOEXCEPT;
+
 /* Starts to connect to a host (a name or a dotted address of at most 256 characters; a name is
  * looked up here and blocks the caller) and returns the socket id, or -1. Ports 0 to 2 are
  * refused. Either `on_connect` follows, and reading begins, or `on_failure`; the socket stays in
@@ -430,6 +463,15 @@ KIV_API int KIV_CALL kivx_box_ExportSockId_ForRead(kiv_box* box, int32_t socket)
 KIV_API int KIV_CALL kivx_box_ExportSockId_ForWrite(kiv_box* box, int32_t socket) KIV_NOEXCEPT;
 KIV_API int KIV_CALL kivx_box_ExportSockId_ForExcept(kiv_box* box, int32_t socket) KIV_NOEXCEPT;
 
+/* Additions; see zu_box_SetFairRounds and zu_box_Post. A post from another thread wakes the loop with
+ * the datagram "Post", unless others wait to be run already. */
+KIV_API int KIV_CALL kivx_box_SetFairRounds(kiv_box* box, int on) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_box_SetCapacity(kiv_box* box, int32_t count) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_box_SetBacklog(kiv_box* box, int32_t listener,
+                                         int32_t backlog) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_box_Post(kiv_box* box, zu_box_post_fn post, void* argument,
+                                   zu_event_fn release) KIV_NOEXCEPT;
+
 /* Make, change and delete timers and ask about them. */
 KIV_API int32_t KIV_CALL kiv_box_NewOnceTimer(kiv_box* box, uint32_t interval_ms,
                                               zu_box_timer_fn callback,
@@ -594,5 +636,15 @@ KIV_API int KIV_CALL kivx_bigbox_import_ForListen(kiv_bigbox* big, int32_t socke
                                                   zu_box_accept_fn on_accept,
                                                   void* accept_arg) KIV_NOEXCEPT;
 KIV_API int KIV_CALL kivx_bigbox_export_ForListen(kiv_bigbox* big, int32_t socket) KIV_NOEXCEPT;
+
+/* Additions. SetFairRounds applies zu_box_SetFairRounds to the master and every slave; SetBacklog to
+ * a listener of the big box. Post runs a function on the thread that serves a client, as zu_box_Post
+ * does; the function gets the big box. 1, or 0 for a dead big box, an unknown client or listener, or
+ * if out of memory. */
+KIV_API int KIV_CALL kivx_bigbox_SetFairRounds(kiv_bigbox* big, int on) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_bigbox_SetBacklog(kiv_bigbox* big, int32_t listener,
+                                            int32_t backlog) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_bigbox_Post(kiv_bigbox* big, int32_t socket, zu_box_post_fn post,
+                                      void* argument, zu_event_fn release) KIV_NOEXCEPT;
 
 #endif

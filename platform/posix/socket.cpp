@@ -13,6 +13,9 @@
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
+#include <ctime>
+
+#include "platform/clock.h"
 
 namespace kiv::platform {
 namespace {
@@ -136,6 +139,18 @@ std::int32_t finish_connect(std::int32_t socket) {
   socklen_t size = sizeof error;
   if (getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) < 0) return -1;
   return error == 0 ? 0 : fail(error);
+}
+
+// A broken connection shows with every answer.
+bool is_ready(std::int32_t socket, short event, std::int64_t timeout_us) {
+  pollfd entry{socket, event, 0};
+  const std::int64_t end_us = timeout_us > 0 ? steady_us() + timeout_us : 0;
+  for (std::int64_t left_us = timeout_us;; left_us = end_us - steady_us()) {
+    const std::int64_t us = left_us > 0 ? left_us : 0;
+    const timespec timeout = {us / 1000000, us % 1000000 * 1000};
+    const int result = ppoll(&entry, 1, &timeout, nullptr);
+    if (result >= 0 || errno != EINTR) return result > 0 && (entry.revents & POLLNVAL) == 0;
+  }
 }
 
 std::int32_t named(int (*ask)(int, sockaddr*, socklen_t*), std::int32_t socket,
@@ -292,6 +307,14 @@ bool socket_is_open(std::int32_t socket) noexcept {
   int type = 0;
   socklen_t size = sizeof type;
   return getsockopt(socket, SOL_SOCKET, SO_TYPE, &type, &size) == 0;
+}
+
+bool socket_readable(std::int32_t socket, std::int64_t timeout_us) noexcept {
+  return is_ready(socket, POLLIN, timeout_us);
+}
+
+bool socket_writable(std::int32_t socket, std::int64_t timeout_us) noexcept {
+  return is_ready(socket, POLLOUT, timeout_us);
 }
 
 std::int32_t socket_local_address(std::int32_t socket, WireAddress* local) noexcept {

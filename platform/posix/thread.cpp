@@ -48,6 +48,17 @@ std::int32_t current_thread_id() noexcept {
   return id;
 }
 
+namespace {
+thread_local void* value_of_thread = nullptr;
+}
+
+void set_thread_value(void* value) noexcept {
+  value_of_thread = value;
+}
+void* thread_value() noexcept {
+  return value_of_thread;
+}
+
 std::uintptr_t thread_start(ThreadEntry entry, void* argument, std::uint32_t stack_bytes) noexcept {
   auto* start = static_cast<Start*>(heap_alloc(sizeof(Start)));
   if (start == nullptr) return 0;

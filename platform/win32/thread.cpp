@@ -41,6 +41,21 @@ std::int32_t current_thread_id() noexcept {
   return static_cast<std::int32_t>(GetCurrentThreadId());
 }
 
+namespace {
+// Where the system has no place left, threads have no value.
+DWORD value_place() {
+  static const DWORD place = TlsAlloc();
+  return place;
+}
+}  // namespace
+
+void set_thread_value(void* value) noexcept {
+  TlsSetValue(value_place(), value);
+}
+void* thread_value() noexcept {
+  return TlsGetValue(value_place());
+}
+
 std::uintptr_t thread_start(ThreadEntry entry, void* argument, std::uint32_t stack_bytes) noexcept {
   auto* start = static_cast<Start*>(heap_alloc(sizeof(Start)));
   if (start == nullptr) return 0;

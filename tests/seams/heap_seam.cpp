@@ -32,6 +32,7 @@ void* heap_alloc(std::size_t size) noexcept {
 }
 
 void* heap_realloc(void* block, std::size_t size) noexcept {
+  if (block == nullptr) return heap_alloc(size);
   return must_fail() ? nullptr : std::realloc(block, size);
 }
 

@@ -7,7 +7,6 @@
 #include <limits>
 
 #include "platform/socket.h"
-#include "platform/wait.h"
 
 namespace kiv::test {
 namespace {
@@ -102,11 +101,7 @@ std::string Socket::receive_datagram(std::uint16_t* from) const {
 }
 
 bool Socket::readable_within(int milliseconds) const {
-  platform::SocketSet read;
-  read.count = 1;
-  read.sockets[0] = id_;
-  const std::int64_t timeout_us = std::int64_t{milliseconds} * 1000;
-  return platform::wait_ready(&read, nullptr, nullptr, &timeout_us) > 0;
+  return platform::socket_readable(id_, std::int64_t{milliseconds} * 1000);
 }
 
 Socket tcp_listener(std::uint16_t port) {

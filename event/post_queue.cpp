@@ -1,0 +1,51 @@
+#include "event/post_queue.h"
+
+#include <new>
+
+#include "base/owned.h"
+
+namespace kiv::event {
+
+PostQueue::PostQueue() {
+  zu_sem_init(&lock_);
+}
+
+PostQueue::~PostQueue() {
+  while (Post* const taken = take()) {
+    if (taken->release != nullptr) taken->release(taken->argument);
+    _zu_free(taken);
+  }
+  zu_sem_destroy(&lock_);
+}
+
+PostQueue::Added PostQueue::add(const Post& post) noexcept {
+  auto memory = base::Owned<Post>::allocate();
+  if (!memory) return Added::refused;
+  Post* const added = new (memory.release()) Post(post);
+  const base::Guard guard(lock_);
+  ++count_;
+  if (!empty()) {
+    last_->next = added;
+    last_ = added;
+    return Added::behind_others;
+  }
+  last_ = added;
+  first_.store(added, std::memory_order_release);
+  return Added::first;
+}
+
+Post* PostQueue::take() noexcept {
+  const base::Guard guard(lock_);
+  Post* const taken = first_.load(std::memory_order_relaxed);
+  if (taken == nullptr) return nullptr;
+  first_.store(taken->next, std::memory_order_release);
+  --count_;
+  return taken;
+}
+
+std::uint32_t PostQueue::count() noexcept {
+  const base::Guard guard(lock_);
+  return count_;
+}
+
+}  // namespace kiv::event
