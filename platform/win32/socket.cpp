@@ -3,6 +3,7 @@
 #include <winsock2.h>
 #include <ws2tcpip.h>
 
+#include <algorithm>
 #include <atomic>
 #include <climits>
 
@@ -52,6 +53,18 @@ std::int32_t get_option(std::int32_t socket, int option, int* value) {
   int size = sizeof *value;
   return getsockopt(system_socket(socket), SOL_SOCKET, option, reinterpret_cast<char*>(value),
                     &size);
+}
+
+fd_set only(std::int32_t socket) {
+  fd_set set;
+  set.fd_count = 1;
+  set.fd_array[0] = system_socket(socket);
+  return set;
+}
+
+timeval time_limit(std::int64_t timeout_us) {
+  const std::int64_t us = std::max<std::int64_t>(timeout_us, 0);
+  return {static_cast<long>(us / 1000000), static_cast<long>(us % 1000000)};
 }
 
 // A handle kept for the moment when there are no others left.
@@ -208,6 +221,18 @@ std::int32_t socket_pending_error(std::int32_t socket, std::int32_t* error) noex
 bool socket_is_open(std::int32_t socket) noexcept {
   int type = 0;
   return get_option(socket, SO_TYPE, &type) == 0;
+}
+
+bool socket_readable(std::int32_t socket, std::int64_t timeout_us) noexcept {
+  fd_set set = only(socket);
+  timeval timeout = time_limit(timeout_us);
+  return select(0, &set, nullptr, nullptr, &timeout) > 0;
+}
+
+bool socket_writable(std::int32_t socket, std::int64_t timeout_us) noexcept {
+  fd_set set = only(socket);
+  timeval timeout = time_limit(timeout_us);
+  return select(0, nullptr, &set, nullptr, &timeout) > 0;
 }
 
 std::int32_t socket_local_address(std::int32_t socket, WireAddress* local) noexcept {
