@@ -66,6 +66,44 @@ struct BigBox {
   std::vector<kiv_box*> boxes;
 };
 
+TEST(BigBox, ASlaveWhoseLoopHasEndedGetsNoClients) {
+  BigBox big(2);
+  kiv_box_BreakLoop(big.boxes[0]);
+  ASSERT_TRUE(eventually([&] { return is_dead(big.boxes[0]); }));
+  for (int i = 0; i < 3; ++i) {
+    const Socket socket = udp_socket();
+    EXPECT_EQ(kiv_bigbox_accept(big, socket.id(), "", 0, {}, {}, {}, {}), 1);
+    EXPECT_EQ(kiv_bigbox_GetSlaveBox(big, socket.id()), big.boxes[1]);
+    kiv_bigbox_DeleteSock(big, socket.id());
+  }
+}
+
+// On the thread of the client's slave, in order, with the big box as the handle.
+TEST(BigBox, PostsRunOnTheThreadThatServesTheClient) {
+  struct Seen {
+    std::atomic<int> count = 0;
+    kiv_bigbox* big;
+    kiv_box* slave;
+  };
+  BigBox big(2);
+  const Socket socket = udp_socket();
+  ASSERT_EQ(kiv_bigbox_accept(big, socket.id(), "", 0, {}, {}, {}, {}), 1);
+  Seen seen{0, big, kiv_bigbox_GetSlaveBox(big, socket.id())};
+  const auto run = [](void* handle, void* argument) {
+    auto& expected = *static_cast<Seen*>(argument);
+    EXPECT_EQ(handle, expected.big);
+    EXPECT_EQ(kiv_bigbox_InvokeSlaveBox(expected.big), expected.slave);
+    ++expected.count;
+  };
+  for (int i = 0; i < 100; ++i) {
+    EXPECT_EQ(kivx_bigbox_Post(big, socket.id(), run, &seen, nullptr), 1);
+  }
+  EXPECT_TRUE(eventually([&] { return seen.count == 100; }));
+  EXPECT_EQ(kivx_bigbox_SetFairRounds(big, 1), 1);
+  kiv_bigbox_DeleteSock(big, socket.id());
+  EXPECT_EQ(kivx_bigbox_Post(big, socket.id(), run, &seen, nullptr), 0) << "no client any more";
+}
+
 TEST(BigBox, NewClientsGoToTheFirstSlaveWithTheFewest) {
   std::vector<Socket> sockets(20);
   BigBox big(3);

@@ -5,6 +5,8 @@
 #include <chrono>
 #include <memory>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "kiv_base/event.h"
@@ -138,6 +140,104 @@ TEST_F(Engine, SweepsSocketsClosedBehindItsBack) {
   sockets_[0].close();
   EXPECT_EQ(kiv::test::printed_by([&] { run(); }), expected);
   EXPECT_EQ(log_, "r1 ");
+}
+
+// Among more sockets than a few, a system's wait may forget a closed one without a word.
+TEST_F(Engine, SweepsOneClosedBehindItsBackAmongMany) {
+  open(40);
+  for (std::size_t i = 0; i < 40; ++i) on('r', i, done_reading);
+  const std::int32_t closed = id(25);
+  hooks_[39]->then = [](Engine& test, std::size_t number) {
+    test.sockets_[25].close();
+    done_reading(test, number);
+  };
+  std::string expected;
+  for (int i = 39; i >= 0; --i) {
+    if (i != 25) expected += "r" + std::to_string(i) + " ";
+  }
+  const std::string line =
+      "_zu_fd_delete_InvalidFd_foreach()->InvalidFd=" + std::to_string(closed) + "\n";
+  EXPECT_EQ(kiv::test::printed_by([&] { run(); }), line);
+  EXPECT_EQ(log_, expected);
+}
+
+// Once, it was called for ever and stopped every timer.
+TEST_F(Engine, ABrokenConnectionWaitedForExceptAloneIsLeftInPeace) {
+  for (const std::size_t others : {0U, 30U}) {
+    open(others + 1);
+    auto [near, far] = kiv::test::tcp_pair();
+    sockets_[others] = std::move(near);
+    for (std::size_t i = 0; i <= others; ++i) on('x', i, stop);
+    far.close();
+    const auto stop_box = [](void* box, void*, std::int32_t, std::int32_t) {
+      zu_box_BreakLoop(static_cast<zu_box*>(box));
+    };
+    zu_box_timer_AddOnceTimer(box_, 20, stop_box, nullptr);
+    EXPECT_EQ(run(), "");
+    zu_box_free(std::exchange(box_, zu_box_malloc()));
+  }
+}
+
+TEST_F(Engine, DataAndTheEndBehindOneEdgeAreBothServed) {
+  open(30);
+  for (std::size_t i = 0; i < 30; ++i) on('x', i, stop);
+  auto [near, far] = kiv::test::tcp_pair();
+  const auto read = [](void*, void* log, std::int32_t, char* data, std::int32_t) {
+    static_cast<std::string*>(log)->append(data);
+  };
+  const auto close = [](void* box, void* log, std::int32_t) {
+    static_cast<std::string*>(log)->append(".");
+    zu_box_BreakLoop(static_cast<zu_box*>(box));
+  };
+  const std::int32_t socket = near.release();
+  ASSERT_EQ(zu_box_sock_AddRemoteTcpClient(box_, socket, read, &log_, close, &log_), socket);
+  EXPECT_TRUE(far.send("data"));
+  far.close();
+  EXPECT_EQ(run(), "data.");
+}
+
+TEST_F(Engine, FairRoundsServeAllSocketsAndTheTimers) {
+  open(30);
+  EXPECT_EQ(zu_box_SetFairRounds(box_, 1), 1);
+  for (std::size_t i = 0; i < 30; ++i) on('r', i, [](Engine&, std::size_t) {});
+  const auto fired = [](void* box, void* log, std::int32_t, std::int32_t times) {
+    static_cast<std::string*>(log)->append("t");
+    if (times == 3) zu_box_BreakLoop(static_cast<zu_box*>(box));
+  };
+  zu_box_timer_AddLoopTimer(box_, 1, fired, &log_);
+  std::string round;
+  for (int i = 29; i >= 0; --i) round += "r" + std::to_string(i) + " ";
+  std::string log = run();
+  EXPECT_EQ(std::count(log.begin(), log.end(), 't'), 3) << "though no socket is ever drained";
+  for (std::size_t at = 0; at + round.size() < log.size(); at += round.size()) {
+    if (log[at] == 't') log.erase(at, 1);
+    ASSERT_EQ(log.compare(at, round.size(), round), 0);
+  }
+}
+
+TEST_F(Engine, APostFromAnotherThreadWakesTheLoop) {
+  zu_box_timer_AddOnceTimer(
+      box_, 60000, [](void*, void*, std::int32_t, std::int32_t) {}, nullptr);
+  EXPECT_EQ(zu_box_EnablePost(box_), 1);
+  EXPECT_EQ(zu_box_Post(box_, nullptr, nullptr, nullptr), 0);
+  std::thread other([this] {
+    for (const char* text : {"a", "b", "c"}) {
+      const auto note = [](void* box, void* argument) {
+        auto& log = *static_cast<std::string*>(argument);
+        if ((log += "p").size() == 3) zu_box_BreakLoop(static_cast<zu_box*>(box));
+      };
+      EXPECT_EQ(zu_box_Post(box_, note, &log_, nullptr), 1) << text;
+    }
+  });
+  zu_box_StartLoop(box_);
+  other.join();
+  EXPECT_EQ(log_, "ppp");
+  const auto released = [](void* log) { static_cast<std::string*>(log)->append("r"); };
+  EXPECT_EQ(zu_box_Post(
+                box_, [](void*, void*) {}, &log_, released),
+            1);
+  zu_box_free(std::exchange(box_, nullptr));
+  EXPECT_EQ(log_, "pppr") << "what is never run is released";
 }
 
 // More registrations than many systems give a process descriptors.
