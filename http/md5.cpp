@@ -9,13 +9,20 @@
 namespace kiv::http {
 namespace {
 
-constexpr std::size_t kBlockBytes = 64;
+constexpr std::size_t kBlockBytes = 64, kBlockWords = 16;
 
-std::uint32_t load_le(const unsigned char* bytes) noexcept {
+// A number as its bytes in memory, the lowest first, and back.
+std::uint32_t le(std::uint32_t word) noexcept {
+  return std::endian::native == std::endian::big ? __builtin_bswap32(word) : word;
+}
+std::uint64_t le(std::uint64_t word) noexcept {
+  return std::endian::native == std::endian::big ? __builtin_bswap64(word) : word;
+}
+
+std::uint32_t load(const unsigned char* bytes) noexcept {
   std::uint32_t word;
   std::memcpy(&word, bytes, sizeof word);
-  if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap32(word);
-  return word;
+  return le(word);
 }
 
 // The four auxiliary functions. G is a sum of two terms with no bit in common instead of an "or":
@@ -32,7 +39,7 @@ struct G {
 };
 struct H {
   static std::uint32_t mix(std::uint32_t x, std::uint32_t y, std::uint32_t z) noexcept {
-    return x ^ y ^ z;
+    return x ^ (y ^ z);  // the newest word last: the rest is ready before it
   }
 };
 struct I {
@@ -51,12 +58,10 @@ struct Digest {
     a = b + std::rotl(a + word + constant + Function::mix(b, c, d), shift);
   }
 
-  void add_block(const unsigned char* block) noexcept;
+  void add_block(const std::uint32_t (&x)[kBlockWords]) noexcept;
 };
 
-void Digest::add_block(const unsigned char* block) noexcept {
-  std::uint32_t x[16];
-  for (std::size_t i = 0; i < 16; ++i) x[i] = load_le(block + 4 * i);
+void Digest::add_block(const std::uint32_t (&x)[kBlockWords]) noexcept {
   Digest s = *this;
   // Four steps, each with the words turned by one place.
   auto four = [&s, &x]<typename Function>(Function, int w0, int w1, int w2, int w3,
@@ -90,27 +95,41 @@ void Digest::add_block(const unsigned char* block) noexcept {
   d += s.d;
 }
 
-// The bytes after the last whole block, the mark, zeros and the length in bits.
+// The bytes after the last whole block, the mark, zeros and the length in bits. They are put
+// together in words: to read one of which a byte has just been written would take longer.
 void add_tail(Digest& digest, const unsigned char* bytes, std::uint64_t total) noexcept {
   const auto rest = static_cast<std::size_t>(total % kBlockBytes);
-  unsigned char tail[2 * kBlockBytes] = {};
-  std::memcpy(tail, bytes, rest);
-  tail[rest] = 0x80;
-  const std::size_t size = rest + 9 <= kBlockBytes ? kBlockBytes : 2 * kBlockBytes;
-  for (std::size_t i = 0; i < 8; ++i) {
-    tail[size - 8 + i] = static_cast<unsigned char>((total * 8) >> (8 * i));
+  std::uint32_t block[kBlockWords] = {};
+  std::size_t word = 0;
+  for (; word < rest / 4; ++word) block[word] = load(bytes + word * 4);
+  std::uint32_t last = 0x80;
+  for (std::size_t i = rest; i > word * 4; --i) last = last << 8 | bytes[i - 1];
+  block[word] = last;
+  if (word >= kBlockWords - 2) {
+    digest.add_block(block);
+    std::memset(block, 0, sizeof block);
   }
-  digest.add_block(tail);
-  if (size > kBlockBytes) digest.add_block(tail + kBlockBytes);
+  block[kBlockWords - 2] = static_cast<std::uint32_t>(total << 3);
+  block[kBlockWords - 1] = static_cast<std::uint32_t>(total >> 29);
+  digest.add_block(block);
+}
+
+// The eight digits of a word's bytes, the first byte of the result first: all at once, without a
+// look-up for each.
+std::uint64_t hex_digits(std::uint32_t word) noexcept {
+  std::uint64_t x = word;
+  x = (x | x << 16) & 0x0000ffff0000ffff;
+  x = (x | x << 8) & 0x00ff00ff00ff00ff;
+  x = (x >> 4 & 0x000f000f000f000f) | (x & 0x000f000f000f000f) << 8;
+  const std::uint64_t letters = (x + 0x0606060606060606) >> 4 & 0x0101010101010101;
+  return x + 0x3030303030303030 + letters * ('a' - '0' - 10);
 }
 
 void write_hex(const Digest& digest, char* out) noexcept {
-  constexpr char kDigits[] = "0123456789abcdef";
   for (std::uint32_t word : {digest.a, digest.b, digest.c, digest.d}) {
-    for (int i = 0; i < 4; ++i, word >>= 8) {
-      *out++ = kDigits[word >> 4 & 15];
-      *out++ = kDigits[word & 15];
-    }
+    const std::uint64_t digits = le(hex_digits(word));
+    std::memcpy(out, &digits, sizeof digits);
+    out += 8;
   }
   *out = '\0';
 }
@@ -125,7 +144,10 @@ int KIV_CALL zu_md5_encode(char* out33, const char* text) KIV_NOEXCEPT {
   const std::size_t length = std::strlen(text);
   Digest digest;
   const unsigned char* const tail = bytes + length / kBlockBytes * kBlockBytes;
-  for (; bytes != tail; bytes += kBlockBytes) digest.add_block(bytes);
+  for (std::uint32_t block[kBlockWords]; bytes != tail; bytes += kBlockBytes) {
+    for (std::size_t i = 0; i < kBlockWords; ++i) block[i] = load(bytes + i * 4);
+    digest.add_block(block);
+  }
   add_tail(digest, tail, length);
   write_hex(digest, out33);
   return 1;
