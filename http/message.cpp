@@ -13,6 +13,7 @@ namespace {
 constexpr std::int32_t kMaxHead = 5120;
 constexpr std::int32_t kMaxSizeLine = 1024;
 constexpr std::int32_t kUntilCloseLength = 0x40000000;
+constexpr std::int32_t kLastChunkLength = 5;  // of "0", its line end and the blank line
 
 // The held bytes and the input behind them as one text, cut at a limit.
 struct Window {
@@ -75,7 +76,8 @@ std::int32_t find_head_end(const Window& window, std::int32_t seen) noexcept {
 // Position of the first CR LF, -1 when there is none.
 std::int32_t find_line_end(const Window& window) noexcept {
   // A waiting "0" line is looked at again; of a longer text the held part has no line end.
-  const std::int32_t newline = find_newline(window, window.held < 5 ? 0 : window.held, "\r");
+  const std::int32_t newline =
+      find_newline(window, window.held < kLastChunkLength ? 0 : window.held, "\r");
   return newline < 0 ? -1 : newline - 1;
 }
 
@@ -136,7 +138,7 @@ std::int64_t chunk_size(const char* line, std::int32_t length) noexcept {
 // A size line that says 0, or nothing readable.
 bool take_last_chunk(Message& message, Input& in, const Window& seen,
                      std::int32_t line_length) noexcept {
-  if (seen.length < 5) return hold(message, in, seen);
+  if (seen.length < kLastChunkLength) return hold(message, in, seen);
   if (seen.text[0] != '0') {
     std::printf("error: chunked header(%.*s:%d) error in __input_CheckStatus_chunked_content()!\n",
                 static_cast<int>(seen.length), seen.text, static_cast<int>(seen.length));
@@ -146,8 +148,30 @@ bool take_last_chunk(Message& message, Input& in, const Window& seen,
   // next head, which skips it.
   const bool blank_line =
       line_length == 1 && is(seen.text[3], kLineEnd) && is(seen.text[4], kLineEnd);
-  use(message, in, seen, blank_line ? 5 : line_length + 2);
+  use(message, in, seen, blank_line ? kLastChunkLength : line_length + 2);
   message.state = KIV_HTTP_COMPLETE;
+  return true;
+}
+
+// Both counts start again with each chunk, so that chunks may come for ever.
+void begin_chunk(Message& message, std::int64_t size) noexcept {
+  message.expected = static_cast<std::int32_t>(size);
+  message.received = 0;
+}
+
+// The usual size line, which stands in the input as a whole: a few digits and CR LF. False, with
+// nothing used, for any other.
+bool take_plain_size_line(Message& message, Input& in) noexcept {
+  constexpr int kLongest = 7;  // digits that an int32 always holds
+  if (in.left() < kLongest + 2) return false;
+  const char* at = in.at;
+  std::int32_t size = 0;
+  for (int digit; at - in.at < kLongest && (digit = base::hex_value(*at)) >= 0; ++at) {
+    size = size * 16 + digit;
+  }
+  if (size == 0 || at[0] != '\r' || at[1] != '\n') return false;
+  in.at = at + 2;
+  begin_chunk(message, size);
   return true;
 }
 
@@ -164,9 +188,7 @@ bool take_size_line(Message& message, Input& in) noexcept {
   const std::int64_t size = chunk_size(seen.text, line_length);
   if (size > INT32_MAX) return false;
   if (size == 0) return take_last_chunk(message, in, seen, line_length);
-  // Both counts start again here, so that chunks may come for ever.
-  message.expected = static_cast<std::int32_t>(size);
-  message.received = 0;
+  begin_chunk(message, size);
   use(message, in, seen, line_length + 2);
   return true;
 }
@@ -197,12 +219,17 @@ bool take_body(Message& message, Input& in) noexcept {
 }
 
 bool take_chunked(Message& message, Input& in) noexcept {
-  if (message.received < message.expected) return take_body(message, in);
-  if (message.held_length == 0) {
+  while (in.left() > 0 && message.state == KIV_HTTP_CHUNKED) {
+    if (message.received < message.expected) {
+      if (!take_body(message, in)) return false;
+      continue;
+    }
+    if (message.held_length > 0) return take_size_line(message, in);
     while (in.left() > 0 && is(*in.at, kLineEnd)) ++in.at;
-    if (in.left() == 0) return true;
+    if (in.left() == 0 || take_plain_size_line(message, in)) continue;
+    if (!take_size_line(message, in)) return false;
   }
-  return take_size_line(message, in);
+  return true;
 }
 
 }  // namespace kiv::http
