@@ -1,5 +1,6 @@
 #include "protocol/keyword_index.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -10,30 +11,29 @@ namespace {
 
 // Fewer keywords are found faster one by one.
 constexpr std::int32_t kFewKeywords = 6;
-constexpr std::size_t kPairBytes = 65536 / 8;
-
-const Keyword* keyword_of(const zu_list* node) {
-  return static_cast<const Keyword*>(node->data);
-}
+constexpr std::size_t kPairs = 65536;
+// Each move waits for a look-up by what the last one reached, so several windows slide side by
+// side, each over its own part of the text.
+constexpr std::int32_t kWindows = 8;
 
 std::int32_t prefix_size(std::int32_t length) {
   return length >= 8 ? 8 : length >= 4 ? 4 : length;
 }
 
-inline std::uint64_t load(const char* bytes, std::int32_t size) {
+std::uint64_t load_prefix(const char* bytes, std::int32_t size) {
   std::uint64_t prefix = 0;
   std::memcpy(&prefix, bytes, static_cast<std::size_t>(size));
   return prefix;
 }
 
-std::uint32_t pair_of(const char* bytes) {
-  return static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[0]) << 8 |
-                                    static_cast<unsigned char>(bytes[1]));
+std::uint16_t load_pair(const char* bytes) {
+  std::uint16_t pair;
+  std::memcpy(&pair, bytes, sizeof pair);
+  return pair;
 }
 
-const Keyword* walk(const zu_list* entries, const char* text) {
-  for (const zu_list* node = entries; node; node = node->next) {
-    const Keyword* keyword = keyword_of(node);
+const Keyword* find_one_by_one(const Keyword* keywords, const char* text) {
+  for (const Keyword* keyword = keywords; keyword; keyword = keyword->next) {
     if (keyword->length > 0 && std::strstr(text, keyword->keyword)) return keyword;
   }
   return nullptr;
@@ -46,93 +46,138 @@ std::int32_t KeywordIndex::bucket(std::uint64_t prefix, std::int32_t size) const
   return static_cast<std::int32_t>(mixed >> (64 - bucket_bits_));
 }
 
-bool KeywordIndex::build(const zu_list* entries) {
+bool KeywordIndex::build(const Keyword* keywords) {
   std::int32_t count = 0;
-  const zu_list* last = nullptr;
-  for (const zu_list* node = entries; node; node = node->next, ++count) last = node;
+  std::int32_t shortest = kMaxKeyword;
+  for (const Keyword* keyword = keywords; keyword; keyword = keyword->next) {
+    if (keyword->length < 1) continue;
+    shortest = std::min(shortest, keyword->length);
+    ++count;
+  }
   if (count < kFewKeywords) return false;
   const int bits = static_cast<int>(std::bit_width(static_cast<std::uint32_t>(count))) + 1;
   const std::size_t bucket_count = std::size_t{1} << bits;
-  auto nodes = base::Owned<Node>::allocate(static_cast<std::size_t>(count));
+  auto entries = base::Owned<Entry>::allocate(static_cast<std::size_t>(count));
   auto buckets = base::Owned<std::int32_t>::allocate(bucket_count);
-  auto pairs = base::Owned<std::uint8_t>::allocate_zeroed(kPairBytes);
-  if (!nodes || !buckets || !pairs) return false;
+  auto shifts = base::Owned<std::uint8_t>::allocate(kPairs);
+  if (!entries || !buckets || !shifts) return false;
 
-  nodes_ = nodes.release();
+  entries_ = entries.release();
   buckets_ = buckets.release();
-  pairs_ = pairs.release();
+  shifts_ = shifts.release();
   bucket_bits_ = bits;
+  window_ = std::max(shortest, 2);
   prefix_sizes_ = 0;
   std::memset(buckets_, -1, bucket_count * sizeof(std::int32_t));
+  std::memset(shifts_, window_ - 1, kPairs);
+  std::int32_t i = 0;
+  for (const Keyword* keyword = keywords; keyword; keyword = keyword->next) {
+    if (keyword->length > 0) entries_[i++].keyword = keyword;
+  }
   // From the last to the first, so that each bucket is in their order.
-  for (const zu_list* node = last; node; node = node->prev) {
-    const Keyword* keyword = keyword_of(node);
-    --count;
-    if (keyword->length < 1) continue;
-    const std::int32_t size = prefix_size(keyword->length);
-    std::int32_t& first = buckets_[bucket(load(keyword->keyword, size), size)];
-    nodes_[count] = {keyword, count, first};
-    first = count;
+  while (--i >= 0) {
+    const Keyword& keyword = *entries_[i].keyword;
+    const std::int32_t size = prefix_size(keyword.length);
+    const std::uint64_t prefix = load_prefix(keyword.keyword, size);
+    std::int32_t& first = buckets_[bucket(prefix, size)];
+    entries_[i] = {prefix, &keyword, first};
+    first = i;
     prefix_sizes_ |= 1u << size;
-    add_pairs(*keyword);
+    add_shifts(keyword);
   }
   return true;
 }
 
-// A keyword of one byte begins with every pair that does.
-void KeywordIndex::add_pairs(const Keyword& keyword) {
-  const std::uint32_t pair = pair_of(keyword.keyword);
-  if (keyword.length == 1) {
-    std::memset(pairs_ + pair / 8, 0xff, 256 / 8);
-  } else {
-    pairs_[pair / 8] = static_cast<std::uint8_t>(pairs_[pair / 8] | 1 << pair % 8);
+void KeywordIndex::add_shifts(const Keyword& keyword) {
+  for (std::int32_t at = 0; at + 2 <= std::min(window_, keyword.length); ++at) {
+    std::uint8_t& shift = shifts_[load_pair(keyword.keyword + at)];
+    shift = static_cast<std::uint8_t>(std::min<std::int32_t>(shift, window_ - 2 - at));
+  }
+  if (keyword.length > 1) return;
+  // A keyword of one byte begins in every pair that does; the window is one pair then.
+  for (int second = 0; second < 256; ++second) {
+    const char pair[] = {keyword.keyword[0], static_cast<char>(second)};
+    shifts_[load_pair(pair)] = 0;
   }
 }
 
 void KeywordIndex::clear() {
-  _zu_free(nodes_);
+  _zu_free(entries_);
   _zu_free(buckets_);
-  _zu_free(pairs_);
-  nodes_ = nullptr;
+  _zu_free(shifts_);
+  entries_ = nullptr;
   buckets_ = nullptr;
-  pairs_ = nullptr;
+  shifts_ = nullptr;
 }
 
-// The better of `best` and the first keyword of the bucket that starts the text.
-const KeywordIndex::Node* KeywordIndex::match(std::int32_t at, const char* text,
-                                              std::int32_t length, const Node* best) const {
-  for (; at >= 0; at = nodes_[at].next) {
-    const Node& node = nodes_[at];
-    if (best && node.order > best->order) break;
-    const Keyword& keyword = *node.keyword;
-    if (keyword.length <= length &&
+// Returns the better of `best` and the first keyword of its prefix size that starts the text.
+template <std::int32_t Size>
+const KeywordIndex::Entry* KeywordIndex::best_of_size(const char* text, const char* end,
+                                                      const Entry* best) const {
+  if ((prefix_sizes_ >> Size & 1) == 0 || Size > end - text) return best;
+  const std::uint64_t prefix = load_prefix(text, Size);
+  for (std::int32_t at = buckets_[bucket(prefix, Size)]; at >= 0; at = entries_[at].next) {
+    const Entry& entry = entries_[at];
+    if (best && &entry > best) break;
+    if (entry.prefix != prefix) continue;
+    const Keyword& keyword = *entry.keyword;
+    if (keyword.length <= end - text &&
         std::memcmp(keyword.keyword, text, static_cast<std::size_t>(keyword.length)) == 0) {
-      return &node;
+      return &entry;
     }
   }
   return best;
 }
 
-template <std::int32_t Size>
-const KeywordIndex::Node* KeywordIndex::look_up(const char* text, std::int32_t length,
-                                                const Node* best) const {
-  if ((prefix_sizes_ >> Size & 1) == 0 || Size > length) return best;
-  return match(buckets_[bucket(load(text, Size), Size)], text, length, best);
+const KeywordIndex::Entry* KeywordIndex::best_at(const char* text, const char* end,
+                                                 const Entry* best) const {
+  best = best_of_size<8>(text, end, best);
+  best = best_of_size<4>(text, end, best);
+  best = best_of_size<3>(text, end, best);
+  best = best_of_size<2>(text, end, best);
+  return best_of_size<1>(text, end, best);
 }
 
-const Keyword* KeywordIndex::find_first(const zu_list* entries, const char* text,
-                                        std::int32_t length) {
-  if (!nodes_ && !build(entries)) return walk(entries, text);
-  const Node* best = nullptr;
-  for (; length > 0; ++text, --length) {
-    const std::uint32_t pair = pair_of(text);
-    if ((pairs_[pair / 8] >> pair % 8 & 1) == 0) continue;
-    best = look_up<8>(text, length, best);
-    best = look_up<4>(text, length, best);
-    best = look_up<3>(text, length, best);
-    best = look_up<2>(text, length, best);
-    best = look_up<1>(text, length, best);
+const KeywordIndex::Entry* KeywordIndex::search(const char* text, std::int32_t length) const {
+  const Entry* best = nullptr;
+  const char* const text_end = text + length;
+  const std::ptrdiff_t tail = window_ - 2;  // the offset of a window's last pair
+  const auto move = [&, shifts = shifts_](const char*& at) {
+    const std::uint8_t shift = shifts[load_pair(at + tail)];
+    at += shift;
+    if (shift > 0) return;
+    best = best_at(at, text_end, best);
+    ++at;
+  };
+
+  // The second byte of the last pair is the zero that ends the text.
+  const std::int32_t starts = std::max(length - static_cast<std::int32_t>(tail), 0);
+  const char* at[kWindows];
+  const char* end[kWindows];
+  for (std::int32_t i = 0; i < kWindows; ++i) {
+    at[i] = text + starts * i / kWindows;
+    end[i] = text + starts * (i + 1) / kWindows;
   }
+  const auto moves_of_all = [&] {
+    std::ptrdiff_t least = end[0] - at[0];
+    for (std::int32_t i = 1; i < kWindows; ++i) least = std::min(least, end[i] - at[i]);
+    return least / (window_ - 1);
+  };
+  for (std::ptrdiff_t moves; (moves = moves_of_all()) > 0;) {
+    for (; moves > 0; --moves) {
+      for (const char*& one : at) move(one);
+    }
+  }
+  for (std::int32_t i = 0; i < kWindows; ++i) {
+    while (at[i] < end[i]) move(at[i]);
+  }
+  return best;
+}
+
+const Keyword* KeywordIndex::find_first(const Keyword* keywords, const char* text,
+                                        std::int32_t length) {
+  if (!entries_ && !build(keywords)) return find_one_by_one(keywords, text);
+  const Entry* best = search(text, length);
   return best ? best->keyword : nullptr;
 }
 

@@ -1,12 +1,10 @@
-// Finds the first inserted of many keywords in one pass over a text: keywords are hashed by their
-// first bytes, and every position of the text looks its bytes up (after Wu and Manber, "A fast
-// algorithm for multi-pattern searching", 1994, without the shift table). A bit for each pair of
-// bytes tells first whether any keyword begins so.
+// Finds the first inserted of many keywords in one pass over a text, after Wu and Manber, "A fast
+// algorithm for multi-pattern searching", 1994. A window as long as the shortest keyword slides
+// over the text; a table says by its last two bytes how far it may move without missing a keyword.
+// Where it may not, the keywords that can start there are found by a hash of their first bytes.
 #pragma once
 
 #include <cstdint>
-
-#include "kiv_base/containers.h"
 
 namespace kiv::protocol {
 
@@ -18,36 +16,39 @@ struct Keyword {
   char text[kMaxKeywordText + 1];
   std::int32_t tag;
   std::int32_t length;  // of `keyword`; 0 never hits
+  Keyword* next;        // in the order of insertion
 };
 
-// All zero is an index that is not made yet.
+// All zero is an index that is not built yet.
 class KeywordIndex {
  public:
-  // The first of the entries (Keyword) that occurs in the zero-terminated text, or null. Makes the
-  // index of the entries when there is none; without memory it walks them.
-  const Keyword* find_first(const zu_list* entries, const char* text, std::int32_t length);
+  // Returns the first of the keywords that occurs in the zero-terminated text, or null. Builds the
+  // index if there is none; if out of memory, searches for one keyword after the other.
+  const Keyword* find_first(const Keyword* keywords, const char* text, std::int32_t length);
 
-  // Frees the index. The entries have changed.
+  // Frees the index, because the keywords have changed.
   void clear();
 
  private:
-  struct Node {
+  struct Entry {
+    std::uint64_t prefix;  // the bytes that are hashed
     const Keyword* keyword;
-    std::int32_t order;  // of its insertion
-    std::int32_t next;   // in its bucket, ascending in order; -1: last
+    std::int32_t next;  // in its bucket, ascending; -1: last
   };
 
-  bool build(const zu_list* entries);
-  void add_pairs(const Keyword& keyword);
+  bool build(const Keyword* keywords);
+  void add_shifts(const Keyword& keyword);
   std::int32_t bucket(std::uint64_t prefix, std::int32_t size) const;
-  const Node* match(std::int32_t at, const char* text, std::int32_t length, const Node* best) const;
+  const Entry* search(const char* text, std::int32_t length) const;
+  const Entry* best_at(const char* text, const char* end, const Entry* best) const;
   template <std::int32_t Size>
-  const Node* look_up(const char* text, std::int32_t length, const Node* best) const;
+  const Entry* best_of_size(const char* text, const char* end, const Entry* best) const;
 
-  Node* nodes_;
+  Entry* entries_;  // in the order of insertion
   std::int32_t* buckets_;
-  std::uint8_t* pairs_;  // one bit for each pair
+  std::uint8_t* shifts_;  // for each pair of bytes
   std::int32_t bucket_bits_;
+  std::int32_t window_;
   std::uint32_t prefix_sizes_;  // bit n: there are keywords that are hashed by n bytes
 };
 

@@ -3,17 +3,13 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <cstdio>
 #include <cstring>
 
 #include "base/owned.h"
 
 namespace kiv::protocol {
 namespace {
-
-static_assert(sizeof(void*) != 4 ||
-              (sizeof(kiv_proto) == 2096 && offsetof(kiv_proto, command) == 8 &&
-               offsetof(kiv_proto, names) == 24 && offsetof(kiv_proto, values) == 1048 &&
-               offsetof(kiv_proto, count) == 2072 && offsetof(kiv_proto, scratch) == 2092));
 
 // deliberate: edits leave lengths behind that are longer than the copy (ModifyPara, DeletePara);
 // programs read by them, so zero bytes lie where the longest one may reach.
@@ -27,21 +23,34 @@ constexpr Mode kModes[] = {
     {0, {"\n", 1}}, {1, {"\r\n", 2}}, {2, {";", 1}}, {4, {" ", 1}}, {8, {"&", 1}}};
 std::atomic<const Mode*> mode_in_use{&kModes[1]};
 
-void free_buffers(kiv_proto& packet) {
-  _zu_free(packet.packet);
-  _zu_free(packet.command);
-  _zu_free(packet.pool_memory);
-  _zu_free(packet.scratch);
+template <typename T>
+bool allocate_buffer(T*& buffer, std::size_t count) {
+  buffer = base::Owned<T>::allocate_zeroed(count).release();
+  return buffer != nullptr;
 }
 
-bool make_buffers(kiv_proto& packet) {
-  packet.packet = base::Owned<char>::allocate_zeroed(kPacketStorage).release();
-  packet.command = base::Owned<char>::allocate_zeroed(kCommandStorage).release();
-  packet.pool_memory = base::Owned<std::uint8_t>::allocate_zeroed(kPoolSize + kPoolTail).release();
-  packet.scratch = base::Owned<char>::allocate_zeroed(kPacketStorage).release();
-  packet.pool_size = kPoolSize;
-  packet.pool = zu_mem_init(packet.pool_memory, kPoolSize);
-  return packet.packet && packet.command && packet.pool && packet.scratch;
+void free_packet(kiv_proto* packet) {
+  _zu_free(packet->packet);
+  _zu_free(packet->command);
+  _zu_free(packet->pool_memory);
+  _zu_free(packet->scratch);
+  _zu_free(packet);
+}
+
+// Null if out of memory.
+kiv_proto* new_packet() {
+  kiv_proto* packet = base::Owned<kiv_proto>::allocate_zeroed().release();
+  if (!packet) return nullptr;
+  if (!allocate_buffer(packet->packet, kPacketStorage) ||
+      !allocate_buffer(packet->command, kCommandStorage) ||
+      !allocate_buffer(packet->pool_memory, kPoolSize + kPoolTail) ||
+      !allocate_buffer(packet->scratch, kPacketStorage)) {
+    free_packet(packet);
+    return nullptr;
+  }
+  packet->pool_size = kPoolSize;
+  packet->pool = zu_mem_init(packet->pool_memory, kPoolSize);
+  return packet;
 }
 
 bool has_packet(const kiv_proto& packet) {
@@ -54,7 +63,7 @@ void copy_array(std::int32_t (&to)[Count], const std::int32_t (&from)[Count]) {
   std::copy(std::begin(from), std::end(from), std::begin(to));
 }
 
-// False when the pool is full.
+// False if the pool is full.
 bool copy_contents(kiv_proto& to, const kiv_proto& from) {
   std::memcpy(to.packet, from.packet, kPacketStorage);
   std::memcpy(to.command, from.command, kCommandStorage);
@@ -78,33 +87,68 @@ bool copy_contents(kiv_proto& to, const kiv_proto& from) {
   return true;
 }
 
+// Tells most names apart, those that end in a number too. Names have at least one character.
+std::uint8_t name_tag(const char* name, std::size_t length) {
+  const auto byte = [name](std::size_t i) {
+    return std::uint32_t{static_cast<std::uint8_t>(name[i])};
+  };
+  const std::uint32_t some = byte(0) | byte(length / 2) << 8 | byte((length - 1) / 2) << 12 |
+                             byte(length - 1) << 16 | byte(length > 1 ? length - 2 : 0) << 24;
+  return static_cast<std::uint8_t>((some + static_cast<std::uint32_t>(length)) * 0x9E3779B1u >> 24);
+}
+
 }  // namespace
 
-void reset(kiv_proto& packet) {
+void reset_packet(kiv_proto& packet) {
   packet.packet_length = packet.command_length = packet.count = packet.cursor = 0;
+  packet.tagged_count = 0;
   zu_mem_destroy(packet.pool);
   packet.pool = zu_mem_init(packet.pool_memory, kPoolSize);
 }
 
-void empty(kiv_proto& packet) {
-  reset(packet);
+void empty_packet(kiv_proto& packet) {
+  reset_packet(packet);
   packet.packet[0] = packet.command[0] = 0;
 }
 
+char* pool_allocate(kiv_proto& packet, std::int32_t size) {
+  return static_cast<char*>(zu_mem_malloc(packet.pool, static_cast<std::uint32_t>(size)));
+}
+
 char* pool_copy(kiv_proto& packet, const char* text, std::int32_t length) {
-  const auto bytes = static_cast<std::uint32_t>(length);
-  auto* copy = static_cast<char*>(zu_mem_malloc(packet.pool, bytes + 1));
+  char* const copy = pool_allocate(packet, length + 1);
   if (!copy) return nullptr;
-  std::memcpy(copy, text, bytes);
-  copy[bytes] = 0;
+  std::memcpy(copy, text, static_cast<std::size_t>(length));
+  copy[length] = 0;
   return copy;
 }
 
-std::int32_t find_parameter(const kiv_proto& packet, const char* name) {
-  for (std::int32_t i = 0; i < packet.count; ++i) {
-    if (std::strcmp(packet.names[i], name) == 0) return i;
+void pool_free(kiv_proto& packet, char* copy) {
+  zu_mem_free(packet.pool, copy);
+}
+
+std::int32_t find_parameter(kiv_proto& packet, const char* name) {
+  const std::size_t length = std::strlen(name);
+  if (length < 1 || packet.count < 1) return -1;
+  for (; packet.tagged_count < packet.count; ++packet.tagged_count) {
+    const char* const known = packet.names[packet.tagged_count];
+    packet.name_tags[packet.tagged_count] = name_tag(known, std::strlen(known));
+  }
+  const std::uint8_t tag = name_tag(name, length);
+  const std::uint8_t* const end = packet.name_tags + packet.count;
+  for (const std::uint8_t* at = packet.name_tags; at < end; ++at) {
+    at = static_cast<const std::uint8_t*>(std::memchr(at, tag, static_cast<std::size_t>(end - at)));
+    if (!at) break;
+    const std::ptrdiff_t i = at - packet.name_tags;
+    if (std::strcmp(packet.names[i], name) == 0) return static_cast<std::int32_t>(i);
   }
   return -1;
+}
+
+std::int32_t find_or_print(kiv_proto& packet, const char* name) {
+  const std::int32_t i = find_parameter(packet, name);
+  if (i < 0) std::printf("info: get para(%s) is not exist!\n", name);
+  return i;
 }
 
 Separator line_separator() {
@@ -120,24 +164,17 @@ std::int32_t text_length(const char* text) {
 using namespace kiv::protocol;
 
 kiv_proto* KIV_CALL kiv_proto_new(void) KIV_NOEXCEPT {
-  kiv_proto* packet = kiv::base::Owned<kiv_proto>::allocate_zeroed().release();
-  if (!packet || make_buffers(*packet)) return packet;
-  free_buffers(*packet);
-  _zu_free(packet);
-  return nullptr;
+  return new_packet();
 }
 
 void KIV_CALL kiv_proto_free(kiv_proto* packet) KIV_NOEXCEPT {
-  if (!packet) return;
-  free_buffers(*packet);
-  _zu_free(packet);
+  if (packet) free_packet(packet);
 }
 
 kiv_proto* KIV_CALL kiv_proto_clone(kiv_proto* packet) KIV_NOEXCEPT {
-  if (!packet) return nullptr;
-  kiv_proto* clone = kiv_proto_new();
+  kiv_proto* const clone = packet ? new_packet() : nullptr;
   if (!clone || !has_packet(*packet) || copy_contents(*clone, *packet)) return clone;
-  kiv_proto_free(clone);
+  free_packet(clone);
   return nullptr;
 }
 

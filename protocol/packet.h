@@ -42,21 +42,36 @@ struct kiv_proto {
   std::int32_t pool_size;
   void* pool;
   char* scratch;
+  // What find_parameter looks at before it compares names: a byte for each of the first
+  // `tagged_count` names.
+  std::uint8_t name_tags[kiv::protocol::kMaxParameters];
+  std::int32_t tagged_count;
 };
 
 namespace kiv::protocol {
 
 // Forgets command and parameters. The text stays until it is overwritten: it may be the input.
-void reset(kiv_proto& packet);
+void reset_packet(kiv_proto& packet);
 
 // Resets and empties text and command.
-void empty(kiv_proto& packet);
+void empty_packet(kiv_proto& packet);
 
-// A zero-terminated copy in the record's pool; null when it is full.
+// Returns storage in the record's pool; null if it is full.
+char* pool_allocate(kiv_proto& packet, std::int32_t size);
+
+// Returns a zero-terminated copy in the record's pool; null if it is full.
 char* pool_copy(kiv_proto& packet, const char* text, std::int32_t length);
 
-// The index of a parameter, or -1.
-std::int32_t find_parameter(const kiv_proto& packet, const char* name);
+void pool_free(kiv_proto& packet, char* copy);
+
+// Returns the index of a parameter, or -1.
+std::int32_t find_parameter(kiv_proto& packet, const char* name);
+
+// The same for a caller that reads; prints that there is no such parameter.
+std::int32_t find_or_print(kiv_proto& packet, const char* name);
+
+// Appends a parameter; false if it is refused, which is printed.
+bool pack_parameter(kiv_proto& packet, const char* name, const char* value);
 
 struct Separator {
   const char* text;
@@ -65,9 +80,9 @@ struct Separator {
 // What is written after each item.
 Separator line_separator();
 
-// Writes a value into the scratch with its quotes doubled and gives the length; -1 when it is too
+// Writes a value into the scratch with its quotes doubled and returns the length; -1 if it is too
 // long, which is printed. The value is `length` bytes long.
-std::int32_t escape(kiv_proto& packet, const char* value, std::int32_t length);
+std::int32_t escape_value(kiv_proto& packet, const char* value, std::int32_t length);
 
 // strlen, cut at what an int holds.
 std::int32_t text_length(const char* text);

@@ -8,8 +8,8 @@
 namespace kiv::protocol {
 namespace {
 
-// Is the parameter in the text? What was received behind a zero byte is not, and its offsets mean
-// nothing, also when the text has grown over them.
+// Returns whether the parameter is in the text. What was received after a zero byte is not, and its
+// offsets mean nothing, even when the text has grown over them.
 bool is_in_text(const kiv_proto& packet, std::int32_t i) {
   const std::int32_t name = packet.name_starts[i];
   const std::int32_t value = packet.value_starts[i];
@@ -23,11 +23,17 @@ bool is_in_text(const kiv_proto& packet, std::int32_t i) {
          packet.packet[value - 1] == '"' && packet.packet[end] == '"';
 }
 
-// Replaces a part of the text, which grows by `growth`.
-void splice(kiv_proto& packet, const Span& old, const char* bytes, std::int32_t growth) {
-  zu_strreplace(packet.packet, old.start, old.length(), bytes, old.length() + growth);
-  packet.packet_length += growth;
-  packet.packet[packet.packet_length - 1] = 0;
+// Moves the text from `at` on; what is in the gap, or was, is the caller's.
+void move_rest(kiv_proto& packet, std::int32_t at, std::int32_t distance) {
+  char* const rest = packet.packet + at;
+  std::memmove(rest + distance, rest, static_cast<std::size_t>(packet.packet_length - at));
+  packet.packet_length += distance;
+}
+
+// Replaces a part of the text, which changes its length by `growth`.
+void splice_text(kiv_proto& packet, const Span& old, const char* bytes, std::int32_t growth) {
+  move_rest(packet, old.end, growth);
+  std::memcpy(packet.packet + old.start, bytes, static_cast<std::size_t>(old.length() + growth));
 }
 
 void shift_parameters(kiv_proto& packet, std::int32_t first, std::int32_t distance) {
@@ -47,7 +53,7 @@ bool has_sane_command(const kiv_proto& packet) {
 }
 
 bool modify_parameter(kiv_proto& packet, std::int32_t i, const char* value) {
-  const std::int32_t escaped = escape(packet, value, text_length(value));
+  const std::int32_t escaped = escape_value(packet, value, text_length(value));
   if (escaped < 0 || !is_in_text(packet, i)) return false;
   const Span old = {packet.value_starts[i], packet.value_ends[i]};
   const std::int32_t growth = escaped - old.length();
@@ -63,21 +69,22 @@ bool modify_parameter(kiv_proto& packet, std::int32_t i, const char* value) {
       std::printf("warn: zu_mem_malloc()->modify return NULL!\n");
       return false;
     }
-    zu_mem_free(packet.pool, packet.values[i]);
+    pool_free(packet, packet.values[i]);
     packet.values[i] = copy;
   }
-  splice(packet, old, packet.scratch, growth);
+  splice_text(packet, old, packet.scratch, growth);
   packet.value_ends[i] += growth;
   shift_parameters(packet, i + 1, growth);
   return true;
 }
 
-// Moves what is behind a removed parameter one entry down.
+// Moves the parameters after a removed one down by one entry.
 void close_gap(kiv_proto& packet, std::int32_t removed) {
-  --packet.count;
+  packet.tagged_count = --packet.count;
   for (std::int32_t i = removed; i < packet.count; ++i) {
     // deliberate: the lengths stay where they are; programs that delete count with strlen.
     packet.names[i] = packet.names[i + 1];
+    packet.name_tags[i] = packet.name_tags[i + 1];
     packet.values[i] = packet.values[i + 1];
     packet.name_starts[i] = packet.name_starts[i + 1];
     packet.name_ends[i] = packet.name_ends[i + 1];
@@ -102,7 +109,7 @@ int KIV_CALL kiv_proto_ModifyCmd(kiv_proto* packet, const char* command) KIV_NOE
     return 0;
   }
   std::memmove(packet->command, command, static_cast<std::size_t>(length) + 1);
-  splice(*packet, old, packet->command, growth);
+  splice_text(*packet, old, packet->command, growth);
   packet->command_length += growth;
   packet->command_end += growth;
   shift_parameters(*packet, 0, growth);
@@ -127,12 +134,12 @@ int KIV_CALL kiv_proto_DeletePara(kiv_proto* packet, const char* name) KIV_NOEXC
   }
   if (!is_in_text(*packet, i)) return 0;
   int32_t end = packet->value_ends[i] + 1;
-  while (is(packet->packet[end], kSeparator)) ++end;
+  while (is_separator(packet->packet[end])) ++end;
   const Span removed = {packet->name_starts[i], end};
-  splice(*packet, removed, nullptr, -removed.length());
+  move_rest(*packet, removed.end, -removed.length());
   shift_parameters(*packet, i + 1, -removed.length());
-  zu_mem_free(packet->pool, packet->names[i]);
-  zu_mem_free(packet->pool, packet->values[i]);
+  pool_free(*packet, packet->names[i]);
+  pool_free(*packet, packet->values[i]);
   close_gap(*packet, i);
   return 1;
 }

@@ -2,20 +2,17 @@
 #include <cstdio>
 #include <cstring>
 
-#include "kiv_base/http.h"
 #include "protocol/packet.h"
 #include "protocol/packet_syntax.h"
 
 namespace kiv::protocol {
 namespace {
 
-constexpr char kCustomData[] = "__custom_switch_data__";
-
 // Appends to a text and keeps it zero-terminated.
-class Writer {
+class PacketWriter {
  public:
-  explicit Writer(char* at) : at_(at) {}
-  char* put(const char* bytes, std::int32_t length) {
+  explicit PacketWriter(char* at) : at_(at) {}
+  char* append(const char* bytes, std::int32_t length) {
     char* const start = at_;
     std::memcpy(start, bytes, static_cast<std::size_t>(length));
     at_ += length;
@@ -27,7 +24,7 @@ class Writer {
   char* at_;
 };
 
-// Where the next parameter goes: behind the last byte that is not zero; -1 when there is none.
+// Returns where the next parameter goes: after the last byte that is not zero; -1 if there is none.
 std::int32_t find_tail(const kiv_proto& packet) {
   std::int32_t last = packet.packet_length - 1;
   if (packet.packet[last] == 0) {
@@ -38,7 +35,7 @@ std::int32_t find_tail(const kiv_proto& packet) {
   return -1;
 }
 
-// Copies name and value into the record; false when its pool is full.
+// Copies name and value into the record; false if its pool is full.
 bool keep_copies(kiv_proto& packet, const char* name, std::int32_t name_length, const char* value,
                  std::int32_t value_length) {
   const std::int32_t i = packet.count;
@@ -50,13 +47,15 @@ bool keep_copies(kiv_proto& packet, const char* name, std::int32_t name_length, 
   packet.values[i] = pool_copy(packet, value, value_length);
   if (!packet.values[i]) {
     std::printf("warn: zu_mem_malloc()->content return NULL!\n");
-    zu_mem_free(packet.pool, packet.names[i]);
+    pool_free(packet, packet.names[i]);
     return false;
   }
   packet.name_lengths[i] = name_length;
   packet.value_lengths[i] = value_length;
   return true;
 }
+
+}  // namespace
 
 bool pack_parameter(kiv_proto& packet, const char* name, const char* value) {
   if (packet.count >= kMaxParameters) {
@@ -71,13 +70,13 @@ bool pack_parameter(kiv_proto& packet, const char* name, const char* value) {
     return false;
   }
   const std::int32_t value_length = text_length(value);
-  const std::int32_t escaped = escape(packet, value, value_length);
+  const std::int32_t escaped = escape_value(packet, value, value_length);
   if (escaped < 0) return false;
 
   const Separator separator = line_separator();
   const char before = packet.packet[tail - 1];
   // A received packet may end in its bare command, which the name must not join.
-  const std::int32_t lead = before == '"' || is(before, kSeparator) ? 0 : separator.length;
+  const std::int32_t lead = before == '"' || is_separator(before) ? 0 : separator.length;
   const std::int32_t grown =
       packet.packet_length + lead + separator.length + 3 + escaped + name_length;
   if (grown > kMaxPacket) {
@@ -87,24 +86,22 @@ bool pack_parameter(kiv_proto& packet, const char* name, const char* value) {
   if (!keep_copies(packet, name, name_length, value, value_length)) return false;
 
   const std::int32_t i = packet.count++;
-  Writer writer(packet.packet + tail);
-  writer.put(separator.text, lead);
+  PacketWriter writer(packet.packet + tail);
+  writer.append(separator.text, lead);
   packet.name_starts[i] = tail + lead;
   packet.name_ends[i] = tail + lead + name_length;
   packet.value_starts[i] = packet.name_ends[i] + 2;
   packet.value_ends[i] = packet.value_starts[i] + escaped;
-  writer.put(packet.names[i], name_length);
-  writer.put("=\"", 2);
-  writer.put(packet.scratch, escaped);
-  writer.put("\"", 1);
-  writer.put(separator.text, separator.length);
+  writer.append(packet.names[i], name_length);
+  writer.append("=\"", 2);
+  writer.append(packet.scratch, escaped);
+  writer.append("\"", 1);
+  writer.append(separator.text, separator.length);
   packet.packet_length = packet.value_ends[i] + 1 + separator.length + 1;
   return true;
 }
 
-}  // namespace
-
-std::int32_t escape(kiv_proto& packet, const char* value, std::int32_t length) {
+std::int32_t escape_value(kiv_proto& packet, const char* value, std::int32_t length) {
   if (length > kMaxValue) {
     std::printf("error: content string too long[%d]!\n", length);
     return -1;
@@ -130,12 +127,12 @@ int KIV_CALL kiv_proto_PackCmd(kiv_proto* packet, const char* command) KIV_NOEXC
   const int32_t length = text_length(command);
   if (!is_packable(kCommandMessages, command, length)) return 0;
   std::memmove(packet->command, command, static_cast<std::size_t>(length) + 1);
-  reset(*packet);
+  reset_packet(*packet);
 
   const Separator separator = line_separator();
-  Writer writer(packet->packet);
-  writer.put(packet->command, length);
-  writer.put(separator.text, separator.length);
+  PacketWriter writer(packet->packet);
+  writer.append(packet->command, length);
+  writer.append(separator.text, separator.length);
   packet->packet_length = length + separator.length + 1;
   packet->command_length = packet->command_end = length;
   packet->command_start = 0;
@@ -145,26 +142,4 @@ int KIV_CALL kiv_proto_PackCmd(kiv_proto* packet, const char* command) KIV_NOEXC
 int KIV_CALL kiv_proto_PackPara(kiv_proto* packet, const char* name,
                                 const char* value) KIV_NOEXCEPT {
   return packet && name && value && pack_parameter(*packet, name, value) ? 1 : 0;
-}
-
-int KIV_CALL kivx_proto_PackCustomData(kiv_proto* packet, const void* bytes,
-                                       int32_t length) KIV_NOEXCEPT {
-  if (!packet || !bytes || length < 1) return 0;
-  const int64_t quarters = int64_t{length} * 4 / 3;
-  if (quarters + quarters % 4 > kMaxValue) return 0;
-  char text[kMaxValue + 1];
-  if (zu_base64_encode(text, bytes, length) < 1) return 0;
-  return kiv_proto_PackPara(packet, kCustomData, text);
-}
-
-int KIV_CALL kivx_proto_GetCustomData(kiv_proto* packet, void* buffer, int32_t capacity,
-                                      int32_t* length) KIV_NOEXCEPT {
-  const char* text = nullptr;
-  if (!buffer || capacity < 1 || !kivx_proto_GetPara(packet, kCustomData, &text, nullptr)) return 0;
-  const int32_t decoded = zu_base64_decode(packet->scratch, text, kPacketStorage);
-  if (decoded < 1) return 0;
-  const int32_t copied = decoded < capacity ? decoded : capacity;
-  std::memcpy(buffer, packet->scratch, static_cast<std::size_t>(copied));
-  if (length) *length = copied;
-  return 1;
 }

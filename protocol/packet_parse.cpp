@@ -7,8 +7,8 @@
 namespace kiv::protocol {
 namespace {
 
-// Copies a value to where there is room for it, each doubled quote once.
-void unescape(char* to, const char* text, const Value& value) {
+// Copies a value, each doubled quote once.
+void unescape_value(char* to, const char* text, const Value& value) {
   const char* from = text + value.text.start;
   const char* const end = text + value.text.end;
   if (value.doubled == 0) {
@@ -21,14 +21,13 @@ void unescape(char* to, const char* text, const Value& value) {
   }
 }
 
-bool store(kiv_proto& packet, const char* bytes, const Span& name, const Value& value) {
+bool store_parameter(kiv_proto& packet, const char* bytes, const Span& name, const Value& value) {
   const std::int32_t i = packet.count;
   const std::int32_t length = value.text.length() - value.doubled;
   packet.names[i] = pool_copy(packet, bytes + name.start, name.length());
-  packet.values[i] =
-      static_cast<char*>(zu_mem_malloc(packet.pool, static_cast<std::uint32_t>(length) + 1));
+  packet.values[i] = pool_allocate(packet, length + 1);
   if (!packet.names[i] || !packet.values[i]) return false;
-  unescape(packet.values[i], bytes, value);
+  unescape_value(packet.values[i], bytes, value);
   packet.values[i][length] = 0;
   packet.name_lengths[i] = name.length();
   packet.name_starts[i] = name.start;
@@ -41,15 +40,16 @@ bool store(kiv_proto& packet, const char* bytes, const Span& name, const Value& 
 }
 
 // False leaves the record half filled. The bytes may be the record's own text.
-bool parse(kiv_proto& packet, const char* bytes, std::int32_t length) {
+bool parse_packet(kiv_proto& packet, const char* bytes, std::int32_t length) {
   if (!is_framed(bytes, length)) return false;
-  reset(packet);
+  reset_packet(packet);
   PacketReader reader(bytes, length, kParseMessages);
   Span command, name;
   Value value;
   if (!reader.command(&command)) return false;
   while (!reader.at_end()) {
-    if (!reader.parameter(&name, &value) || !store(packet, bytes, name, value)) return false;
+    if (!reader.parameter(&name, &value) || !store_parameter(packet, bytes, name, value))
+      return false;
   }
   std::memmove(packet.command, bytes + command.start, static_cast<std::size_t>(command.length()));
   packet.command[command.length()] = 0;
@@ -72,8 +72,8 @@ using namespace kiv::protocol;
 int KIV_CALL kiv_proto_ParsePacket(kiv_proto* packet, const char* bytes,
                                    int32_t length) KIV_NOEXCEPT {
   if (!packet) return 0;
-  if (parse(*packet, bytes, length)) return 1;
-  empty(*packet);
+  if (parse_packet(*packet, bytes, length)) return 1;
+  empty_packet(*packet);
   return 0;
 }
 

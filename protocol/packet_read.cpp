@@ -1,5 +1,6 @@
 // What a record holds, read out.
 #include <cstdio>
+#include <cstring>
 
 #include "protocol/packet.h"
 
@@ -20,9 +21,12 @@ void give_packet(const kiv_proto& packet, const char** text, int32_t* length) {
   if (length) *length = packet.packet_length;
 }
 
-int copy_out(char* buffer, int32_t size, const char* text) {
+// Copies what fits, with a zero.
+int copy_text(char* buffer, int32_t size, const char* text) {
   if (!buffer || size < 1) return 0;
-  zu_strncpy(buffer, text, size - 1);
+  const std::size_t length = ::strnlen(text, static_cast<std::size_t>(size) - 1);
+  std::memmove(buffer, text, length);
+  buffer[length] = 0;
   return 1;
 }
 
@@ -39,7 +43,7 @@ int copy_first(kiv_proto* packet, char* name, int32_t name_size, char* value, in
   const char *first = nullptr, *content = nullptr;
   if (!name || !value || name_size < 1 || value_size < 1) return 0;
   if (!kivx_proto_GetFirst(packet, &first, nullptr, &content, nullptr)) return 0;
-  return copy_out(name, name_size, first) & copy_out(value, value_size, content);
+  return copy_text(name, name_size, first) & copy_text(value, value_size, content);
 }
 
 // 0 outside the text.
@@ -94,23 +98,21 @@ int KIV_CALL kivx_proto_GetCmd(kiv_proto* packet, const char** command,
 
 int KIV_CALL kiv_proto_GetCmd(kiv_proto* packet, char* buffer, int32_t size) KIV_NOEXCEPT {
   const char* command = nullptr;
-  return kivx_proto_GetCmd(packet, &command, nullptr) ? copy_out(buffer, size, command) : 0;
+  return kivx_proto_GetCmd(packet, &command, nullptr) ? copy_text(buffer, size, command) : 0;
 }
 
 int KIV_CALL kivx_proto_GetPara(kiv_proto* packet, const char* name, const char** value,
                                 int32_t* length) KIV_NOEXCEPT {
   if (!packet || !name) return 0;
-  const int32_t i = find_parameter(*packet, name);
-  if (i >= 0) return give_parameter(*packet, i, nullptr, nullptr, value, length);
-  std::printf("info: get para(%s) is not exist!\n", name);
-  return 0;
+  const int32_t i = find_or_print(*packet, name);
+  return i >= 0 ? give_parameter(*packet, i, nullptr, nullptr, value, length) : 0;
 }
 
 int KIV_CALL kiv_proto_GetPara(kiv_proto* packet, const char* name, char* buffer,
                                int32_t size) KIV_NOEXCEPT {
   const char* value = nullptr;
   if (!buffer || size < 1 || !kivx_proto_GetPara(packet, name, &value, nullptr)) return 0;
-  return copy_out(buffer, size, value);
+  return copy_text(buffer, size, value);
 }
 
 int32_t KIV_CALL kiv_proto_NumPara(kiv_proto* packet) KIV_NOEXCEPT {

@@ -31,12 +31,12 @@ const ItemMessages kCheckMessages = {
 };
 
 bool is_packable(const WordMessages& messages, const char* word, std::int32_t length) {
-  if (length > 0 && !is(word[0], kWordStart)) {
+  if (length > 0 && !is_word_start(word[0])) {
     std::printf(messages.header, word[0]);
     return false;
   }
   for (std::int32_t i = 1; i < length; ++i) {
-    if (is(word[i], kWordPart)) continue;
+    if (is_word_part(word[i])) continue;
     std::printf(messages.inside, word[i]);
     return false;
   }
@@ -53,7 +53,7 @@ bool is_framed(const char* bytes, std::int32_t length) {
 }
 
 void PacketReader::skip_separators() {
-  while (is(bytes_[at_], kSeparator)) ++at_;
+  while (is_separator(bytes_[at_])) ++at_;
 }
 
 void PacketReader::skip_zeros() {
@@ -64,12 +64,12 @@ void PacketReader::skip_zeros() {
 bool PacketReader::word(const WordMessages& messages, char end, Span* out) {
   skip_separators();
   const std::int32_t start = at_;
-  if (!is(bytes_[at_], kWordStart)) {
+  if (!is_word_start(bytes_[at_])) {
     std::printf(messages.header, bytes_[at_]);
     return false;
   }
-  while (is(bytes_[at_], kWordPart)) ++at_;
-  if (bytes_[at_] != end && !is(bytes_[at_], kSeparator)) {
+  while (is_word_part(bytes_[at_])) ++at_;
+  if (bytes_[at_] != end && !is_separator(bytes_[at_])) {
     std::printf(messages.inside, bytes_[at_]);
     return false;
   }

@@ -20,8 +20,18 @@ constexpr std::array<std::uint8_t, 256> make_packet_classes() {
 }
 inline constexpr std::array<std::uint8_t, 256> kPacketClasses = make_packet_classes();
 
-constexpr bool is(char c, PacketClass wanted) {
+constexpr bool is_of_class(char c, PacketClass wanted) {
   return (kPacketClasses[static_cast<unsigned char>(c)] & wanted) != 0;
+}
+// Commands and names are words.
+constexpr bool is_word_start(char c) {
+  return is_of_class(c, kWordStart);
+}
+constexpr bool is_word_part(char c) {
+  return is_of_class(c, kWordPart);
+}
+constexpr bool is_separator(char c) {
+  return is_of_class(c, kSeparator);
 }
 
 struct Span {

@@ -7,7 +7,7 @@
 
 struct kiv_parse_pool {
   zu_jitter_block* ring;  // packets are cut from here
-  zu_jitter* overflow;    // what arrived while the ring was full, or behind such bytes
+  zu_jitter* overflow;    // what arrived while the ring was full, or after such bytes
 };
 
 namespace {
@@ -15,15 +15,13 @@ namespace {
 using kiv::protocol::kMaxPacket;
 using kiv::protocol::kPacketStorage;
 
-static_assert(sizeof(void*) != 4 || sizeof(kiv_parse_pool) == 8);
-
 constexpr int32_t kRingSize = 20497;
 constexpr int32_t kOverflowBlocks = 100000;
 constexpr int32_t kPiece = 1024;
 
 enum class Step { again, packet, starved };
 
-void refill(kiv_parse_pool& pool) {
+void refill_ring(kiv_parse_pool& pool) {
   char piece[kPiece];
   for (;;) {
     const int32_t room = _zu_jitter_block_GetAvailableLen(pool.ring);
@@ -33,13 +31,13 @@ void refill(kiv_parse_pool& pool) {
   }
 }
 
-void drop(kiv_parse_pool& pool, int32_t count) {
+void drop_bytes(kiv_parse_pool& pool, int32_t count) {
   _zu_jitter_block_GetData(pool.ring, nullptr, count);
 }
 
-Step take_packet(kiv_parse_pool& pool, void* buffer, int32_t capacity, int32_t* length) {
+Step cut_packet(kiv_parse_pool& pool, void* buffer, int32_t capacity, int32_t* length) {
   int32_t total = 0, zeros = 0;
-  refill(pool);
+  refill_ring(pool);
   if (!_zu_jitter_block_CalPacketLen(pool.ring, &total, &zeros)) {
     if (_zu_jitter_block_GetLen(pool.ring) < kMaxPacket) return Step::starved;
     _zu_jitter_block_reset(pool.ring);
@@ -47,17 +45,17 @@ Step take_packet(kiv_parse_pool& pool, void* buffer, int32_t capacity, int32_t* 
   }
   const int32_t size = total - zeros + 1;
   if (size == 1 || size > kMaxPacket) {
-    drop(pool, total);
+    drop_bytes(pool, total);
     return Step::again;
   }
   if (size > capacity) {
     // deliberate: skipped without a word, with its front left in the buffer, so that one packet too
     // large for the caller does not stop the stream.
-    drop(pool, total - _zu_jitter_block_GetData(pool.ring, buffer, capacity));
+    drop_bytes(pool, total - _zu_jitter_block_GetData(pool.ring, buffer, capacity));
     return Step::again;
   }
   _zu_jitter_block_GetData(pool.ring, buffer, size);
-  drop(pool, zeros - 1);
+  drop_bytes(pool, zeros - 1);
   *length = size;
   return Step::packet;
 }
@@ -99,7 +97,7 @@ int KIV_CALL kiv_parse_pool_get(kiv_parse_pool* pool, void* buffer, int32_t capa
                                 int32_t* length) KIV_NOEXCEPT {
   int32_t size = 0;
   Step step = pool && buffer ? Step::again : Step::starved;
-  while (step == Step::again) step = take_packet(*pool, buffer, capacity, &size);
+  while (step == Step::again) step = cut_packet(*pool, buffer, capacity, &size);
   if (length) *length = size;
   return step == Step::packet ? 1 : 0;
 }

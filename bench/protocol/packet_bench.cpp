@@ -1,4 +1,4 @@
-// Packets built and taken apart, and a stream cut into packets. The ceiling of parsing and packing
+// Packets built and parsed, and a stream cut into packets. The ceiling of parsing and packing
 // copies the packet's bytes; that of framing finds each zero byte and copies what is before it.
 #include <benchmark/benchmark.h>
 
@@ -12,13 +12,18 @@ namespace {
 
 using Parameters = std::vector<std::pair<std::string, std::string>>;
 
+Parameters many_parameters(std::int64_t count) {
+  Parameters made;
+  for (std::int64_t i = 0; i < count; ++i) {
+    made.emplace_back("name" + std::to_string(i), "value of a name");
+  }
+  return made;
+}
+
 // 0: a login, 1: as many parameters as are received, 2: one value of 5,000 bytes.
 Parameters parameters(std::int64_t shape) {
   if (shape == 0) return {{"user", "somebody"}, {"password", "not a secret"}};
-  if (shape == 2) return {{"text", std::string(5000, 't')}};
-  Parameters made;
-  for (int i = 0; i < 63; ++i) made.emplace_back("name" + std::to_string(i), "value of a name");
-  return made;
+  return shape == 1 ? many_parameters(63) : Parameters{{"text", std::string(5000, 't')}};
 }
 
 void pack_all(kiv_proto* packet, const Parameters& all) {
@@ -55,6 +60,28 @@ void pack(benchmark::State& state) {
   const Parameters all = parameters(state.range(0));
   kiv_proto* packet = kiv_proto_new();
   measure(state, packed(state.range(0)).size(), [&] { pack_all(packet, all); });
+  kiv_proto_free(packet);
+}
+
+// Items are parameters: each one costs the same, however many there are.
+void pack_each(benchmark::State& state) {
+  const Parameters all = many_parameters(state.range(0));
+  kiv_proto* packet = kiv_proto_new();
+  for (auto _ : state) pack_all(packet, all);
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+  kiv_proto_free(packet);
+}
+
+void read_each(benchmark::State& state) {
+  const Parameters all = many_parameters(state.range(0));
+  kiv_proto* packet = kiv_proto_new();
+  pack_all(packet, all);
+  for (auto _ : state) {
+    for (const auto& [name, value] : all) {
+      benchmark::DoNotOptimize(kivx_proto_GetPara(packet, name.c_str(), nullptr, nullptr));
+    }
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
   kiv_proto_free(packet);
 }
 
@@ -110,6 +137,8 @@ void find_and_copy(benchmark::State& state) {
 
 BENCHMARK(parse)->DenseRange(0, 2);
 BENCHMARK(pack)->DenseRange(0, 2);
+BENCHMARK(pack_each)->Arg(8)->Arg(63);
+BENCHMARK(read_each)->Arg(8)->Arg(63);
 BENCHMARK(copy)->DenseRange(0, 2);
 BENCHMARK(parse_pool)->Arg(64)->Arg(8192);
 BENCHMARK(find_and_copy)->Arg(64)->Arg(8192);

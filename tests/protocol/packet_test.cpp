@@ -143,6 +143,8 @@ TEST_F(Packets, RefusalsAndTheirLines) {
   EXPECT_EQ(kiv_proto_NumPara(packet), 63);
   EXPECT_EQ(parse("\n" + std::string(128, 'c') + ";a & = \n\"\" _b=\"&\"\0"s), 1);
   EXPECT_EQ(stored(), std::string(128, 'c') + " a= _b=&");
+  EXPECT_EQ(parse("c a=\"1\" b=\"\" a=\"333\"\0"s), 1) << "of two names alike the first is found";
+  EXPECT_EQ(length_of("a"), 1);
 }
 
 TEST_F(Packets, WhatCannotBePackedLeavesThePacketAlone) {
