@@ -24,12 +24,12 @@ void swap_if_big_endian(Word& word) {
 }
 
 // The first and second words of one block, or of four.
-void load(const std::uint8_t* in, std::uint32_t& first, std::uint32_t& second) {
+void load_words(const std::uint8_t* in, std::uint32_t& first, std::uint32_t& second) {
   std::memcpy(&first, in, sizeof first);
   std::memcpy(&second, in + sizeof first, sizeof second);
 }
 
-[[maybe_unused]] void load(const std::uint8_t* in, Quad& first, Quad& second) {
+[[maybe_unused]] void load_words(const std::uint8_t* in, Quad& first, Quad& second) {
   Quad low, high;
   std::memcpy(&low, in, sizeof low);
   std::memcpy(&high, in + sizeof low, sizeof high);
@@ -37,25 +37,25 @@ void load(const std::uint8_t* in, std::uint32_t& first, std::uint32_t& second) {
   second = __builtin_shufflevector(low, high, 1, 3, 5, 7);
 }
 
-void store(std::uint8_t* out, const std::uint32_t& first, const std::uint32_t& second) {
+void store_words(std::uint8_t* out, const std::uint32_t& first, const std::uint32_t& second) {
   std::memcpy(out, &first, sizeof first);
   std::memcpy(out + sizeof first, &second, sizeof second);
 }
 
-[[maybe_unused]] void store(std::uint8_t* out, const Quad& first, const Quad& second) {
+[[maybe_unused]] void store_words(std::uint8_t* out, const Quad& first, const Quad& second) {
   const Quad low = __builtin_shufflevector(first, second, 0, 4, 1, 5);
   const Quad high = __builtin_shufflevector(first, second, 2, 6, 3, 7);
   std::memcpy(out, &low, sizeof low);
   std::memcpy(out + sizeof low, &high, sizeof high);
 }
 
-enum class Direction { encipher, decipher };
+enum class Direction { encrypt, decrypt };
 
 template <Direction direction, typename Word, std::size_t Count>
 void half_cycle(Word (&to)[Count], const Word (&from)[Count], std::uint32_t key) {
   for (std::size_t i = 0; i < Count; ++i) {
     const Word mixed = (((from[i] << 4) ^ (from[i] >> 5)) + from[i]) ^ key;
-    if constexpr (direction == Direction::encipher) {
+    if constexpr (direction == Direction::encrypt) {
       to[i] += mixed;
     } else {
       to[i] -= mixed;
@@ -64,9 +64,9 @@ void half_cycle(Word (&to)[Count], const Word (&from)[Count], std::uint32_t key)
 }
 
 template <Direction direction, typename Word, std::size_t Count>
-void run_cycles(Word (&first)[Count], Word (&second)[Count], const std::uint32_t (&keys)[64]) {
+void mix_words(Word (&first)[Count], Word (&second)[Count], const std::uint32_t (&keys)[64]) {
   for (int i = 0; i < 64; i += 2) {
-    if constexpr (direction == Direction::encipher) {
+    if constexpr (direction == Direction::encrypt) {
       half_cycle<direction>(first, second, keys[i]);
       half_cycle<direction>(second, first, keys[i + 1]);
     } else {
@@ -82,22 +82,22 @@ struct Blocks {
   std::size_t count;
 };
 
-// Takes groups of `Count` Words of blocks from the front while whole ones are left.
+// Takes groups of `Count` Words of blocks from the front as long as whole ones are left.
 template <Direction direction, typename Word, std::size_t Count>
-void run_groups(Blocks& blocks, const std::uint32_t (&keys)[64]) {
+void process_groups(Blocks& blocks, const std::uint32_t (&keys)[64]) {
   constexpr std::size_t kBytes = 2 * sizeof(Word), kGroup = kBytes * Count;
   for (; blocks.count >= kGroup / kXteaBlock; blocks.count -= kGroup / kXteaBlock) {
     Word first[Count], second[Count];
     for (std::size_t i = 0; i < Count; ++i) {
-      load(blocks.in + kBytes * i, first[i], second[i]);
+      load_words(blocks.in + kBytes * i, first[i], second[i]);
       swap_if_big_endian(first[i]);
       swap_if_big_endian(second[i]);
     }
-    run_cycles<direction>(first, second, keys);
+    mix_words<direction>(first, second, keys);
     for (std::size_t i = 0; i < Count; ++i) {
       swap_if_big_endian(first[i]);
       swap_if_big_endian(second[i]);
-      store(blocks.out + kBytes * i, first[i], second[i]);
+      store_words(blocks.out + kBytes * i, first[i], second[i]);
     }
     blocks.in += kGroup;
     blocks.out += kGroup;
@@ -105,10 +105,11 @@ void run_groups(Blocks& blocks, const std::uint32_t (&keys)[64]) {
 }
 
 template <Direction direction>
-void run_all(Blocks blocks, const std::uint32_t (&keys)[64]) {
-  run_groups<direction, Wide, 4>(blocks, keys);
-  run_groups<direction, Wide, 1>(blocks, keys);
-  run_groups<direction, std::uint32_t, 1>(blocks, keys);
+void process_blocks(Blocks blocks, const std::uint32_t (&keys)[64]) {
+  process_groups<direction, Wide, 4>(blocks, keys);
+  process_groups<direction, Wide, 2>(blocks, keys);
+  process_groups<direction, Wide, 1>(blocks, keys);
+  process_groups<direction, std::uint32_t, 1>(blocks, keys);
 }
 
 }  // namespace
@@ -124,12 +125,12 @@ Xtea::Xtea(const std::uint8_t (&key)[kXteaKey]) {
   }
 }
 
-void Xtea::encipher(std::uint8_t* out, const std::uint8_t* in, std::size_t blocks) const {
-  run_all<Direction::encipher>({out, in, blocks}, keys_);
+void Xtea::encrypt(std::uint8_t* out, const std::uint8_t* in, std::size_t blocks) const {
+  process_blocks<Direction::encrypt>({out, in, blocks}, keys_);
 }
 
-void Xtea::decipher(std::uint8_t* out, const std::uint8_t* in, std::size_t blocks) const {
-  run_all<Direction::decipher>({out, in, blocks}, keys_);
+void Xtea::decrypt(std::uint8_t* out, const std::uint8_t* in, std::size_t blocks) const {
+  process_blocks<Direction::decrypt>({out, in, blocks}, keys_);
 }
 
 }  // namespace kiv::protocol

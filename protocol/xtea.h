@@ -12,14 +12,15 @@ inline constexpr std::size_t kXteaKey = 16;
 
 class Xtea {
  public:
+  Xtea() = default;  // without a key
   explicit Xtea(const std::uint8_t (&key)[kXteaKey]);
 
   // Each block for itself. `out` may be `in`.
-  void encipher(std::uint8_t* out, const std::uint8_t* in, std::size_t blocks) const;
-  void decipher(std::uint8_t* out, const std::uint8_t* in, std::size_t blocks) const;
+  void encrypt(std::uint8_t* out, const std::uint8_t* in, std::size_t blocks) const;
+  void decrypt(std::uint8_t* out, const std::uint8_t* in, std::size_t blocks) const;
 
  private:
-  std::uint32_t keys_[64];  // of the half cycles, in the order of enciphering
+  std::uint32_t keys_[64];  // of the half cycles, in the order of encryption
 };
 
 }  // namespace kiv::protocol

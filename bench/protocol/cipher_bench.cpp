@@ -23,7 +23,7 @@ std::uint32_t mix(std::uint32_t word) {
   return ((word << 4) ^ (word >> 5)) + word;
 }
 
-void encipher_block(const Sums& sums, std::uint32_t (&v)[2]) {
+void encrypt_block(const Sums& sums, std::uint32_t (&v)[2]) {
   for (std::uint32_t sum = 0, i = 0; i < 32; ++i) {
     v[0] += mix(v[1]) ^ sums.even(sum);
     sum += kDelta;
@@ -31,7 +31,7 @@ void encipher_block(const Sums& sums, std::uint32_t (&v)[2]) {
   }
 }
 
-void decipher_block(const Sums& sums, std::uint32_t (&v)[2]) {
+void decrypt_block(const Sums& sums, std::uint32_t (&v)[2]) {
   for (std::uint32_t sum = 32 * kDelta, i = 0; i < 32; ++i) {
     v[1] -= mix(v[0]) ^ sums.odd(sum);
     sum -= kDelta;
@@ -54,7 +54,7 @@ void measure(benchmark::State& state, Work work) {
 }
 
 template <int mode>
-void encipher(benchmark::State& state) {
+void encrypt(benchmark::State& state) {
   kiv_cipher* cipher = kiv_cipher_malloc(mode, kKey, 16);
   measure(state, [&](char* to, const char* from, std::int32_t size) {
     kiv_encipher(cipher, to, size, nullptr, from, size);
@@ -64,7 +64,7 @@ void encipher(benchmark::State& state) {
 
 // Input and get, as a connection does.
 template <int mode>
-void decipher(benchmark::State& state) {
+void decrypt(benchmark::State& state) {
   kiv_cipher* cipher = kiv_cipher_malloc(mode, kKey, 16);
   measure(state, [&](char* to, const char* from, std::int32_t size) {
     kiv_cipher_input(cipher, from, size);
@@ -92,13 +92,13 @@ void copy(benchmark::State& state) {
   });
 }
 
-BENCHMARK(encipher<KIV_CIPHER_XTEA>)->Arg(64)->Arg(1024)->Arg(16384);
-BENCHMARK(plain_xtea<encipher_block>)->Arg(64)->Arg(16384);
-BENCHMARK(decipher<KIV_CIPHER_XTEA>)->Arg(64)->Arg(1024)->Arg(16384);
-BENCHMARK(plain_xtea<decipher_block>)->Arg(64)->Arg(16384);
-BENCHMARK(encipher<KIV_CIPHER_ROTATION>)->Arg(64)->Arg(16384);
-BENCHMARK(decipher<KIV_CIPHER_ROTATION>)->Arg(64)->Arg(16384);
-BENCHMARK(encipher<KIV_CIPHER_NONE>)->Arg(64)->Arg(16384);
+BENCHMARK(encrypt<KIV_CIPHER_XTEA>)->Arg(64)->Arg(1024)->Arg(16384);
+BENCHMARK(plain_xtea<encrypt_block>)->Arg(64)->Arg(16384);
+BENCHMARK(decrypt<KIV_CIPHER_XTEA>)->Arg(64)->Arg(1024)->Arg(16384);
+BENCHMARK(plain_xtea<decrypt_block>)->Arg(64)->Arg(16384);
+BENCHMARK(encrypt<KIV_CIPHER_ROTATION>)->Arg(64)->Arg(16384);
+BENCHMARK(decrypt<KIV_CIPHER_ROTATION>)->Arg(64)->Arg(16384);
+BENCHMARK(encrypt<KIV_CIPHER_NONE>)->Arg(64)->Arg(16384);
 BENCHMARK(copy)->Arg(64)->Arg(16384);
 
 }  // namespace
