@@ -23,14 +23,14 @@ Config parsed(const std::string& text) {
   return Config(zu_config_make1(text.c_str()));
 }
 
-std::string taken(char* text) {
+std::string freed(char* text) {
   const std::string copy = text == nullptr ? "(null)" : text;
   _zu_free(text);
   return copy;
 }
 
 std::string text_of(const Config& config) {
-  return taken(zu_config_ToString(config.get()));
+  return freed(zu_config_ToString(config.get()));
 }
 
 // All that the iterations hand out, which comes in order.
@@ -191,7 +191,7 @@ TEST(Config, QuotesAreStrippedFromAValue) {
                                         {"\";,", ";,"},
                                         {" ;", " ;"},
                                         {static_cast<const char*>(nullptr), ""}}) {
-    EXPECT_EQ(expected, taken(__GetProfileString(value)));
+    EXPECT_EQ(expected, freed(__GetProfileString(value)));
   }
 }
 
