@@ -11,8 +11,8 @@
 #include "system/file.h"
 
 using namespace kiv;
-using system::Entry;
 using system::Group;
+using system::Piece;
 
 namespace {
 
@@ -58,13 +58,13 @@ void KIV_CALL zu_config_free(zu_config* config) KIV_NOEXCEPT {
 
 const char* KIV_CALL zu_config_GetKey(zu_config* config, const char* group,
                                       const char* key) KIV_NOEXCEPT {
-  const Entry* found = config == nullptr ? nullptr : config->entry(group, key);
+  const Piece* found = config == nullptr ? nullptr : config->key(group, key);
   return found == nullptr ? nullptr : found->pair.value;
 }
 
 int KIV_CALL zu_config_IsKeyExist(zu_config* config, const char* group,
                                   const char* key) KIV_NOEXCEPT {
-  return config != nullptr && config->entry(group, key) != nullptr;
+  return config != nullptr && config->key(group, key) != nullptr;
 }
 
 int KIV_CALL zu_config_IsGroupExist(zu_config* config, const char* group) KIV_NOEXCEPT {
@@ -109,7 +109,7 @@ int KIV_CALL zu_config_GroupGetFirst(zu_config* config, const char** group) KIV_
 int KIV_CALL zu_config_GroupGetNext(zu_config* config, const char** group) KIV_NOEXCEPT {
   const Group* next = config == nullptr ? nullptr : config->next_group();
   if (next == nullptr) return 0;
-  set_output<const char*>(group, next->name);
+  set_output<const char*>(group, next->name());
   return 1;
 }
 
@@ -120,7 +120,7 @@ int KIV_CALL zu_config_KeyRewind(zu_config* config, const char* group) KIV_NOEXC
 int KIV_CALL zu_config_KeyGetFirst(zu_config* config, const char* group,
                                    const zu_config_entry** key,
                                    const zu_config_entry** value) KIV_NOEXCEPT {
-  const Entry* first = zu_config_KeyRewind(config, group) ? config->next_entry() : nullptr;
+  const Piece* first = zu_config_KeyRewind(config, group) ? config->next_key() : nullptr;
   if (first == nullptr) return 0;
   // deliberate: the pair through both outputs, unlike zu_config_KeyGetNext; callers read it so.
   set_output(key, &first->pair);
@@ -130,7 +130,7 @@ int KIV_CALL zu_config_KeyGetFirst(zu_config* config, const char* group,
 
 int KIV_CALL zu_config_KeyGetNext(zu_config* config, const char** key,
                                   const char** value) KIV_NOEXCEPT {
-  const Entry* next = config == nullptr ? nullptr : config->next_entry();
+  const Piece* next = config == nullptr ? nullptr : config->next_key();
   if (next == nullptr) return 0;
   set_output(key, next->pair.key);
   set_output(value, next->pair.value);

@@ -1,75 +1,33 @@
-// A configuration: the tokens of its text, and an index of groups and keys over them.
+// A configuration: the pieces of its text, and an index of groups and keys over them.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "base/owned.h"
-#include "kiv_base/containers.h"
-#include "kiv_base/system.h"
-#include "system/config_tokens.h"
+#include "system/config_records.h"
+#include "system/config_text.h"
 
 namespace kiv::system {
 
-// Links of what an iteration has still to hand out.
-template <typename T>
-struct PendingLinks {
-  T* prev = nullptr;
-  T* next = nullptr;
-};
-
-// What an iteration has still to hand out, in order. It needs no memory, and what is removed from
-// the configuration is taken out of it at once.
-template <typename T>
-class Pending {
- public:
-  void append(T* item) {
-    item->pending.prev = last_;
-    (last_ != nullptr ? last_->pending.next : first_) = item;
-    last_ = item;
-  }
-  void drop(T* item) {
-    if (item != first_ && item->pending.prev == nullptr) return;  // not in here
-    PendingLinks<T>& links = item->pending;
-    (links.prev != nullptr ? links.prev->pending.next : first_) = links.next;
-    (links.next != nullptr ? links.next->pending.prev : last_) = links.prev;
-    links = {};
-  }
-  // The next one, or null at the end.
-  T* take() {
-    T* item = first_;
-    if (item != nullptr) drop(item);
-    return item;
-  }
-  void clear() {
-    while (take() != nullptr) {
-    }
-  }
-
- private:
-  T* first_ = nullptr;
-  T* last_ = nullptr;
-};
-
-// A key of a group; of several equal ones, the last.
-struct Entry {
-  zu_config_entry pair;  // in this record's block, where the value is the first one
-  char* later_value;     // a block of its own
-  Token* value_token;
-  PendingLinks<Entry> pending;
-};
-
-// All sections of one name.
+// All sections of one name. The name stands in the first header, terminated there, until the group
+// is renamed.
 struct Group {
-  char* name;
-  zu_stree* keys;  // of Entry
-  Token* first_header;
-  Token* last_header;
-  PendingLinks<Group> pending;
+  const char* text = nullptr;
+  std::uint32_t length = 0;
+  bool own_text = false;
+  bool pending = false;
+  bool removed = false;
+  Piece* first_header = nullptr;
+  Piece* last_header = nullptr;
+  Group* chain = nullptr;
+  Group* next_pending = nullptr;
+
+  const char* name() const { return text; }
+  bool is_listed() const { return true; }
+  std::size_t hash() const { return hash_of(text, length, nullptr); }
 };
 
-// The tokens of a group's headers have its name as their text: the same pointer, so that a token is
-// recognised without comparing texts. Those of keys stay with the text that was read, which is then
-// written from one place.
 class Config {
  public:
   Config() = default;
@@ -77,46 +35,43 @@ class Config {
   Config(const Config&) = delete;
   Config& operator=(const Config&) = delete;
 
-  // Reads a text, with its terminator, into an empty configuration. False without memory.
+  // Reads a text, with its terminator, into an empty configuration. False if out of memory.
   bool load(base::Owned<char> source, std::size_t length);
 
-  // Look up; null when it is not there.
+  // Look up; null when it is not there. Names may be null.
   Group* group(const char* name) const;
-  Entry* entry(const char* group_name, const char* key) const;
+  Piece* key(const char* group_name, const char* name) const;
 
   // Change text and index alike. False, with nothing changed, for names that cannot be indexed, for
-  // what is not there, and without memory.
+  // what is not there, and if out of memory.
   bool set_group(const char* name);
-  bool set_key(const char* group_name, const char* key, const char* value);
-  bool unset_key(const char* group_name, const char* key);
+  bool set_key(const char* group_name, const char* name, const char* value);
+  bool unset_key(const char* group_name, const char* name);
   bool unset_group(const char* name);
   bool rename_group(const char* name, const char* new_name);
 
   void rewind_groups();
   bool rewind_keys(const char* group_name);
-  Group* next_group() { return pending_groups_.take(); }
-  Entry* next_entry() { return pending_entries_.take(); }
+  Group* next_group() { return pending_groups_.take(group_pool_); }
+  Piece* next_key() { return pending_keys_.take(text_.pool()); }
 
-  base::Owned<char> print(std::size_t& length) const { return tokens_.print(length); }
+  base::Owned<char> print(std::size_t& length) const { return text_.print(length); }
 
  private:
   friend class ConfigParser;
 
-  Group* add_group(const char* name, std::size_t length);
-  bool index_header(Token* header, Group*& group);
-  bool index_key(Group& group, Token* key, Token* value);
-  bool add_key(Group& group, const char* key, const char* value);
-  bool update_key(Entry& entry, const char* value);
-  void remove_from_index(Group* group);
-  template <typename Visit>
-  void visit_sections(const Group& group, Visit visit);
+  Group** find_group(const char* name, std::size_t length) const;
+  Piece** find_key(const Group& group, const char* name, std::size_t length) const;
+  Piece* take_from_index(const Group& group, const char* name, std::size_t length);
+  void release(Group* group);
 
   base::Owned<char> source_;
-  TokenPool pool_;
-  TokenList tokens_{pool_};
-  zu_stree* groups_ = nullptr;  // of Group; made with the first one
+  ConfigText text_;
+  Pool<Group> group_pool_;
+  Index<Group> groups_;
+  Index<Piece> keys_;
   Pending<Group> pending_groups_;
-  Pending<Entry> pending_entries_;
+  Pending<Piece> pending_keys_;
 };
 
 }  // namespace kiv::system

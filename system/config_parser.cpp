@@ -1,4 +1,4 @@
-// From a configuration text to tokens and index, in one walk.
+// From a configuration text to its pieces and index, in one walk.
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -16,14 +16,20 @@ constexpr bool is_line_end(char c) {
   return c == '\r' || c == '\n';
 }
 
+// Names are terminated texts in the index; one that is empty or holds a zero byte is not indexed.
+bool can_be_indexed(const Piece& piece) {
+  return piece.length > 0 && std::memchr(piece.pair.key, '\0', piece.length) == nullptr;
+}
+
 }  // namespace
 
 class ConfigParser {
  public:
-  ConfigParser(Config& config, const char* text, std::size_t length)
+  ConfigParser(Config& config, char* text, std::size_t length)
       : config_(config), at_(text), end_(text + length) {}
 
   bool run() {
+    if (!make_room()) return false;
     if (begins_with_mark() && !take(Kind::byte_order_mark, at_ + 3)) return false;
     while (at_ != end_) {
       if (!next()) return false;
@@ -32,6 +38,14 @@ class ConfigParser {
   }
 
  private:
+  // For a piece and a key in each line.
+  bool make_room() {
+    std::size_t lines = 1;
+    for (const char* c = at_; c != end_; ++c) lines += c[0] == '\n' && !is_line_end(c[1]);
+    config_.text_.pool().expect(lines);
+    return config_.groups_.prepare() && config_.keys_.prepare(lines);
+  }
+
   bool begins_with_mark() const {
     return end_ - at_ >= 3 && std::memcmp(at_, "\xEF\xBB\xBF", 3) == 0;
   }
@@ -43,13 +57,14 @@ class ConfigParser {
         return take(Kind::blank, skip_blanks(at_));
       case '\r':
       case '\n':
-        return take(Kind::line_end, std::find_if_not(at_, end_, is_line_end));
+        return line_ends();
       case ';':
       case '#':
         return take(Kind::comment, line_end());
       case '/':
         // A single slash is no comment, but its line is kept like one.
-        return end_ - at_ > 1 && at_[1] == '*' ? block_comment() : take(Kind::comment, line_end());
+        if (end_ - at_ > 1 && at_[1] == '*') return block_comment();
+        return take(Kind::comment, line_end());
       case '=':
         return take(Kind::comment, line_end());
       case '[':
@@ -59,48 +74,90 @@ class ConfigParser {
     }
   }
 
-  Token* block_comment() {
+  bool line_ends() {
+    char* const text = std::exchange(at_, std::find_if_not(at_, end_, is_line_end));
+    return config_.text_.append_line_end(text, static_cast<std::size_t>(at_ - text));
+  }
+
+  bool block_comment() {
     constexpr char kClosing[] = {'*', '/'};
-    const char* closing = std::search(at_ + 2, end_, kClosing, kClosing + 2);
+    char* const closing = std::search(at_ + 2, end_, kClosing, kClosing + 2);
     const bool open = closing == end_;
-    return take(Kind::comment, open ? end_ : closing + 2, open);
+    Piece* const comment = take(Kind::comment, open ? end_ : closing + 2);
+    if (comment != nullptr) comment->open = open;
+    return comment != nullptr;
   }
 
   bool header() {
     ++at_;
-    const char* closing = std::find(at_, end_, ']');
-    const bool open = closing == end_;
-    Token* header = take(Kind::header, closing, open);
-    if (!open) ++at_;
-    return header != nullptr && config_.index_header(header, group_);
+    char* const closing = std::find(at_, end_, ']');
+    Piece* const header = take(Kind::header, closing);
+    if (header == nullptr) return false;
+    header->open = closing == end_;
+    if (!header->open) ++at_;
+    group_ = nullptr;
+    if (!can_be_indexed(*header)) return true;
+    *closing = '\0';
+    return index_header(*header);
   }
 
   bool key() {
-    const char* name_end =
+    char* const name_end =
         std::find_if(at_, end_, [](char c) { return is_blank(c) || is_line_end(c) || c == '='; });
-    const char* equals = skip_blanks(name_end);
+    char* const equals = skip_blanks(name_end);
     // What is no key is kept with its line.
     if (equals == end_ || *equals != '=') return take(Kind::comment, line_end());
-    Token* key = take(Kind::key, name_end);
-    if (key == nullptr || (equals != name_end && !take(Kind::blank, equals))) return false;
-    if (!take(Kind::equals, equals + 1)) return false;
+    Piece* const key = take(Kind::key, name_end);
+    if (key == nullptr) return false;
+    key->separator = std::exchange(*name_end, '\0');
     // deliberate: blanks after "=" belong to the value; what is set and written keeps its look.
-    Token* value = take(Kind::value, line_end());
-    return value != nullptr && (group_ == nullptr || config_.index_key(*group_, key, value));
+    key->pair.value = at_ = equals + 1;
+    char* const value_end = at_ = line_end();
+    key->value_length = static_cast<std::uint32_t>(value_end - key->pair.value);
+    if (at_ != end_ && !line_ends()) return false;
+    *value_end = '\0';
+    if (group_ != nullptr && can_be_indexed(*key)) index_key(*key);
+    return true;
   }
 
-  Token* take(Kind kind, const char* end, bool open = false) {
-    const char* text = std::exchange(at_, end);
-    return config_.tokens_.append(kind, text, static_cast<std::size_t>(end - text), open);
+  // Finds or adds the group of a header. False if out of memory.
+  bool index_header(Piece& header) {
+    Group** const known = config_.find_group(header.pair.key, header.length);
+    group_ = known != nullptr ? *known : config_.group_pool_.take();
+    if (group_ == nullptr) return false;
+    header.group = group_;
+    if (known != nullptr) {
+      group_->last_header->chain = &header;
+    } else {
+      group_->text = header.pair.key;
+      group_->length = header.length;
+      group_->first_header = &header;
+      config_.groups_.insert(group_);
+    }
+    group_->last_header = &header;
+    return true;
   }
 
-  const char* skip_blanks(const char* from) const { return std::find_if_not(from, end_, is_blank); }
-  const char* line_end() const { return std::find_if(at_, end_, is_line_end); }
+  void index_key(Piece& key) {
+    if (Piece** const known = config_.find_key(*group_, key.pair.key, key.length)) {
+      (*known)->shadowed = true;
+    }
+    key.group = group_;
+    config_.keys_.insert(&key);
+  }
+
+  Piece* take(Kind kind, char* end) {
+    const char* const text = std::exchange(at_, end);
+    return config_.text_.append(kind, text, static_cast<std::size_t>(end - text));
+  }
+
+  char* skip_blanks(char* from) const { return std::find_if_not(from, end_, is_blank); }
+  char* line_end() const { return std::find_if(at_, end_, is_line_end); }
 
   Config& config_;
   Group* group_ = nullptr;
-  const char* at_;
-  const char* const end_;
+  char* at_;
+  char* const end_;
 };
 
 bool Config::load(base::Owned<char> source, std::size_t length) {

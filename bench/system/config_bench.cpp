@@ -1,12 +1,14 @@
 // A configuration loaded, asked, changed and saved. inih keeps nothing: its rows store the values
 // in a std::map, as a program would. iniparser keeps a dictionary of all names.
 #include <benchmark/benchmark.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "kiv_base/base.h"
 #include "kiv_base/system.h"
@@ -88,6 +90,39 @@ void get(benchmark::State& state) {
   zu_config_free(config);
 }
 
+// The bytes that a configuration takes, for each byte of its text.
+void memory(benchmark::State& state) {
+  const std::string text = text_of(state.range(0));
+  const File file(text);
+  for (auto _ : state) {
+    const std::size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
+    zu_config* config = zu_config_make(file.name);
+    const std::size_t after = mallinfo2().uordblks + mallinfo2().hblkhd;
+    zu_config_free(config);
+    state.counters["memory_by_text"] =
+        static_cast<double>(after - before) / static_cast<double>(text.size());
+  }
+}
+
+// All keys of one group removed, in the order of the text.
+void unset(benchmark::State& state) {
+  std::string text = "[g]\n";
+  std::vector<std::string> keys;
+  for (std::int64_t k = 0; k < state.range(0); ++k) {
+    keys.push_back("some_key_" + std::to_string(k));
+    text += keys.back() + " = a value of some length\n";
+  }
+  for (auto _ : state) {
+    zu_config* config = zu_config_make1(text.c_str());
+    for (const std::string& key : keys) zu_config_UnsetKey(config, "g", key.c_str());
+    if (zu_config_KeyRewind(config, "g") + zu_config_KeyGetNext(config, nullptr, nullptr) != 1) {
+      state.SkipWithError("not removed");
+    }
+    zu_config_free(config);
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 void change(benchmark::State& state) {
   zu_config* config = zu_config_make1(text_of(state.range(0)).c_str());
   const std::string group = "group" + std::to_string(state.range(0) / 2);
@@ -96,17 +131,30 @@ void change(benchmark::State& state) {
 }
 
 #ifdef HAVE_INIH
-void load_inih(benchmark::State& state) {
-  const std::string text = text_of(state.range(0));
-  const File file(text);
-  using Values = std::map<std::string, std::map<std::string, std::string>>;
+using Values = std::map<std::string, std::map<std::string, std::string>>;
+
+Values values_of(const char* file_name) {
   const auto keep = [](void* user, const char* group, const char* key, const char* value) {
     (*static_cast<Values*>(user))[group][key] = value;
     return 1;
   };
+  Values values;
+  if (ini_parse(file_name, keep, &values) != 0) std::abort();
+  return values;
+}
+
+void get_inih(benchmark::State& state) {
+  const Values values = values_of(File(text_of(state.range(0))).name);
+  const std::string group = "group" + std::to_string(state.range(0) / 2), key = "some_key_7";
+  for (auto _ : state) benchmark::DoNotOptimize(values.find(group)->second.find(key)->second);
+}
+BENCHMARK(get_inih)->Arg(10)->Arg(1000);
+
+void load_inih(benchmark::State& state) {
+  const std::string text = text_of(state.range(0));
+  const File file(text);
   for (auto _ : state) {
-    Values values;
-    if (ini_parse(file.name, keep, &values) != 0) state.SkipWithError("not parsed");
+    Values values = values_of(file.name);
     benchmark::DoNotOptimize(values["group0"]["some_key_0"]);
   }
   count_bytes(state, text);
@@ -132,6 +180,8 @@ BENCHMARK(load)->Arg(10)->Arg(100)->Arg(1000);
 BENCHMARK(print)->Arg(10)->Arg(1000);
 BENCHMARK(save)->Arg(10)->Arg(1000);
 BENCHMARK(get)->Arg(10)->Arg(1000);
+BENCHMARK(memory)->Arg(10)->Arg(1000)->Iterations(1);
+BENCHMARK(unset)->Arg(6000)->Arg(60000)->Unit(benchmark::kMillisecond);
 BENCHMARK(change)->Arg(10)->Arg(1000);
 
 }  // namespace

@@ -27,7 +27,7 @@ TEST(SystemFailures, AChangeIsMadeWholeOrNotAtAll) {
                             [](zu_config* c) { return zu_config_SetKey(c, "g", "k", "v"); },
                             [](zu_config* c) { return zu_config_SetGroup(c, "new"); },
                             [](zu_config* c) { return zu_config_RenameGroup(c, "g", "new"); }};
-  // Tokens come many to a block: each change meets the end of one.
+  // Records come many to a block: each change meets the end of one.
   std::string text = kText;
   for (int round = 0; round < 80; ++round) {
     const Change change = changes[round % 5];

@@ -196,7 +196,7 @@ TEST(Config, QuotesAreStrippedFromAValue) {
 }
 
 TEST(Config, IterationsSurviveChanges) {
-  const Config config = parsed("[a]\n[b]\n[c]\nk1=1\nk2=2\nk3=3\nk4=4\n[d]\n[e]\n");
+  const Config config = parsed("[a]\n[b]\n[c]\nk1=1\nk2=2\nk3=3\nk4=4\n[d]\nk=1\n\n[e]\n");
   const char *name, *value;
   ASSERT_EQ(1, zu_config_GroupRewind(config.get()) & zu_config_KeyRewind(config.get(), "c"));
   zu_config_UnsetGroup(config.get(), "a");
@@ -213,9 +213,40 @@ TEST(Config, IterationsSurviveChanges) {
     EXPECT_EQ(1, zu_config_UnsetKey(config.get(), "c", name)) << "its own text names it";
   }
   EXPECT_EQ("xcd k22 k45", seen);
-  zu_config_KeyRewind(config.get(), "c");
-  zu_config_UnsetGroup(config.get(), "c");
+  zu_config_KeyRewind(config.get(), "d");
+  zu_config_UnsetGroup(config.get(), "d");
   EXPECT_EQ(0, zu_config_KeyGetNext(config.get(), &name, nullptr));
+  zu_config_SetKey(config.get(), "c", "n", "1");
+  EXPECT_EQ("[x]\n[c]\r\nn=1\n\n\r\n[ab]", text_of(config)) << "the blank line of a key stays";
+}
+
+// Enough of them that the index grows, and names that share all but their last bytes.
+TEST(Config, ManyGroupsAndKeysAreAllFound) {
+  std::mt19937 random(7);
+  const auto name = [&](const char* stem, unsigned n) {
+    return stem + std::to_string(random() % n);
+  };
+  std::string text;
+  Model model;
+  for (int line = 0; line < 2000; ++line) {
+    const std::string group = name("section", 30), key = name("some_long_key_", 50);
+    text += "[" + group + "]\n" + key + "=" + std::to_string(line) + "\n";
+    model[group][key] = std::to_string(line);
+  }
+  const Config config = parsed(text);
+  EXPECT_EQ(model, model_of(config));
+  for (int edit = 0; edit < 4000; ++edit) {
+    const std::string group = name("section", 60), key = name("some_long_key_", 80);
+    if (random() % 3 > 0) {
+      ASSERT_EQ(1, zu_config_SetKey(config.get(), group.c_str(), key.c_str(), group.c_str()));
+      model[group][key] = group;
+    } else {
+      const bool has = model.count(group) != 0 && model[group].erase(key) != 0;
+      ASSERT_EQ(has, zu_config_UnsetKey(config.get(), group.c_str(), key.c_str()));
+    }
+  }
+  EXPECT_EQ(model, model_of(config));
+  EXPECT_EQ(model, model_of(parsed(text_of(config))));
 }
 
 TEST(Config, FilesAreWholeOrOldOrUntouched) {
