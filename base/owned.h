@@ -60,6 +60,16 @@ class Owned {
   T* memory_ = nullptr;
 };
 
+// Returns a terminated copy of `length` bytes; empty if out of memory.
+inline Owned<char> copy_text(const char* text, std::size_t length) {
+  if (length >= static_cast<std::size_t>(INT32_MAX)) return {};
+  auto copy = Owned<char>::allocate(length + 1);
+  if (!copy) return copy;
+  std::memcpy(copy.get(), text, length);
+  copy[length] = '\0';
+  return copy;
+}
+
 // Deletes what an exported function frees: std::unique_ptr<zu_jitter, FreedBy<zu_jitter_free>>.
 template <auto Free>
 struct FreedBy {

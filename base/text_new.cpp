@@ -3,7 +3,10 @@
 #include <cstring>
 #include <initializer_list>
 
+#include "base/owned.h"
 #include "kiv_base/base.h"
+
+using namespace kiv;
 
 namespace {
 
@@ -13,12 +16,6 @@ char* make_text(std::uint64_t length) {
   auto* text = static_cast<char*>(_zu_malloc(static_cast<std::int32_t>(length + 1)));
   if (text != nullptr) text[length] = '\0';
   return text;
-}
-
-char* copy_text(const char* bytes, std::size_t length) {
-  char* copy = make_text(length);
-  if (copy != nullptr) std::memcpy(copy, bytes, length);
-  return copy;
 }
 
 char* join(std::initializer_list<const char*> parts) {
@@ -41,7 +38,7 @@ char* join(std::initializer_list<const char*> parts) {
 }  // namespace
 
 char* KIV_CALL zu_strdup(const char* text) KIV_NOEXCEPT {
-  return text == nullptr ? nullptr : copy_text(text, std::strlen(text));
+  return text == nullptr ? nullptr : base::copy_text(text, std::strlen(text)).release();
 }
 
 char* KIV_CALL zu_strndup(const char* text, int32_t n) KIV_NOEXCEPT {
@@ -61,7 +58,8 @@ char* KIV_CALL zu_strdup3(const char* a, const char* b, const char* c) KIV_NOEXC
 
 void* KIV_CALL zu_memdup(const void* bytes, int32_t length) KIV_NOEXCEPT {
   if (bytes == nullptr || length < 0) return nullptr;
-  return copy_text(static_cast<const char*>(bytes), static_cast<std::size_t>(length));
+  return base::copy_text(static_cast<const char*>(bytes), static_cast<std::size_t>(length))
+      .release();
 }
 
 char* KIV_CALL zu_strreverse(const char* text, int32_t n) KIV_NOEXCEPT {

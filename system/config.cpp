@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <string_view>
 #include <utility>
 
 #include "kiv_base/base.h"
@@ -24,16 +25,36 @@ zu_config* make_empty() {
   return memory ? new (memory.release()) zu_config : nullptr;
 }
 
+void destroy(zu_config* config) {
+  if (config == nullptr) return;
+  config->~zu_config();
+  _zu_free(config);
+}
+
 zu_config* make_from(base::Owned<char> text, std::size_t length) {
   zu_config* config = text ? make_empty() : nullptr;
   if (config == nullptr || config->load(std::move(text), length)) return config;
-  zu_config_free(config);
+  destroy(config);
   return nullptr;
 }
 
 template <typename T>
 void set_output(T* output, T value) {
   if (output != nullptr) *output = value;
+}
+
+bool hand_out(const Group* group, const char** name) {
+  if (group == nullptr) return false;
+  set_output<const char*>(name, group->name());
+  return true;
+}
+
+// What stands between a double quote at the start of a value and one at its end.
+std::string_view without_quotes(std::string_view value) {
+  const std::size_t start = value.find_first_not_of(" \t");
+  if (start != value.npos && value[start] == '"') value.remove_prefix(start + 1);
+  const std::size_t last = value.find_last_not_of(" \t;,");
+  return last != value.npos && value[last] == '"' ? value.substr(0, last) : value;
 }
 
 }  // namespace
@@ -47,13 +68,12 @@ zu_config* KIV_CALL zu_config_make(const char* file_name) KIV_NOEXCEPT {
 
 zu_config* KIV_CALL zu_config_make1(const char* text) KIV_NOEXCEPT {
   if (text == nullptr) return make_empty();
-  return make_from(base::Owned<char>(zu_strdup(text)), std::strlen(text));
+  const std::size_t length = std::strlen(text);
+  return make_from(base::copy_text(text, length), length);
 }
 
 void KIV_CALL zu_config_free(zu_config* config) KIV_NOEXCEPT {
-  if (config == nullptr) return;
-  config->~zu_config();
-  _zu_free(config);
+  destroy(config);
 }
 
 const char* KIV_CALL zu_config_GetKey(zu_config* config, const char* group,
@@ -102,15 +122,13 @@ int KIV_CALL zu_config_GroupRewind(zu_config* config) KIV_NOEXCEPT {
 }
 
 int KIV_CALL zu_config_GroupGetFirst(zu_config* config, const char** group) KIV_NOEXCEPT {
-  zu_config_GroupRewind(config);
-  return zu_config_GroupGetNext(config, group);
+  if (config == nullptr) return 0;
+  config->rewind_groups();
+  return hand_out(config->next_group(), group);
 }
 
 int KIV_CALL zu_config_GroupGetNext(zu_config* config, const char** group) KIV_NOEXCEPT {
-  const Group* next = config == nullptr ? nullptr : config->next_group();
-  if (next == nullptr) return 0;
-  set_output<const char*>(group, next->name());
-  return 1;
+  return config != nullptr && hand_out(config->next_group(), group);
 }
 
 int KIV_CALL zu_config_KeyRewind(zu_config* config, const char* group) KIV_NOEXCEPT {
@@ -120,7 +138,8 @@ int KIV_CALL zu_config_KeyRewind(zu_config* config, const char* group) KIV_NOEXC
 int KIV_CALL zu_config_KeyGetFirst(zu_config* config, const char* group,
                                    const zu_config_entry** key,
                                    const zu_config_entry** value) KIV_NOEXCEPT {
-  const Piece* first = zu_config_KeyRewind(config, group) ? config->next_key() : nullptr;
+  if (config == nullptr || !config->rewind_keys(group)) return 0;
+  const Piece* first = config->next_key();
   if (first == nullptr) return 0;
   // deliberate: the pair through both outputs, unlike zu_config_KeyGetNext; callers read it so.
   set_output(key, &first->pair);
@@ -150,16 +169,6 @@ int KIV_CALL zu_config_SaveToFile(zu_config* config, const char* file_name) KIV_
 }
 
 char* KIV_CALL __GetProfileString(const char* value) KIV_NOEXCEPT {
-  if (value == nullptr) return zu_strdup("");
-  const auto is_blank = [](char c) { return c == ' ' || c == '\t'; };
-  const char* start = value;
-  while (is_blank(*start)) ++start;
-  start = *start == '"' ? start + 1 : value;
-  const char* const end = start + std::strlen(start);
-  const char* last = end;
-  while (last != start && (is_blank(last[-1]) || last[-1] == ';' || last[-1] == ',')) --last;
-  const bool quoted = last != start && last[-1] == '"';
-  const std::ptrdiff_t length = (quoted ? last - 1 : end) - start;
-  return length > INT32_MAX ? nullptr
-                            : static_cast<char*>(zu_memdup(start, static_cast<int32_t>(length)));
+  const std::string_view plain = without_quotes(value != nullptr ? value : "");
+  return base::copy_text(plain.data(), plain.size()).release();
 }

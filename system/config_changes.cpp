@@ -21,9 +21,8 @@ void free_name(const Group& group) {
 // Gives the group a copy of a name. False, with nothing changed, if out of memory.
 bool set_name(Group& group, const char* name) {
   const std::size_t length = std::strlen(name);
-  auto text = base::Owned<char>::allocate(length + 1);
+  auto text = base::copy_text(name, length);
   if (!text) return false;
-  std::memcpy(text.get(), name, length + 1);
   free_name(group);
   group.text = text.release();
   group.length = static_cast<std::uint32_t>(length);

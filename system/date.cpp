@@ -119,14 +119,25 @@ char* put_two_digits(char* out, int number, char behind) {
   return out;
 }
 
-bool local_now(std::tm& now) {
-  return platform::local_time(platform::wall_us() / 1000000, &now);
+// Writes the date, terminated, into kGmtStringSize bytes.
+void put_date(char* out, const std::tm& date) {
+  char* const end = out + kGmtStringSize;
+  out = put_name(out, kDays[date.tm_wday]);
+  *out++ = ',';
+  *out++ = ' ';
+  out = put_two_digits(out, date.tm_mday, ' ');
+  out = put_name(out, kMonths[date.tm_mon]);
+  *out++ = ' ';
+  out = std::to_chars(out, end, date.tm_year + 1900LL).ptr;
+  *out++ = ' ';
+  out = put_two_digits(out, date.tm_hour, ':');
+  out = put_two_digits(out, date.tm_min, ':');
+  out = put_two_digits(out, date.tm_sec, ' ');
+  std::memcpy(out, "GMT", 4);
 }
 
-}  // namespace
-
-zu_time KIV_CALL zu_DateParse(const char* text) KIV_NOEXCEPT {
-  if (text == nullptr) return -1;
+// Reads a date in any of the forms; -1 when none fits or there is no such time.
+zu_time parse_date(const char* text) {
   while (*text == ' ' || *text == '\t') ++text;
   for (const char* format : kFormats) {
     std::tm date{};
@@ -141,24 +152,22 @@ zu_time KIV_CALL zu_DateParse(const char* text) KIV_NOEXCEPT {
   return -1;
 }
 
+bool local_now(std::tm& now) {
+  return platform::local_time(platform::wall_us() / 1000000, &now);
+}
+
+}  // namespace
+
+zu_time KIV_CALL zu_DateParse(const char* text) KIV_NOEXCEPT {
+  return text == nullptr ? -1 : parse_date(text);
+}
+
 char* KIV_CALL zu_GetGMTString(zu_time time) KIV_NOEXCEPT {
   std::tm local{};
   // deliberate: local time under the label "GMT"; zu_DateParse reads it back as it is written.
   if (!platform::local_time(time, &local)) return nullptr;
   auto text = base::Owned<char>::allocate(kGmtStringSize);
-  if (!text) return nullptr;
-  char* out = put_name(text.get(), kDays[local.tm_wday]);
-  *out++ = ',';
-  *out++ = ' ';
-  out = put_two_digits(out, local.tm_mday, ' ');
-  out = put_name(out, kMonths[local.tm_mon]);
-  *out++ = ' ';
-  out = std::to_chars(out, text.get() + kGmtStringSize, local.tm_year + 1900LL).ptr;
-  *out++ = ' ';
-  out = put_two_digits(out, local.tm_hour, ':');
-  out = put_two_digits(out, local.tm_min, ':');
-  out = put_two_digits(out, local.tm_sec, ' ');
-  std::memcpy(out, "GMT", 4);
+  if (text) put_date(text.get(), local);
   return text.release();
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <string_view>
 
 #include "base/owned.h"
 #include "base/text.h"
@@ -140,32 +141,49 @@ bool same(const char* a, const char* b, std::size_t length, bool match_case) {
   return match_case ? std::memcmp(a, b, length) == 0 : base::equal_ignoring_case(a, b, length);
 }
 
-int match_terminated(const zu_pattern* pattern, const char* text, int match_case) {
+// One block: the text stands behind the record. Empty for null, for 2 GiB and if out of memory.
+base::Owned<zu_pattern> make_pattern(const char* text) {
   const std::size_t length = text == nullptr ? 0 : std::strlen(text);
-  if (length > INT32_MAX) return 0;
-  return zu_pattern_match(pattern, static_cast<std::uint32_t>(length), text, nullptr, match_case);
+  if (text == nullptr || length > INT32_MAX) return {};
+  auto block = base::Owned<char>::allocate(sizeof(zu_pattern) + length + 1);
+  if (!block) return {};
+  auto* pattern = new (block.get()) zu_pattern{};
+  pattern->text = block.release() + sizeof(zu_pattern);
+  normalise(*pattern, text);
+  classify(*pattern);
+  return base::Owned<zu_pattern>(pattern);
 }
 
-int match_once(const char* pattern_text, const char* text, int match_case) {
-  zu_pattern* pattern = zu_pattern_make(pattern_text);
-  const int matched = match_terminated(pattern, text, match_case);
-  zu_pattern_free(pattern);
-  return matched;
+// `reversed` may be null.
+bool matches_whole(const zu_pattern& pattern, std::string_view text, const char* reversed,
+                   bool match_case) {
+  if (text.size() < pattern.min_length || text.size() > pattern.max_length) return false;
+  switch (pattern.match_type) {
+    case kExact:
+    case kHead:
+      return same(text.data(), pattern.text, pattern.length, match_case);
+    case kTail:
+      return same(text.data() + text.size() - pattern.length, pattern.text, pattern.length,
+                  match_case);
+    // deliberate: case always counts in the general shapes; rules in use are written for that.
+    case kGeneralFromTail:
+      return reversed ? matches(pattern, Forward{reversed, text.size()})
+                      : matches(pattern, Backward{text.data(), text.size()});
+    default:
+      return matches(pattern, Forward{text.data(), text.size()});
+  }
+}
+
+bool matches_string(const zu_pattern* pattern, const char* text, bool match_case) {
+  if (pattern == nullptr || text == nullptr) return false;
+  const std::string_view whole(text);
+  return whole.size() <= INT32_MAX && matches_whole(*pattern, whole, nullptr, match_case);
 }
 
 }  // namespace
 
 zu_pattern* KIV_CALL zu_pattern_make(const char* text) KIV_NOEXCEPT {
-  const std::size_t length = text == nullptr ? 0 : std::strlen(text);
-  if (text == nullptr || length > INT32_MAX) return nullptr;
-  // One block: the text stands behind the record.
-  auto block = base::Owned<char>::allocate(sizeof(zu_pattern) + length + 1);
-  if (!block) return nullptr;
-  auto* pattern = new (block.get()) zu_pattern{};
-  pattern->text = block.release() + sizeof(zu_pattern);
-  normalise(*pattern, text);
-  classify(*pattern);
-  return pattern;
+  return make_pattern(text).release();
 }
 
 void KIV_CALL zu_pattern_free(zu_pattern* pattern) KIV_NOEXCEPT {
@@ -181,34 +199,21 @@ int KIV_CALL zu_pattern_equal(const zu_pattern* a, const zu_pattern* b) KIV_NOEX
 int KIV_CALL zu_pattern_match(const zu_pattern* pattern, uint32_t length, const char* text,
                               const char* reversed, int match_case) KIV_NOEXCEPT {
   if (pattern == nullptr || text == nullptr) return 0;
-  if (length < pattern->min_length || length > pattern->max_length) return 0;
-  switch (pattern->match_type) {
-    case kExact:
-    case kHead:
-      return same(text, pattern->text, pattern->length, match_case != 0);
-    case kTail:
-      return same(text + length - pattern->length, pattern->text, pattern->length, match_case != 0);
-    // deliberate: case always counts in the general shapes; rules in use are written for that.
-    case kGeneralFromTail:
-      return reversed ? matches(*pattern, Forward{reversed, length})
-                      : matches(*pattern, Backward{text, length});
-    default:
-      return matches(*pattern, Forward{text, length});
-  }
+  return matches_whole(*pattern, {text, length}, reversed, match_case != 0);
 }
 
 int KIV_CALL zu_pattern_match_string(const zu_pattern* pattern, const char* text) KIV_NOEXCEPT {
-  return match_terminated(pattern, text, 1);
+  return matches_string(pattern, text, true);
 }
 
 int KIV_CALL zu_pattern_match_istring(const zu_pattern* pattern, const char* text) KIV_NOEXCEPT {
-  return match_terminated(pattern, text, 0);
+  return matches_string(pattern, text, false);
 }
 
 int KIV_CALL zu_pattern_match_simple(const char* pattern, const char* text) KIV_NOEXCEPT {
-  return match_once(pattern, text, 1);
+  return matches_string(make_pattern(pattern).get(), text, true);
 }
 
 int KIV_CALL zu_pattern_match_isimple(const char* pattern, const char* text) KIV_NOEXCEPT {
-  return match_once(pattern, text, 0);
+  return matches_string(make_pattern(pattern).get(), text, false);
 }
