@@ -135,7 +135,7 @@ typedef void(KIV_CALL* zu_event_fn)(void* user);
  *   zu_box_StartLoop(box);               // until zu_box_BreakLoop, or nothing is left to wait for
  *   zu_box_free(box);
  *
- * A turn of the loop serves at most one ready socket of each kind (read, write, except), the
+ * An iteration of the loop serves at most one ready socket of each kind (read, write, except), the
  * highest socket id first, and timers only when no socket was ready: one peer that never pauses
  * holds up every timer and every lower socket of its box.
  *
@@ -361,8 +361,8 @@ KIV_API int KIV_CALL zu_box_timer_IsExist(zu_box* box, int32_t timer) KIV_NOEXCE
 /* ---- kiv_box: boxes for any thread --------------------------------------------------------------
  *
  * A `kiv_box` is a raw box that any thread may drive, behind a handle that is checked at every
- * call: one lock guards the tables of all boxes, and a call from another thread wakes the loop
- * with a datagram over 127.0.0.1. The callbacks get the `kiv_box` as their first argument.
+ * call: each box has a lock of its own, and a call from another thread wakes the loop with a
+ * datagram over 127.0.0.1. The callbacks get the `kiv_box` as their first argument.
  *
  *   kiv_box* box = kiv_box_new();        // this thread is its owner and runs its loop
  *   kiv_box_NewTcpClient(box, "example.org", 80, on_connect, NULL, on_failure, NULL, ...);
@@ -370,7 +370,7 @@ KIV_API int KIV_CALL zu_box_timer_IsExist(zu_box* box, int32_t timer) KIV_NOEXCE
  *
  * A box has two UDP sockets of its own, on the first free ports of 127.0.0.1 from 21800 and from
  * 31800 on, and one timer of 10 s; they count in GetNumSock and GetNumTimer. Every program of this
- * machine can send to the first, and each datagram costs a turn of the loop.
+ * machine can send to the first, and each datagram costs an iteration of the loop.
  *
  * What the functions share: a handle that is not a live box gives -1 (ids, counts, lengths) or 0,
  * and does nothing. Otherwise arguments and results are those of the zu_box_* function of like

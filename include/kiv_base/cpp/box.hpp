@@ -143,6 +143,21 @@ class BoxRef : public Ref<kiv_box> {
   std::int32_t thread_id() const noexcept { return kivx_box_GetThreadId(object_); }
   void break_loop() const noexcept { kiv_box_BreakLoop(object_); }
 
+  // Additions: fair rounds in the place of the stated order; more sockets than 1024; a function for
+  // the loop's thread, and one that releases its argument when it never runs.
+  bool set_fair_rounds(bool on) const noexcept {
+    return kivx_box_SetFairRounds(object_, on ? 1 : 0) == 1;
+  }
+  bool set_capacity(std::int32_t count) const noexcept {
+    return kivx_box_SetCapacity(object_, count) == 1;
+  }
+  bool set_backlog(SocketId listener, std::int32_t backlog) const noexcept {
+    return kivx_box_SetBacklog(object_, listener, backlog) == 1;
+  }
+  bool post(zu_box_post_fn function, void* argument, zu_event_fn release = nullptr) const noexcept {
+    return kivx_box_Post(object_, function, argument, release) == 1;
+  }
+
   // Sockets.
   SocketId connect(TextRef host, std::uint16_t port, const ClientCallbacks& calls) const noexcept {
     return kiv_box_NewTcpClient(
