@@ -46,6 +46,7 @@ static void KIV_CALL on_accept(void* box, void*, int32_t, int32_t socket, const 
 
 int main() {
   kiv_box* box = kiv_box_new();
+  kivx_box_SetFairRounds(box, 1);
   if (kiv_box_NewTcpServer(box, "127.0.0.1", 7007, on_accept, nullptr) < 0) return 1;
   kiv_box_loop(box);
 }

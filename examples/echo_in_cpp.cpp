@@ -36,6 +36,7 @@ struct Client {
 
 int main() {
   kiv::Box box = kiv::Box::make();
+  box.set_fair_rounds(true);
   auto on_accept = [&](kiv::BoxRef at, kiv::SocketId, kiv::SocketId socket, auto...) {
     auto* client = new Client{at, socket, {}};
     if (!client->receive()) delete client;

@@ -18,6 +18,7 @@ NativeServer::NativeServer(Room& room, kiv::LogRef log, const NativeLimits& limi
   shared_.limits = limits;
   shared_.on_writable = kiv::bind<&NativeServer::on_writable>(*this);
   shared_.box = kiv::BigBox::make(limits.slaves, limits.clients);
+  shared_.box.set_fair_rounds(true);
   room.listen([this](const Message& message) {
     for (auto& [socket, client] : clients_) client->hear(message);
   });

@@ -39,6 +39,7 @@ int serve(const Options& options) {
   }
   kiv_box* box = kiv_box_new();
   if (box == nullptr) return fail("no event loop: memory or ports of 127.0.0.1 have run out");
+  kivx_box_SetFairRounds(box, 1);
   Server server(box, *folder, log.get(), options.server);
   if (!server.listen()) {
     kiv_box_free(box);

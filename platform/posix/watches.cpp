@@ -168,7 +168,11 @@ void Watches::begin_poll() noexcept {
   polled_count_ = 0;
   for (Watch& watch : *this) {
     watch.fresh = 0;
-    if (watch.is_muted && !is_open(watch.socket)) dead.insert(watch.socket);
+    if (watch.is_muted) {
+      const short shown = shown_now(watch.socket, 0);
+      if ((shown & POLLNVAL) != 0) dead.insert(watch.socket);
+      watch.is_muted = (shown & (POLLERR | POLLHUP)) != 0;  // it may have been connected since
+    }
     // A negative number is passed over by poll().
     polled_[polled_count_++] = {watch.is_muted ? ~watch.socket : watch.socket,
                                 poll_events(watch.kinds), 0};

@@ -27,6 +27,18 @@ class BigBoxRef : public Ref<kiv_bigbox> {
     return BigBox(kiv_bigbox_make(slaves, max_clients));
   }
 
+  // Additions; see BoxRef. A post runs on the thread that serves the client.
+  bool set_fair_rounds(bool on) const noexcept {
+    return kivx_bigbox_SetFairRounds(object_, on ? 1 : 0) == 1;
+  }
+  bool set_backlog(SocketId listener, std::int32_t backlog) const noexcept {
+    return kivx_bigbox_SetBacklog(object_, listener, backlog) == 1;
+  }
+  bool post(SocketId client, zu_box_post_fn function, void* argument,
+            zu_event_fn release = nullptr) const noexcept {
+    return kivx_bigbox_Post(object_, client, function, argument, release) == 1;
+  }
+
   SocketId listen(TextRef local_ip, std::uint16_t port, OnBigAccept on_accept) const noexcept {
     return kiv_bigbox_attach(object_, local_ip.c_str(), port, on_accept.function(),
                              on_accept.argument());
