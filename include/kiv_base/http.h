@@ -119,7 +119,7 @@ KIV_API const char* KIV_CALL kiv_uri_GetPortString(const kiv_uri* uri) KIV_NOEXC
  * a scheme is returned as it is; without a usable base it is printed alone; an empty one gives the
  * base. A reference of query or fragment alone keeps the base's path, one of a fragment alone its
  * query too. NULL when the reference is no URI reference. With a base without a host, such as one
- * with an IPv6 literal, the result can name another host: "/h/x" gives "http:///h/x", the host "h".
+ * with an IPv6 literal, the result can name another host: "/h/x" yields "http:///h/x", the host "h".
  * Look at the host before connecting. */
 KIV_API char* KIV_CALL kiv_uri_BuildURI(const char* reference, const char* base) KIV_NOEXCEPT;
 

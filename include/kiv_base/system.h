@@ -46,7 +46,7 @@ typedef struct zu_config_entry {
 } zu_config_entry;
 
 /* Reads a file, or a text in memory; NULL gives an empty configuration. NULL when the file cannot
- * be read, as a pipe, device or socket cannot, when it is 2 GiB or longer, and without memory. */
+ * be read, as a pipe, device or socket cannot, when it is 2 GiB or longer, and if out of memory. */
 KIV_API zu_config* KIV_CALL zu_config_make(const char* file_name) KIV_NOEXCEPT;
 KIV_API zu_config* KIV_CALL zu_config_make1(const char* text) KIV_NOEXCEPT;
 
@@ -102,7 +102,7 @@ KIV_API int KIV_CALL zu_config_KeyGetFirst(zu_config* config, const char* group,
 KIV_API int KIV_CALL zu_config_KeyGetNext(zu_config* config, const char** key,
                                           const char** value) KIV_NOEXCEPT;
 
-/* The whole text, new; NULL when it is 2 GiB or longer, or without memory. */
+/* The whole text, new; NULL when it is 2 GiB or longer, or if out of memory. */
 KIV_API char* KIV_CALL zu_config_ToString(zu_config* config) KIV_NOEXCEPT;
 
 /* Writes the whole text to a file as one step: beside the file, then renamed over it, so that a
@@ -248,7 +248,7 @@ KIV_API int KIV_CALL zu_file1_Delete(const char* path) KIV_NOEXCEPT;
 
 /* All bytes of a file, new, with a zero behind them that `length`, which may be NULL, does not
  * count. What grows meanwhile, or has content but no size, is read to its end. NULL when it cannot
- * be read, when it is 2 GiB or longer, and without memory. */
+ * be read, when it is 2 GiB or longer, and if out of memory. */
 KIV_API char* KIV_CALL zu_file1_Read(const char* path, int64_t* length) KIV_NOEXCEPT;
 
 /* Gives a file new content as one step: beside the file, on the disk, then renamed over it, so that
@@ -287,7 +287,7 @@ enum {
   ZU_FILE2_END = 2
 };
 
-/* Opens a file. NULL when the mode makes no sense, for directories, on failure, without memory. A
+/* Opens a file. NULL when the mode makes no sense, for directories, on failure, if out of memory. A
  * pipe or device can be opened as well, without blocking: NULL for writing to a pipe that nobody
  * reads. Reads and writes of it may block. */
 KIV_API zu_file2* KIV_CALL zu_file2_open(const char* path, int mode) KIV_NOEXCEPT;
