@@ -34,8 +34,6 @@ class Failed(Exception):
 
 
 def check(status, command):
-    if status == 77:
-        raise Absent(' '.join(str(each) for each in command))
     if status != 0:
         raise Failed(f'{" ".join(map(str, command))} ended with {status}')
 
