@@ -32,6 +32,7 @@ class Handles {
   Handles() { zu_sem_init(&lock_); }
   // Threads that are still in their loops at the end of the process keep the records.
   ~Handles() {
+    const base::Guard guard(lock_);
     if (in_use_ == 0) free_all();
   }
   Handles(const Handles&) = delete;
