@@ -169,7 +169,7 @@ Poller::Watched Poller::watch(std::int32_t socket, Kinds kinds) noexcept {
   return Watched::yes;
 }
 
-void Poller::begin_wait() noexcept {
+bool Poller::begin_wait() noexcept {
   Backend& self = *backend_;
   self.any_ready = 0;
   self.any_dead = false;
@@ -177,6 +177,7 @@ void Poller::begin_wait() noexcept {
     watch->fresh = watch->ready = 0;
   }
   self.fill_sets();
+  return true;
 }
 
 // A connect that failed is reported as an exception; there is nothing to ask for beside it.
