@@ -13,17 +13,27 @@ namespace {
 constexpr std::int32_t kMostSlaves = 1000;
 constexpr std::int32_t kMostClients = 50000;
 
+// Like kivx_ThreadBox_destroy, but not for another box that has its record by now.
+void end_thread_box(kiv_box* box, std::int32_t thread) {
+  on_live_box(box, 0, Wake::always("ThreadBox_destroy"), [=](kiv_box& live) {
+    if (live.owner_thread == thread) kiv_box_BreakLoop(&live);
+    return 1;
+  });
+}
+
 // Also takes a big box that is only half made.
 void tear_down(kiv_bigbox& big) {
   big.listeners.for_each([&](Listener& listener) { release_listener(big, listener); });
   big.listeners.clear();
   big.clients.for_each([](Client& client) { release_client(client); });
   big.clients.clear();
-  for (std::int32_t i = 0; i < big.slave_count; ++i) kivx_ThreadBox_destroy(big.slaves[i].box);
+  for (std::int32_t i = 0; i < big.slave_count; ++i) {
+    end_thread_box(big.slaves[i].box, big.slaves[i].thread);
+  }
   _zu_free(big.slaves);
   big.slaves = nullptr;
   big.slave_count = 0;
-  kivx_ThreadBox_destroy(big.master);
+  end_thread_box(big.master, big.master_thread);
   big.master = nullptr;
 }
 

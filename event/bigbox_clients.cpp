@@ -118,9 +118,8 @@ int import(kiv_bigbox* big, std::int32_t socket, Kind kind, SetHandlers set) {
       Peer peer;
       return ask_for_peer(socket, peer) && add_client(live, socket, peer, kind, set) ? 1 : 0;
     }
-    if (!client->waits_for[index_of(kind)] && !start_wait(*client, kind)) return 0;
-    set_handlers(*client, set);
-    return 1;
+    set_handlers(*client, set);  // before the wait: it may be served at once
+    return client->waits_for[index_of(kind)] || start_wait(*client, kind) ? 1 : 0;
   });
 }
 
@@ -252,8 +251,11 @@ int KIV_CALL kivx_bigbox_Post(kiv_bigbox* big, std::int32_t socket, zu_box_post_
                               void* argument, zu_event_fn release) KIV_NOEXCEPT {
   return on_live_bigbox(big, 0, [=](kiv_bigbox& live) {
     const Client* const client = live.clients.find(socket);
-    return client != nullptr && post(client->slave->box, {function, argument, release, &live}) ? 1
-                                                                                               : 0;
+    if (client == nullptr) return 0;
+    Slave& slave = *client->slave;
+    return on_slave(slave, kNoWake, [&](zu_box&) {
+      return post(slave.box, {function, argument, release, &live}) ? 1 : 0;
+    });
   });
 }
 

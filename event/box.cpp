@@ -74,14 +74,17 @@ bool set_capacity(zu_box& box, std::int32_t count) {
 
 using namespace kiv::event;
 
+// A release function of a post may still ask the box, which refuses everything by then.
 zu_box::~zu_box() {
+  const bool was_live = is_live;
+  is_live = false;
   if (wake_socket > 0) kiv::platform::socket_close(wake_socket);
   sockets.for_each([](Socket& socket) {
     if (socket.is_own()) close_own(socket);
     _zu_free(&socket);
   });
   timers.for_each([](Timer& timer) { _zu_free(&timer); });
-  if (is_live) kiv::platform::network_stop();
+  if (was_live) kiv::platform::network_stop();
 }
 
 zu_box* KIV_CALL zu_box_mallocx(std::uintptr_t lock) KIV_NOEXCEPT {

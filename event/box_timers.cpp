@@ -57,7 +57,7 @@ Timer* known_timer(const zu_box* box, std::int32_t timer) {
 void put_off(zu_box& box, Timer& timer, std::uint32_t interval_ms) {
   if (timer.place == kNotScheduled) return;
   timer.due_us += microseconds(interval_ms);
-  box.schedule.move(timer);
+  box.schedule.move(timer, box.next_round_us);
 }
 
 }  // namespace

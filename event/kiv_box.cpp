@@ -84,7 +84,10 @@ bool begin_loop(kiv_box* box) {
 enum class Freeing { refused, by_caller, by_loop, by_owner };
 
 Freeing begin_free(kiv_box& box) {
-  if (!is_own_thread(box)) return Freeing::by_owner;
+  if (!is_own_thread(box)) {
+    zu_box_BreakLoop(box.raw);
+    return Freeing::by_owner;
+  }
   box.is_known = false;
   if (box.loop_thread == 0) return Freeing::by_caller;
   // The loop that runs this call still needs the box.
@@ -162,17 +165,8 @@ void KIV_CALL kiv_box_BreakLoop(kiv_box* box) KIV_NOEXCEPT {
 }
 
 void KIV_CALL kiv_box_free(kiv_box* box) KIV_NOEXCEPT {
-  switch (on_live_box(box, Freeing::refused, kNoWake, begin_free)) {
-    case Freeing::by_caller:
-      release(box);
-      break;
-    case Freeing::by_owner:
-      kiv_box_BreakLoop(box);
-      break;
-    case Freeing::by_loop:
-    case Freeing::refused:
-      break;
-  }
+  const Freeing freeing = on_live_box(box, Freeing::refused, Wake::always("BreakLoop"), begin_free);
+  if (freeing == Freeing::by_caller) release(box);
 }
 
 int KIV_CALL kivx_box_IsValid(kiv_box* box) KIV_NOEXCEPT {

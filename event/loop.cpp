@@ -59,10 +59,12 @@ class Loop {
     bool has_sockets = false;
     {
       const base::Guard guard(box_.lock);
-      if (!is_left(box_)) return Result::failed;
-      is_limited = !box_.schedule.empty();
+      // Those that came while the last ones ran: nobody wakes the loop for them.
+      const bool has_posts = !box_.posts.empty();
+      if (!has_posts && !is_left(box_)) return Result::failed;
+      is_limited = has_posts || !box_.schedule.empty();
       has_sockets = socket_waits(box_) > 0;
-      const bool blocks = !has_sockets || poller_.begin_wait();
+      const bool blocks = (!has_sockets || poller_.begin_wait()) && !has_posts;
       if (blocks && is_limited) timeout_us = time_to_first_timer();
       if (has_sockets) box_.waits.fetch_add(1, std::memory_order_relaxed);
     }
@@ -152,10 +154,17 @@ class Loop {
     if (!box_.is_fair) {
       fire_due_timer(now_us, INT64_MIN);
     } else {
+      set_next_round(now_us + 1);
       while (!stopped() && fire_due_timer(now_us, now_us + 1)) {
       }
+      set_next_round(INT64_MIN);
     }
     return !stopped();
+  }
+
+  void set_next_round(std::int64_t us) {
+    const base::Guard guard(box_.lock);
+    box_.next_round_us = us;
   }
 
   // False when none is due. A timer that repeats fires no earlier than `again_us`.

@@ -84,7 +84,7 @@ struct zu_box {
   void* handle = nullptr;  // first argument of the callbacks
   bool is_live = false;    // a destroyed one refuses everything
   bool is_looping = false;
-  bool is_fair = false;
+  std::atomic<bool> is_fair{false};
   kiv::event::Fate fate = kiv::event::Fate::live;
 
   kiv::platform::Poller poller;
@@ -96,6 +96,8 @@ struct zu_box {
 
   kiv::event::IdMap<kiv::event::Timer> timers;
   kiv::event::TimerHeap schedule;
+  std::int64_t next_round_us =
+      INT64_MIN;  // in a fair round: no timer that fired in it fires before
 
   kiv::event::PostQueue posts;
   std::int32_t wake_socket =

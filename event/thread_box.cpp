@@ -20,7 +20,10 @@ void live(void* birth_of_box) {
   kiv_box* const box = kiv_box_new();
   // In its loop before anybody knows it: who ends it and shuts the library down at once leaves a
   // loop that no longer finds the handle, but frees the box.
-  if (box != nullptr) box->loop_thread = platform::current_thread_id();
+  if (box != nullptr) {
+    const base::Guard guard(box->lock);
+    box->loop_thread = platform::current_thread_id();
+  }
   birth->box = box;
   platform::event_set(birth->made);
   if (box != nullptr) loop_and_free(box);

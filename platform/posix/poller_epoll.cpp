@@ -59,7 +59,7 @@ int wait_for_events(int epoll, epoll_event* events, const std::int64_t* timeout_
   const timespec timeout = {static_cast<std::time_t>(*timeout_us / 1000000),
                             static_cast<long>(*timeout_us % 1000000 * 1000)};
   const int count = epoll_pwait2(epoll, events, kBatch, &timeout, nullptr);
-  if (count >= 0 || errno != ENOSYS) return count;
+  if (count >= 0 || (errno != ENOSYS && errno != EPERM)) return count;
   constexpr std::int64_t kLongest = INT32_MAX;
   return epoll_wait(epoll, events, kBatch,
                     static_cast<int>(std::min((*timeout_us + 999) / 1000, kLongest)));
@@ -196,7 +196,7 @@ void Poller::Backend::sweep() {
   }
   const std::int64_t ended_us = steady_us();
   next_sweep_us = ended_us + std::max(kSweepEveryUs, kSweepShare * (ended_us - begun_us));
-  passes = 0;
+  passes = 1;  // this one: what it calls runs after the sweep
 }
 
 void Poller::Backend::take_events() {
@@ -288,7 +288,8 @@ Poller::Result Poller::end_wait() noexcept {
     if (self.found < 0) return Result::failed;
     self.take_events();
     // All that is ready counts, not just what fits into one batch.
-    while (self.found == kBatch) {
+    for (std::uint32_t left = self.watches.count() / kBatch + 1; self.found == kBatch && left > 0;
+         --left) {
       self.found = std::max(epoll_wait(self.epoll, self.events, kBatch, 0), 0);
       self.take_events();
     }

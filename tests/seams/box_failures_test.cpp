@@ -30,7 +30,7 @@ void make_use_free_raw_box() {
 TEST(BoxMemory, EveryFailingAllocationIsUndone) {
   kiv_box_free(kiv_box_new());  // records stay, for the next boxes
   const int before = open_sockets();
-  EXPECT_SURVIVES_FAILING_ALLOCATIONS(14, make_use_free_raw_box);
+  EXPECT_SURVIVES_FAILING_ALLOCATIONS(10, make_use_free_raw_box);
   EXPECT_SURVIVES_FAILING_ALLOCATIONS(8, [] { kiv_box_free(kiv_box_new()); });
   EXPECT_EQ(open_sockets(), before);
 }
