@@ -289,7 +289,7 @@ KIV_API int KIV_CALL zu_box_sock_SetMaxReadLen(zu_box* box, int32_t socket,
 /* Send at once, from any thread; nothing is queued. Bytes sent, which may be fewer than given; -1
  * on failure, also when the system's buffer is full: errno is then EAGAIN (on Windows
  * WSAGetLastError() is WSAEWOULDBLOCK), and another if the connection is lost. No SIGPIPE is
- * raised. Nagle's algorithm is left on. The box is not looked at. The UDP forms return 0 for a NULL
+ * raised. Nagle's algorithm is left on. The box is ignored. The UDP forms return 0 for a NULL
  * address, a length below 1 or port 0. */
 KIV_API int32_t KIV_CALL zu_box_sock_TcpWrite(zu_box* box, int32_t socket, const void* data,
                                               int32_t length) KIV_NOEXCEPT;
