@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "base/format.h"
-#include "base/guard.h"
+#include "base/lock.h"
 #include "kiv_base/base.h"
 
 using namespace kiv;
@@ -56,7 +56,7 @@ Console& console() {
 int KIV_CALL zu_console_Setup(const char* name) KIV_NOEXCEPT {
   (void)name;
   Console& trace = console();
-  base::Guard guard(trace.lock.sem);
+  base::Guard guard(trace.lock);
   trace.close();
   trace.enabled = true;
   return guard.unlock();
@@ -64,7 +64,7 @@ int KIV_CALL zu_console_Setup(const char* name) KIV_NOEXCEPT {
 
 int KIV_CALL zu_console_Free(void) KIV_NOEXCEPT {
   Console& trace = console();
-  base::Guard guard(trace.lock.sem);
+  base::Guard guard(trace.lock);
   trace.enabled = false;
   trace.close();
   return guard.unlock();
@@ -72,7 +72,7 @@ int KIV_CALL zu_console_Free(void) KIV_NOEXCEPT {
 
 int KIV_CALL zu_console_Shutdown(void) KIV_NOEXCEPT {
   Console& trace = console();
-  base::Guard guard(trace.lock.sem);
+  base::Guard guard(trace.lock);
   trace.enabled = false;
   _zu_free(trace.buffer);
   trace.buffer = nullptr;
@@ -82,7 +82,7 @@ int KIV_CALL zu_console_Shutdown(void) KIV_NOEXCEPT {
 int KIV_CALL zu_console_printf(const char* format, ...) KIV_NOEXCEPT {
   Console& trace = console();
   if (format == nullptr || !trace.enabled) return 0;
-  base::Guard guard(trace.lock.sem);
+  base::Guard guard(trace.lock);
   if (!trace.enabled || !trace.make_buffer()) return 0;
   std::va_list arguments;
   va_start(arguments, format);

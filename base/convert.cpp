@@ -1,8 +1,8 @@
-// Numbers in texts, and the search in sorted arrays.
+// Numbers in texts.
 #include <charconv>
 #include <cstdint>
 
-#include "base/text.h"
+#include "base/ascii.h"
 #include "kiv_base/base.h"
 
 using namespace kiv;
@@ -65,25 +65,4 @@ int64_t KIV_CALL zu_str_to_longlong(const char* text) KIV_NOEXCEPT {
 char* KIV_CALL zu_longlong_to_str(int64_t value, char* buffer) KIV_NOEXCEPT {
   if (buffer != nullptr) *std::to_chars(buffer, buffer + kMaxLongLongText, value).ptr = '\0';
   return buffer;
-}
-
-int KIV_CALL zu_SortFind(const void* base, int32_t size, int32_t count, const void* key,
-                         zu_sort_compare_fn compare, int32_t* index) KIV_NOEXCEPT {
-  if (base == nullptr || compare == nullptr || size < 1 || count < 1) return 0;
-  const auto* elements = static_cast<const char*>(base);
-  std::int32_t low = 0;
-  std::int32_t width = count;
-  for (;;) {
-    const std::int32_t half = width / 2;
-    const std::int32_t middle = low + half;
-    const int order = compare(elements + std::int64_t{middle} * size, key);
-    if (order == 0) {
-      if (index != nullptr) *index = middle;
-      return 1;
-    }
-    if (half == 0) return 0;
-    // Both halves keep the middle on one side, and a window of one is always looked at.
-    if (order < 0) low = middle;
-    width -= half;
-  }
 }

@@ -7,7 +7,7 @@
 #include <type_traits>
 
 #include "base/format.h"
-#include "base/guard.h"
+#include "base/lock.h"
 #include "base/owned.h"
 #include "kiv_base/base.h"
 #include "platform/clock.h"
@@ -69,7 +69,7 @@ int KIV_CALL zu_log_init(zu_log* log, const char* path) KIV_NOEXCEPT {
   if (log == nullptr) return 0;
   log->file = nullptr;
   log->buffer = nullptr;
-  log->lock.state = -1;
+  log->lock.state = base::kLockUnusable;
   zu_strncpy(log->path, path, kMaxPath);
   if (path == nullptr) return 0;
 
@@ -77,7 +77,7 @@ int KIV_CALL zu_log_init(zu_log* log, const char* path) KIV_NOEXCEPT {
   if (log->file == nullptr) return 0;
   log->buffer = static_cast<char*>(_zu_malloc(kMaxMessage + 1));
   if (log->buffer == nullptr) return 0;
-  zu_sem_init(&log->lock);
+  base::init_lock(log->lock);
   return 1;
 }
 
@@ -97,7 +97,7 @@ void KIV_CALL zu_log_destroy(zu_log* log) KIV_NOEXCEPT {
   log->file = nullptr;
   _zu_free(log->buffer);
   log->buffer = nullptr;
-  zu_sem_destroy(&log->lock);
+  base::destroy_lock(&log->lock);
 }
 
 void KIV_CALL zu_log_free(zu_log* log) KIV_NOEXCEPT {

@@ -2,8 +2,8 @@
 #include <new>
 
 #include "base/owned.h"
+#include "base/random.h"
 #include "event/raw_box.h"
-#include "kiv_base/system.h"
 #include "platform/clock.h"
 
 namespace kiv::event {
@@ -25,7 +25,7 @@ std::int64_t microseconds(std::uint32_t interval_ms) {
 // A random id that no timer has; -1 when none was found.
 std::int32_t unused_id(const zu_box& box) {
   for (std::int32_t i = 0; i < kMaxIdTries; ++i) {
-    const std::int64_t drawn = std::int64_t{zu_RandomValue()} + kFirstTimerId;
+    const std::int64_t drawn = std::int64_t{base::random_value()} + kFirstTimerId;
     const auto id = static_cast<std::int32_t>(drawn);
     if (drawn <= INT32_MAX && box.timers.find(id) == nullptr) return id;
   }

@@ -10,26 +10,24 @@
 #include <cstdint>
 #include <new>
 
-#include "base/guard.h"
+#include "base/lock.h"
 #include "base/owned.h"
 
 namespace kiv::event {
 
 // What a record derives from.
 struct HandleRecord {
-  zu_sem lock;            // guards all of it
-  bool is_known = false;  // the handle leads to a live object
+  base::RecursiveLock lock;  // guards all of it
+  bool is_known = false;     // the handle leads to a live object
 
   HandleRecord* next = nullptr;  // of all records
   HandleRecord* next_free = nullptr;
-
-  HandleRecord() { zu_sem_init(&lock); }
 };
 
 template <typename Record>
 class Handles {
  public:
-  Handles() { zu_sem_init(&lock_); }
+  Handles() = default;
   // Threads that are still in their loops at the end of the process keep the records.
   ~Handles() {
     const base::Guard guard(lock_);
@@ -130,7 +128,6 @@ class Handles {
     while (first_ != nullptr) {
       auto* const record = static_cast<Record*>(first_);
       first_ = record->next;
-      zu_sem_destroy(&record->lock);
       record->~Record();
       _zu_free(record);
     }
@@ -141,7 +138,7 @@ class Handles {
     }
   }
 
-  zu_sem lock_;
+  base::StaticLock lock_;
   std::atomic<Table*> table_{nullptr};
   HandleRecord* first_ = nullptr;
   HandleRecord* free_ = nullptr;

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "base/guard.h"
+#include "base/lock.h"
 #include "event/handles.h"
 #include "event/raw_box.h"
 #include "platform/socket.h"

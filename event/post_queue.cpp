@@ -6,16 +6,11 @@
 
 namespace kiv::event {
 
-PostQueue::PostQueue() {
-  zu_sem_init(&lock_);
-}
-
 PostQueue::~PostQueue() {
   while (Post* const taken = take()) {
     if (taken->release != nullptr) taken->release(taken->argument);
     _zu_free(taken);
   }
-  zu_sem_destroy(&lock_);
 }
 
 PostQueue::Added PostQueue::add(const Post& post) noexcept {

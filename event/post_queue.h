@@ -3,7 +3,7 @@
 
 #include <atomic>
 
-#include "base/guard.h"
+#include "base/lock.h"
 #include "kiv_base/event.h"
 
 namespace kiv::event {
@@ -20,7 +20,7 @@ struct Post {
 // Its own lock guards it: the loop takes posts before each wait, whoever holds the box.
 class PostQueue {
  public:
-  PostQueue();
+  PostQueue() = default;
   ~PostQueue();
   PostQueue(const PostQueue&) = delete;
   PostQueue& operator=(const PostQueue&) = delete;
@@ -46,7 +46,7 @@ class PostQueue {
  private:
   std::uint32_t count() noexcept;
 
-  zu_sem lock_;
+  base::RecursiveLock lock_;
   std::atomic<Post*> first_{nullptr};
   Post* last_ = nullptr;
   std::uint32_t count_ = 0;

@@ -7,7 +7,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "base/guard.h"
+#include "base/lock.h"
 #include "event/handler.h"
 #include "event/id_map.h"
 #include "event/post_queue.h"

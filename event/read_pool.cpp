@@ -2,7 +2,7 @@
 
 #include <bit>
 
-#include "base/guard.h"
+#include "base/lock.h"
 #include "base/owned.h"
 
 namespace kiv::event {
@@ -19,7 +19,7 @@ struct Pool {
   bool is_retired = false;
 
   char* take() {
-    const base::Guard guard(lock.sem);
+    const base::Guard guard(lock);
     if (memory == nullptr) memory = base::Owned<char>::allocate(kBytes * kBuffers).release();
     is_retired = false;
     if (memory == nullptr || taken == kAllTaken) return nullptr;
@@ -29,13 +29,13 @@ struct Pool {
   }
 
   void give_back(const char* buffer) {
-    const base::Guard guard(lock.sem);
+    const base::Guard guard(lock);
     taken &= ~(1U << static_cast<std::uint32_t>(buffer - memory) / kBytes);
     free_if_idle();
   }
 
   void retire() {
-    const base::Guard guard(lock.sem);
+    const base::Guard guard(lock);
     is_retired = true;
     free_if_idle();
   }

@@ -5,7 +5,7 @@
 #include <new>
 #include <string_view>
 
-#include "base/text.h"
+#include "base/ascii.h"
 #include "http/text.h"
 #include "kiv_base/http.h"
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "base/objects.h"
+#include "base/kiv_sem.h"
 #include "kiv_base/event.h"
 #include "platform/socket.h"
 

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "base/text.h"
+#include "base/ascii.h"
 #include "http/char_class.h"
 
 namespace kiv::http {

@@ -1,7 +1,7 @@
 // The HTTP server: connections of a box, each with a request filter.
 #include <memory>
 
-#include "base/objects.h"
+#include "base/kiv_sem.h"
 #include "base/owned.h"
 #include "event/kiv_box_verbs.h"
 #include "http/filter.h"
@@ -276,6 +276,6 @@ int KIV_CALL kiv_http_server_free(kiv_http_server* server) KIV_NOEXCEPT {
   zu_itree_free(server->clients);
   _zu_free(server->reserved_text);
   _zu_free(server);
-  __kiv_sem_remove(server);
+  kiv::base::objects().remove(server);
   return locked.unlock();
 }

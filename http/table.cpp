@@ -5,7 +5,7 @@
 #include <new>
 #include <utility>
 
-#include "base/text.h"
+#include "base/ascii.h"
 
 namespace kiv::http {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "base/text.h"
+#include "base/ascii.h"
 
 namespace kiv::http {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "base/text.h"
+#include "base/ascii.h"
 #include "http/uri_chars.h"
 
 static_assert(sizeof(void*) != 4 ||

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "base/text.h"
+#include "base/ascii.h"
 #include "http/uri.h"
 #include "http/uri_chars.h"
 

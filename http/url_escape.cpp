@@ -2,7 +2,7 @@
 #include <climits>
 #include <cstring>
 
-#include "base/text.h"
+#include "base/ascii.h"
 #include "http/char_class.h"
 #include "kiv_base/base.h"
 #include "kiv_base/http.h"

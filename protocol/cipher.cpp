@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "base/md5.h"
 #include "base/owned.h"
-#include "kiv_base/http.h"
 #include "kiv_base/protocol.h"
 #include "protocol/xtea.h"
 
@@ -171,7 +171,7 @@ int KIV_CALL kiv_cipher_key(void* buffer, int32_t length, const char* first,
   char text[2 * kMaxText + 1] = {}, digest[33];
   std::strncat(text, first, kMaxText);
   std::strncat(text, second, kMaxText);
-  zu_md5_encode(digest, text);
+  kiv::base::md5_hex(digest, text, std::strlen(text));
   const auto size = static_cast<std::size_t>(length);
   std::memset(buffer, 0, size);
   std::memcpy(buffer, digest, std::min(size, kXteaKey));

@@ -3,7 +3,7 @@
 
 #include "base/owned.h"
 #include "containers/jitter_block.h"
-#include "protocol/packet.h"
+#include "protocol/proto.h"
 
 struct kiv_parse_pool {
   zu_jitter_block* ring;  // packets are cut from here

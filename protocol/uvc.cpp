@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "base/owned.h"
+#include "base/random.h"
 #include "event/ip_text.h"
-#include "kiv_base/system.h"
 #include "platform/socket.h"
 
 namespace kiv::protocol::uv {
@@ -45,7 +45,7 @@ bool send_request(kiv_uvc& client) {
 bool start(kiv_uvc& client, kiv_box* box, std::int32_t socket) {
   client.state = ClientState::connecting;
   client.sent_recently = client.peer_alive = 0;
-  if (zu_RandomStr(client.session, kSession) != 1 || !open_link(client, box, socket)) return false;
+  if (!base::random_text(client.session, kSession) || !open_link(client, box, socket)) return false;
   if (send_request(client)) return true;
   release(client);
   return false;
@@ -77,7 +77,7 @@ int KIV_CALL kivx_uvc_attach(kiv_box* box, kiv_uvc* client, int32_t socket, cons
                              kiv_uvc_foreign_fn on_foreign, void* foreign_arg) KIV_NOEXCEPT {
   // The name is looked up before the lock, which all objects share.
   std::uint32_t address = 0;
-  if (box == nullptr || __kiv_sem_check(client) == 0 ||
+  if (box == nullptr || !kiv::base::objects().contains(client) ||
       zu_sock_HostnameTo32bits(&address, host) != 1) {
     return 0;
   }
@@ -123,7 +123,7 @@ int KIV_CALL kiv_uvc_free(kiv_uvc* client) KIV_NOEXCEPT {
   LockedClient locked(client);
   if (!locked) return 0;
   close(*client);
-  __kiv_sem_remove(client);
+  kiv::base::objects().remove(client);
   _zu_free(client);
   return locked.unlock();
 }

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "base/objects.h"
+#include "base/kiv_sem.h"
 #include "kiv_base/protocol.h"
 #include "protocol/uv_wire.h"
 

@@ -143,7 +143,7 @@ int KIV_CALL kiv_uvs_free(kiv_uvs* server) KIV_NOEXCEPT {
   LockedServer locked(server);
   if (!locked) return 0;
   release(*server);
-  __kiv_sem_remove(server);
+  kiv::base::objects().remove(server);
   _zu_free(server);
   return locked.unlock();
 }

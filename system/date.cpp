@@ -7,8 +7,8 @@
 #include <cstring>
 #include <ctime>
 
+#include "base/ascii.h"
 #include "base/owned.h"
-#include "base/text.h"
 #include "kiv_base/system.h"
 #include "platform/clock.h"
 

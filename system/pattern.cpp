@@ -6,8 +6,8 @@
 #include <new>
 #include <string_view>
 
+#include "base/ascii.h"
 #include "base/owned.h"
-#include "base/text.h"
 #include "kiv_base/system.h"
 
 using namespace kiv;

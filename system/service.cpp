@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/ascii.h"
 #include "base/owned.h"
-#include "base/text.h"
 #include "kiv_base/base.h"
 #include "kiv_base/system.h"
 #include "platform/service.h"

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "base/guard.h"
+#include "base/lock.h"
 #include "kiv_base/base.h"
 #include "kiv_base/system.h"
 #include "platform/process.h"
@@ -16,11 +16,6 @@ namespace {
 
 // Systems cut what is typed in one line off, at 4 KiB and later; nothing near that is let through.
 constexpr std::int32_t kLongest = 1024;
-
-zu_sem& terminal_lock() {
-  static base::StaticLock lock;
-  return lock.sem;
-}
 
 const char* reason(platform::Typed result) {
   switch (result) {
@@ -38,7 +33,8 @@ const char* reason(platform::Typed result) {
 int read(const char* prompt, bool echo, char* buffer, std::int32_t size, const char* function) {
   if (prompt == nullptr || buffer == nullptr || size < 1) return 0;
   const auto room = static_cast<std::size_t>(std::min(size, kLongest));
-  base::Guard guard(terminal_lock());
+  static base::StaticLock lock;
+  const base::Guard guard(lock);
   const platform::Typed result = platform::terminal_read_line(prompt, echo, buffer, room);
   if (result == platform::Typed::line) return 1;
   platform::clear_memory(buffer, room);

@@ -1,8 +1,8 @@
 // A received packet: into a record, or only checked.
 #include <cstring>
 
-#include "protocol/packet.h"
-#include "protocol/packet_syntax.h"
+#include "protocol/proto.h"
+#include "protocol/proto_syntax.h"
 
 namespace kiv::protocol {
 namespace {

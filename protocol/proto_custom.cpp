@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "kiv_base/http.h"
-#include "protocol/packet.h"
+#include "base/base64.h"
+#include "protocol/proto.h"
 
 using namespace kiv::protocol;
 
@@ -17,7 +17,7 @@ int KIV_CALL kivx_proto_PackCustomData(kiv_proto* packet, const void* bytes,
   const int64_t quarters = int64_t{length} * 4 / 3;
   if (quarters + quarters % 4 > kMaxValue) return 0;
   char text[kMaxValue + 1];
-  if (zu_base64_encode(text, bytes, length) < 1) return 0;
+  kiv::base::base64_encode(text, bytes, length);
   return pack_parameter(*packet, kCustomData, text) ? 1 : 0;
 }
 
@@ -26,7 +26,8 @@ int KIV_CALL kivx_proto_GetCustomData(kiv_proto* packet, void* buffer, int32_t c
   if (!packet || !buffer || capacity < 1) return 0;
   const int32_t i = find_or_print(*packet, kCustomData);
   if (i < 0) return 0;
-  const int32_t decoded = zu_base64_decode(packet->scratch, packet->values[i], kPacketStorage);
+  const int32_t decoded =
+      kiv::base::base64_decode(packet->scratch, packet->values[i], kPacketStorage);
   if (decoded < 1) return 0;
   const int32_t copied = std::min(decoded, capacity);
   std::memcpy(buffer, packet->scratch, static_cast<std::size_t>(copied));

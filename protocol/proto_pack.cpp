@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "protocol/packet.h"
-#include "protocol/packet_syntax.h"
+#include "protocol/proto.h"
+#include "protocol/proto_syntax.h"
 
 namespace kiv::protocol {
 namespace {

@@ -4,8 +4,9 @@
 #include <cstring>
 #include <type_traits>
 
+#include "base/ascii.h"
+#include "base/base64.h"
 #include "base/owned.h"
-#include "base/text.h"
 #include "http/connection.h"
 #include "kiv_base/http.h"
 
@@ -74,8 +75,8 @@ std::int32_t write_request(const Texts& texts, char* out) {
   if (texts.user[0] != '\0') {
     char credentials[kCredentials + 1];
     char encoded[kEncoded + 1];
-    zu_base64_encode(encoded, credentials,
-                     std::sprintf(credentials, "%s:%s", texts.user, texts.password));
+    base::base64_encode(encoded, credentials,
+                        std::sprintf(credentials, "%s:%s", texts.user, texts.password));
     length += std::sprintf(out + length, kAuthorization, encoded);
   }
   std::memcpy(out + length, "\r\n", 3);
@@ -265,7 +266,7 @@ int KIV_CALL kiv_proxy_http_free(kiv_proxy_http* tunnel) KIV_NOEXCEPT {
   kiv::base::Locked locked(tunnel);
   if (!locked) return 0;
   locked->connection.release();
-  __kiv_sem_remove(tunnel);
+  kiv::base::objects().remove(tunnel);
   _zu_free(tunnel);
   return locked.unlock();
 }

@@ -1,5 +1,5 @@
 // What a request does when its connection is ready, answers, ends or keeps it waiting.
-#include "http/client.h"
+#include "http/request.h"
 
 #include "http/filter.h"
 

@@ -1,4 +1,4 @@
-#include "protocol/packet.h"
+#include "protocol/proto.h"
 
 #include <algorithm>
 #include <atomic>

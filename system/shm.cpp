@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "base/text.h"
+#include "base/ascii.h"
 #include "kiv_base/system.h"
 #include "platform/mapping.h"
 

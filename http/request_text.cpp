@@ -1,7 +1,7 @@
 // What a request sends.
 #include <cstring>
 
-#include "http/client.h"
+#include "http/request.h"
 
 namespace kiv::http {
 namespace {

@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "protocol/packet.h"
+#include "protocol/proto.h"
 
 using namespace kiv::protocol;
 

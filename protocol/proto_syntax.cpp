@@ -1,9 +1,9 @@
-#include "protocol/packet_syntax.h"
+#include "protocol/proto_syntax.h"
 
 #include <cstdio>
 #include <cstring>
 
-#include "protocol/packet.h"
+#include "protocol/proto.h"
 
 namespace kiv::protocol {
 

@@ -1,5 +1,5 @@
 // The request object: settings, attaching to a box, and what can be asked of it.
-#include "http/client.h"
+#include "http/request.h"
 
 #include <cstdio>
 #include <cstring>
@@ -93,7 +93,7 @@ bool release_earlier(kiv_http_request* request) {
 int destroy(Locked<kiv_http_request>& locked) {
   kiv_http_request* const request = locked.get();
   request->release();
-  __kiv_sem_remove(request);
+  kiv::base::objects().remove(request);
   kiv_http_table_free(request->table);
   kiv_uri_free(request->uri);
   _zu_free(request->proxy_host);

@@ -1,5 +1,5 @@
 // Texts that may be NULL: copying, comparing, searching.
-#include "base/text.h"
+#include "base/ascii.h"
 
 #include <cstdint>
 #include <cstring>
