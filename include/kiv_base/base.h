@@ -1,5 +1,5 @@
-/* The runtime that every family stands on: set-up, locks, the registry of live objects, memory,
- * logs and the console trace, texts, files and time.
+/* The runtime under every family: set-up, locks, the registry of live objects, memory, logs and the
+ * console trace, strings, files and time.
  *
  *   kiv_Setup();
  *   zu_log* log = zu_log_malloc("service.log");
@@ -8,141 +8,146 @@
  *   kiv_Shutdown();
  *
  * Threads: locks, the object registry, allocation, logs and the console may be used by any thread
- * at any time. A memory pool belongs to one thread at a time. The text, file and time helpers keep
- * no state. Stop the threads that use the library before a shut-down: it waits for operations that
- * run on registered objects, but every handle is unknown afterwards and no object can be freed.
- * Threads of the library that were told to end may do so later, and hold the library until then.
- */
+ * at any time. A memory pool belongs to one thread at a time. The string, file and time functions
+ * keep no state. Stop every thread that uses the library before shutting it down: kiv_Shutdown
+ * waits for operations that are running on registered objects, but afterwards every handle is
+ * unknown and no object can be freed. Threads of the library that were told to end may still be
+ * ending; until they have, they keep the library loaded. */
 #ifndef KIV_BASE_BASE_H
 #define KIV_BASE_BASE_H
 
 #include "kiv_base/export.h"
 
-/* ---- Set-up and shut-down ------------------------------------------------------------------ */
+/* ---- Set-up and shut-down -------------------------------------------------------------------- */
 
-/* Brings up the process-wide services: sockets, the console trace, the registries of boxes, of
- * live objects and of big boxes. Each also sets itself up on first use, so this only does early
- * what would happen anyway. Always 1. */
+/* Starts the process-wide services: sockets, the console trace, and the registries of boxes, of
+ * live objects and of big boxes. Each service also starts itself on first use, so calling this only
+ * does early what would happen anyway. Always returns 1. */
 KIV_API int KIV_CALL kiv_Setup(void) KIV_NOEXCEPT;
 
-/* Takes the services down again. Objects still alive are not freed; their handles are unknown from
- * here on. Returns the result of zu_console_Shutdown. A later kiv_Setup starts afresh. */
+/* Stops the services. Objects that are still alive are not freed; from here on their handles are
+ * unknown. Returns the result of zu_console_Shutdown. A later kiv_Setup starts afresh. */
 KIV_API int KIV_CALL kiv_Shutdown(void) KIV_NOEXCEPT;
 
 /* ---- Locks --------------------------------------------------------------------------------- */
 
 /* A recursive lock. The storage holds the system's own lock object; `state` is 1 while the lock is
- * usable and -1 before initialisation and after destruction. */
+ * usable, and -1 before initialisation and after destruction. */
 typedef struct zu_sem {
   void* section[sizeof(void*) == 4 ? 6 : 5];
   int32_t state;
 } zu_sem;
 
-/* Makes the lock of the caller's record usable. The two names are one function. */
+/* Initialises the lock in the caller's record. Both names are the same function. */
 KIV_API void KIV_CALL zu_sem_init(zu_sem* record) KIV_NOEXCEPT;
 KIV_API void KIV_CALL zu_sem_init_ex(zu_sem* record) KIV_NOEXCEPT;
 
-/* A new lock, as the address of its zu_sem; 0 when memory runs out. */
+/* Allocates a lock and returns the address of its zu_sem, or 0 if out of memory. */
 KIV_API uintptr_t KIV_CALL zu_sem_malloc(void) KIV_NOEXCEPT;
 
-/* Destroys and releases a lock of zu_sem_malloc. 0 is ignored. */
+/* Destroys and frees a lock of zu_sem_malloc. 0 is ignored. */
 KIV_API void KIV_CALL zu_sem_free(uintptr_t handle) KIV_NOEXCEPT;
 
-/* Takes the lock, waiting for it; releases it once. A thread may take a lock it already holds and
- * releases it as often. 1 when done, 0 at once when the record's state is not 1. */
+/* Acquires the lock, blocking until it is free, or releases it once. A thread may acquire a lock
+ * that it already holds, and must release it as often. Returns 1, or 0 immediately if the record's
+ * state is not 1. */
 KIV_API int KIV_CALL zu_sem_lock(uintptr_t handle) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_sem_unlock(uintptr_t handle) KIV_NOEXCEPT;
 
-/* Ends the use of the lock, which nobody may hold or wait for. 0 when the state is not 1. */
+/* Destroys the lock, which no thread may hold or wait for. Returns 1, or 0 if the state is not
+ * 1. */
 KIV_API int KIV_CALL zu_sem_destroy(zu_sem* record) KIV_NOEXCEPT;
 
 /* ---- Registry of live objects --------------------------------------------------------------
  *
- * One process-wide set of the addresses of live upper-layer objects under one lock, which
- * serialises every operation on all of them. An operation on a handle goes
+ * One process-wide set of the addresses of live upper-layer objects, under one lock that serialises
+ * all operations on all of them. An operation on a handle reads
  *
- *   if (__kiv_sem_lock(handle) == 0) return 0;   // freed, or never one of ours: touch nothing
+ *   if (__kiv_sem_lock(handle) == 0) return 0;   // freed, or never an object: touch nothing
  *   ...
  *   __kiv_sem_unlock();
  *
- * The lock is recursive and is taken before that of any box, never after it. Every function but
- * __kiv_sem_unlock sets the registry up when it is absent. The registry never looks into the
- * objects and never frees them. An address that has been handed out again by the heap is live
- * again: a stale handle is recognised only until then. The library's own objects are known by their
- * type as well, and their operations refuse any other address that is registered. */
+ * The lock is recursive and is acquired before the lock of any box, never after it. Every function
+ * except __kiv_sem_unlock creates the registry if there is none. The registry never reads the
+ * objects and never frees them. An address that the heap has reused counts as live again: a stale
+ * handle is detected only until then. The library also checks the type of its own objects: their
+ * operations fail for any other registered address. */
 
-/* 1 when the registry is there afterwards, 0 when memory runs out. */
+/* Creates the registry unless it exists. Returns 1 if it exists afterwards, or 0 if out of
+ * memory. */
 KIV_API int KIV_CALL kiv_sem_Setup(void) KIV_NOEXCEPT;
 
-/* Forgets all addresses. A caller that holds the registry's lock no longer holds it afterwards. */
+/* Removes all addresses. A caller that holds the registry's lock no longer holds it afterwards. */
 KIV_API void KIV_CALL kiv_sem_Shutdown(void) KIV_NOEXCEPT;
 
-/* Registers the address; 1 when it is registered afterwards, also when it was before. 0 for NULL
- * and when memory runs out. */
+/* Registers the address. Returns 1 if it is registered afterwards, even if it was before; 0 for
+ * NULL or if out of memory. */
 KIV_API int KIV_CALL __kiv_sem_insert(void* object) KIV_NOEXCEPT;
 
-/* Is the address registered? The answer may be stale when it arrives: see __kiv_sem_lock. */
+/* Returns 1 if the address is registered, else 0. The answer may be out of date when it arrives:
+ * see __kiv_sem_lock. */
 KIV_API int KIV_CALL __kiv_sem_check(void* object) KIV_NOEXCEPT;
 
-/* 1 with the registry's lock held when the address is registered, else 0 with the lock free. */
+/* Acquires the registry's lock and keeps it if the address is registered. Returns 1 with the lock
+ * held, or 0 with the lock released. */
 KIV_API int KIV_CALL __kiv_sem_lock(void* object) KIV_NOEXCEPT;
 
-/* Releases what one successful __kiv_sem_lock of this thread took. 0, with nothing released, when
- * there is none left, as after a shut-down. */
+/* Releases one successful __kiv_sem_lock of this thread. Returns 1, or 0 if there is none to
+ * release, for example after a shut-down. */
 KIV_API int KIV_CALL __kiv_sem_unlock(void) KIV_NOEXCEPT;
 
-/* Takes the address out. Unknown addresses are ignored. */
+/* Removes the address from the registry. Unknown addresses are ignored. */
 KIV_API void KIV_CALL __kiv_sem_remove(void* object) KIV_NOEXCEPT;
 
 /* ---- Memory -------------------------------------------------------------------------------- */
 
-/* `count` bytes from the process heap, not zeroed. NULL for 0, for negative counts and when memory
- * runs out. */
+/* Allocates `count` bytes from the process heap; they are not zeroed. Returns NULL if `count` is 0
+ * or negative, or if out of memory. */
 KIV_API void* KIV_CALL _zu_malloc(int32_t count) KIV_NOEXCEPT;
 
-/* Resizes a block of _zu_malloc, or makes one when `block` is NULL. A count of 0 frees the block
- * and gives NULL. On any other NULL the old block stays. */
+/* Resizes a block of _zu_malloc, or allocates one if `block` is NULL. If `count` is 0, frees the
+ * block and returns NULL. After any other NULL the old block is still valid. */
 KIV_API void* KIV_CALL _zu_realloc(void* block, uint32_t count) KIV_NOEXCEPT;
 
-/* Gives memory that the library handed out back to the heap. NULL is ignored. */
+/* Frees memory that the library returned. NULL is ignored. */
 KIV_API void KIV_CALL _zu_free(void* block) KIV_NOEXCEPT;
 
-/* Does nothing; a place for memory statistics. */
+/* Does nothing; reserved for memory statistics. */
 KIV_API void KIV_CALL _zu_minfo(void) KIV_NOEXCEPT;
 
 /* ---- Memory pool ---------------------------------------------------------------------------
  *
- * A next-fit allocator over one region of the caller, who keeps the region until the last use and
- * frees it himself. The handle is the region's address. 24 bytes go to the pool's own record, and
- * each block has a header of 9 bytes directly before its payload. Nothing is aligned: values wider
- * than a byte are stored with memcpy. Not locked. */
+ * A next-fit allocator over one region. The caller keeps the region until the last use of the pool
+ * and then frees it. The handle is the region's address. The pool's own record takes 24 bytes, and
+ * each block has a header of 9 bytes directly before its payload. Nothing is aligned: store values
+ * wider than a byte with memcpy. Not locked. */
 
-/* Formats `size` bytes at `region` as a pool with one free block; discards every allocation that
- * was in it. NULL when the region is NULL or the size below 34. */
+/* Formats `size` bytes at `region` as a pool with one free block; every earlier allocation in it is
+ * discarded. Returns the pool, or NULL if the region is NULL or the size below 34. */
 KIV_API void* KIV_CALL zu_mem_init(void* region, uint32_t size) KIV_NOEXCEPT;
 
-/* `count` bytes of the pool, or NULL when no free block is large enough. A block that would leave
- * nothing usable behind is handed out whole, up to 9 bytes larger than asked for. Linear in the
- * blocks between the last allocation and the first fit. */
+/* Allocates `count` bytes. Returns NULL if no free block is large enough. If the remainder would be
+ * too small for a block, the whole block is returned, up to 9 bytes larger than requested. Takes
+ * time linear in the number of blocks between the last allocation and the first fit. */
 KIV_API void* KIV_CALL zu_mem_malloc(void* pool, uint32_t count) KIV_NOEXCEPT;
 
-/* Frees a block of the pool and joins it with free neighbours, in constant time. What is
- * recognisably no live block (out of bounds, freed before, a header that contradicts its
- * neighbours) is ignored. */
+/* Frees a block and merges it with free neighbours, in constant time. A pointer that is detectably
+ * not a live block (out of bounds, already freed, or with a header that contradicts its neighbours)
+ * is ignored. */
 KIV_API void KIV_CALL zu_mem_free(void* pool, void* payload) KIV_NOEXCEPT;
 
-/* 1 when the pointer is a live allocation of this pool, proved by walking its blocks. `size`, when
- * not NULL, receives the block's payload size. */
+/* Returns 1 if the pointer is a live allocation of this pool, which is checked by walking its
+ * blocks; else 0. `size`, unless NULL, receives the block's payload size. */
 KIV_API int KIV_CALL zu_mem_is_valid_ext_(void* pool, const void* payload,
                                           uint32_t* size) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_mem_is_valid(void* pool, const void* payload) KIV_NOEXCEPT;
 
-/* Sizes of the largest blocks and numbers of blocks. Each output may be NULL; all are 0 for a NULL
- * or destroyed pool. */
+/* Stores the sizes of the largest blocks and the numbers of blocks. Each output may be NULL; all
+ * are 0 for a NULL or destroyed pool. */
 KIV_API void KIV_CALL zu_mem_info(void* pool, uint32_t* largest_used, uint32_t* largest_free,
                                   uint32_t* used_blocks, uint32_t* free_blocks) KIV_NOEXCEPT;
 
-/* Disables the pool: later calls fail or do nothing. The region stays with its owner. */
+/* Disables the pool: later calls fail or do nothing. The region still belongs to the caller. */
 KIV_API void KIV_CALL zu_mem_destroy(void* pool) KIV_NOEXCEPT;
 
 /* Prints every block on standard output. */
@@ -150,9 +155,10 @@ KIV_API void KIV_CALL zu_mem_print(void* pool) KIV_NOEXCEPT;
 
 /* ---- Logs ----------------------------------------------------------------------------------
  *
- * A log appends to its file and flushes every message, so that it is on disk when the call
- * returns. Threads may share a log: messages never mix. No line end is added. A message longer
- * than 102400 bytes, time stamp and prefix included, is cut there. */
+ * A log appends to its file and flushes every message, so the message has been written when
+ * the call returns. Threads may share a log: messages are never interleaved. No line end is
+ * added. A message longer than 102400 bytes, including time stamp and prefix, is truncated to
+ * that length. */
 
 typedef struct zu_log {
   char path[261];
@@ -161,23 +167,24 @@ typedef struct zu_log {
   char* buffer;
 } zu_log;
 
-/* Opens `path` (its first 260 characters) for appending in the caller's record. 0 when the file
- * cannot be opened or memory runs out; zu_log_destroy is right after either. */
+/* Opens `path` (its first 260 characters) for appending, in the caller's record. Returns 1, or 0 if
+ * the file cannot be opened or if out of memory; zu_log_destroy may be called in either case. */
 KIV_API int KIV_CALL zu_log_init(zu_log* log, const char* path) KIV_NOEXCEPT;
 
-/* A new log on `path`, for zu_log_free; NULL when zu_log_init fails. */
+/* Allocates a log and opens `path`. Returns NULL if zu_log_init fails. Free it with zu_log_free. */
 KIV_API zu_log* KIV_CALL zu_log_malloc(const char* path) KIV_NOEXCEPT;
 
-/* Closes the file and releases the rest; zu_log_free also releases a log of zu_log_malloc. No
+/* Closes the file and frees its resources; zu_log_free also frees the record of zu_log_malloc. No
  * other thread may still use the log. */
 KIV_API void KIV_CALL zu_log_destroy(zu_log* log) KIV_NOEXCEPT;
 KIV_API void KIV_CALL zu_log_free(zu_log* log) KIV_NOEXCEPT;
 
-/* Writes the formatted text as it is. 1, or 0 for a NULL argument or a destroyed log. */
+/* Writes the formatted message as it is. Returns 1, or 0 for a NULL argument or a destroyed log. */
 KIV_API KIV_PRINTF(2, 3) int KIV_CALL
     zu_log_printf(zu_log* log, const char* format, ...) KIV_NOEXCEPT;
 
-/* The same behind the local time and a severity: "2009-03-07 09:05:01 warn: ". */
+/* Writes the formatted message, preceded by the local time and a severity: "2009-03-07 09:05:01
+ * warn: ". Returns the same as zu_log_printf. */
 KIV_API KIV_PRINTF(2, 3) int KIV_CALL
     zu_log_notice(zu_log* log, const char* format, ...) KIV_NOEXCEPT;
 KIV_API KIV_PRINTF(2, 3) int KIV_CALL
@@ -187,146 +194,156 @@ KIV_API KIV_PRINTF(2, 3) int KIV_CALL
 
 /* ---- Console trace -------------------------------------------------------------------------
  *
- * One trace file of the process, "zu_console.txt" in the current directory, enabled from the
- * start. It is opened, and emptied, by the first print after the start and after each
- * zu_console_Setup. Every message is flushed; 20480 bytes at most. */
+ * One trace file for the process, "zu_console.txt" in the current directory, enabled from the
+ * start. It is opened and truncated by the first print after the start and after each
+ * zu_console_Setup. Every message is flushed; a message is truncated to 20480 bytes. */
 
-/* Enables the trace. The name is taken for compatibility only: the file is always
- * "zu_console.txt". 1. */
+/* Enables the trace. Always returns 1. The name is accepted only for compatibility: the file is
+ * always "zu_console.txt". */
 KIV_API int KIV_CALL zu_console_Setup(const char* name) KIV_NOEXCEPT;
 
-/* Disables the trace and closes its file. 1. */
+/* Disables the trace and closes its file. Always returns 1. */
 KIV_API int KIV_CALL zu_console_Free(void) KIV_NOEXCEPT;
 
-/* Disables the trace, closes its file and releases its memory. Returns what closing the file gave
- * (0 when done), 0 when none was open. */
+/* Disables the trace, closes its file and frees its memory. Returns the result of closing the file
+ * (0 on success), or 0 if none was open. */
 KIV_API int KIV_CALL zu_console_Shutdown(void) KIV_NOEXCEPT;
 
-/* Writes the formatted text. 0 while disabled, for a NULL format or without memory, else 1, also
- * when the file cannot be opened. */
+/* Writes the formatted message. Returns 0 if the trace is disabled, if `format` is NULL or if out
+ * of memory; otherwise 1, even if the file cannot be opened. */
 KIV_API KIV_PRINTF(1, 2) int KIV_CALL zu_console_printf(const char* format, ...) KIV_NOEXCEPT;
 
-/* ---- Texts ---------------------------------------------------------------------------------
+/* ---- Strings ------------------------------------------------------------------------------------
  *
- * Case is folded and digits are told in ASCII, whatever the locale. */
+ * Case folding and the test for digits use ASCII, whatever the locale. */
 
-/* Copies up to the terminator or `n` bytes, then terminates: deliberately writes up to n + 1
- * bytes. A NULL source counts as an empty one; a negative n as 0. */
+/* Copies up to the terminator or `n` bytes, then terminates; deliberately writes up to n + 1 bytes.
+ * A NULL source counts as an empty string, a negative n as 0. */
 KIV_API void KIV_CALL zu_strncpy(char* destination, const char* source, int32_t n) KIV_NOEXCEPT;
 
-/* Bytes before the terminator; 0 for NULL. */
+/* Returns the number of bytes before the terminator; 0 for NULL. */
 KIV_API uint32_t KIV_CALL zu_strlen(const char* text) KIV_NOEXCEPT;
 
-/* Compare as unsigned bytes: below, at or above 0 (zu_strcmp: -1, 0 or 1). The i forms fold case,
- * the n forms compare at most n bytes, none when n is negative. One pointer given twice is equal,
- * NULL included; NULL sorts before every text, the empty one too. */
+/* Compares two strings as unsigned bytes. Returns a negative number, 0 or a positive number
+ * (zu_strcmp: -1, 0 or 1). The i forms fold case; the n forms compare at most n bytes, none if n is
+ * negative. A pointer always equals itself, NULL included; NULL sorts before every string, even the
+ * empty one. */
 KIV_API int KIV_CALL zu_strcmp(const char* a, const char* b) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_stricmp(const char* a, const char* b) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_strncmp(const char* a, const char* b, int32_t n) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_strnicmp(const char* a, const char* b, int32_t n) KIV_NOEXCEPT;
 
-/* First occurrence of a character (the i form folds case), or NULL. The terminator is not found. */
+/* Returns the first occurrence of a character (the i form folds case), or NULL. The terminator is
+ * never found. */
 KIV_API char* KIV_CALL zu_strchr(const char* text, int character) KIV_NOEXCEPT;
 KIV_API char* KIV_CALL zu_strichr(const char* text, int character) KIV_NOEXCEPT;
 
-/* First occurrence of a text (the i form folds case), or NULL. An empty needle is found at the
- * start. */
+/* Returns the first occurrence of a string (the i form folds case), or NULL. An empty needle is
+ * found at the start. */
 KIV_API char* KIV_CALL zu_strstr(const char* haystack, const char* needle) KIV_NOEXCEPT;
 KIV_API char* KIV_CALL zu_stristr(const char* haystack, const char* needle) KIV_NOEXCEPT;
 
-/* Index of the first occurrence of `key` in `text`, or -1. An empty key is not found. */
+/* Returns the index of the first occurrence of `key` in `text`, or -1. An empty key is not
+ * found. */
 KIV_API int32_t KIV_CALL zu_FindKey(const char* key, const char* text) KIV_NOEXCEPT;
 
-/* New texts, for _zu_free: a copy; a copy of at most n bytes (in a block of n + 1); two or three
- * texts joined. NULL for a NULL argument, a negative n or when memory runs out. */
+/* Return a newly allocated string, to be freed with _zu_free: a copy; a copy of at most n bytes (in
+ * a block of n + 1); two or three strings joined. Each returns NULL for a NULL argument, a negative
+ * n or if out of memory. */
 KIV_API char* KIV_CALL zu_strdup(const char* text) KIV_NOEXCEPT;
 KIV_API char* KIV_CALL zu_strndup(const char* text, int32_t n) KIV_NOEXCEPT;
 KIV_API char* KIV_CALL zu_strdup2(const char* a, const char* b) KIV_NOEXCEPT;
 KIV_API char* KIV_CALL zu_strdup3(const char* a, const char* b, const char* c) KIV_NOEXCEPT;
 
-/* A new copy of `length` bytes with a terminator behind them. NULL as above. */
+/* Returns a newly allocated copy of `length` bytes followed by a terminator; NULL as above. */
 KIV_API void* KIV_CALL zu_memdup(const void* bytes, int32_t length) KIV_NOEXCEPT;
 
-/* A new text: the first n bytes, or fewer where the text ends, in reverse. NULL when that is
- * nothing. */
+/* Returns a newly allocated string: the first n bytes, or all if the string is shorter, in reverse.
+ * Returns NULL if that is empty. */
 KIV_API char* KIV_CALL zu_strreverse(const char* text, int32_t n) KIV_NOEXCEPT;
 
-/* A new text: what follows the last slash or back-slash. NULL when that is nothing. */
+/* Returns a newly allocated string: the part after the last slash or backslash. Returns NULL if
+ * that is empty. */
 KIV_API char* KIV_CALL zu_GetFilenameFromPath(const char* path) KIV_NOEXCEPT;
 
-/* Replaces `old_length` bytes at `position` of a text, in place; the caller has room for growth.
- * Nothing happens when a number is negative or the range leaves the text. zu_strreplace1 takes a
- * terminated replacement, NULL meaning none. */
+/* Replaces `old_length` bytes at `position` of a string, in place; the caller provides room for
+ * growth. Does nothing if a number is negative or the range exceeds the string. zu_strreplace1
+ * takes a terminated replacement; NULL means an empty one. */
 KIV_API void KIV_CALL zu_strreplace(char* text, int32_t position, int32_t old_length,
                                     const char* replacement,
                                     int32_t replacement_length) KIV_NOEXCEPT;
 KIV_API void KIV_CALL zu_strreplace1(char* text, int32_t position, int32_t old_length,
                                      const char* replacement) KIV_NOEXCEPT;
 
-/* Replaces the bytes [start, end) of a buffer holding `length` bytes, in place; both ends are
- * clipped to the length. On growth the byte at index `length` moves too, so the buffer has room
- * for it. Returns the replacement's length, the new length being the caller's to work out; 0 with
- * nothing changed when that length is below 1 or another number is negative. */
+/* Replaces the bytes [start, end) of a buffer that holds `length` bytes, in place; both ends
+ * are clipped to the length. If the content grows, the byte at index `length` is moved too, so
+ * the buffer must have room for it. Returns the replacement's length, from which the caller
+ * computes the new length; returns 0 and changes nothing if that length is below 1 or another
+ * number is negative. */
 KIV_API int32_t KIV_CALL zu_memreplace(void* buffer, int32_t length, int32_t start, int32_t end,
                                        const void* replacement,
                                        int32_t replacement_length) KIV_NOEXCEPT;
 
-/* Compares an element of a sorted array with a key: negative, 0 or positive. */
+/* Compares an element of a sorted array with a key. Returns a negative number, 0 or a
+ * positive number. */
 typedef int(KIV_CALL* zu_sort_compare_fn)(const void* element, const void* key);
 
-/* Binary search in a sorted array of `count` elements of `size` bytes. 1 when found; `index`, when
- * not NULL, then receives the position, of several equal ones that of any. 0 when not found, for a
- * NULL array or comparison, and for a size or count below 1. */
+/* Searches a sorted array of `count` elements of `size` bytes by bisection. Returns 1 if found;
+ * `index`, unless NULL, then receives the position (any one of several equal elements). Returns 0
+ * if not found, for a NULL array or comparison, and for a size or count below 1. */
 KIV_API int KIV_CALL zu_SortFind(const void* base, int32_t size, int32_t count, const void* key,
                                  zu_sort_compare_fn compare, int32_t* index) KIV_NOEXCEPT;
 
-/* Reads four decimal components below 256 with dots between them; the first one becomes the
- * highest byte. Lenient: an empty component is 0, and what follows the fourth, or its third digit,
- * is ignored. 1, or 0 with a part of the value stored. */
+/* Parses four decimal components below 256, separated by dots; the first becomes the highest byte.
+ * The parser is lenient: an empty component counts as 0, and anything after the fourth component,
+ * or after its third digit, is ignored. Returns 1; or 0 with part of the value stored. */
 KIV_API int KIV_CALL zu_IP_to_32bits(uint32_t* value, const char* text) KIV_NOEXCEPT;
 
-/* The decimal number after leading white space, with an optional sign; it ends at the first other
- * character and stops at the limits of the type. 0 for NULL. */
+/* Parses a decimal number after leading white space, with an optional sign. It ends at the first
+ * other character and saturates at the limits of the type. Returns 0 for NULL. */
 KIV_API int64_t KIV_CALL zu_str_to_longlong(const char* text) KIV_NOEXCEPT;
 
 /* Writes the value in decimal (at most 21 bytes with the terminator). Returns the buffer;
  * NULL for NULL. */
 KIV_API char* KIV_CALL zu_longlong_to_str(int64_t value, char* buffer) KIV_NOEXCEPT;
 
-/* Always 0: no text is taken for GB 2312. */
+/* Always returns 0: no string is recognised as GB 2312. */
 KIV_API int KIV_CALL zu_isGB2312(const char* text) KIV_NOEXCEPT;
 
 /* ---- Whole files --------------------------------------------------------------------------- */
 
-/* Appends bytes to a file, which is made when missing. 1, or 0 when not everything was written. */
+/* Appends bytes to a file, creating it if it is missing. Returns 1, or 0 if not everything
+ * was written. */
 KIV_API int KIV_CALL zu_AppendFile(const char* path, const void* bytes,
                                    int32_t length) KIV_NOEXCEPT;
 
-/* Removes a file: 0 when done, else non-zero, as the standard function. */
+/* Deletes a file. Returns 0 on success, else a non-zero value, like the standard function
+ * remove(). */
 KIV_API int KIV_CALL zu_DeleteFile(const char* path) KIV_NOEXCEPT;
 
-/* Reads up to `maximum` bytes from the start. Number of bytes, 0 also for a maximum below 1;
- * -1 when the file cannot be opened or read, as a directory cannot, and for NULL. */
+/* Reads up to `maximum` bytes from the start of a file. Returns the number of bytes, also 0
+ * for a maximum below 1; returns -1 for NULL or if the file cannot be opened or read (a
+ * directory cannot). */
 KIV_API int32_t KIV_CALL zu_GetFileContent(const char* path, void* buffer,
                                            int32_t maximum) KIV_NOEXCEPT;
 
-/* Reads up to `size` - 1 bytes and terminates them. 1, or 0 with the buffer untouched when the
- * file cannot be opened or the size is below 1. */
+/* Reads up to `size` - 1 bytes and terminates them. Returns 1; or 0, with the buffer untouched, if
+ * the file cannot be opened or the size is below 1. */
 KIV_API int KIV_CALL zu_GetTextFileContent(const char* path, char* buffer,
                                            int32_t size) KIV_NOEXCEPT;
 
 /* ---- Time ---------------------------------------------------------------------------------- */
 
-/* Seconds since 1970-01-01 UTC and microseconds of the second. */
+/* Seconds since 1970-01-01 UTC, and microseconds within the second. */
 typedef struct zu_timeval {
   int32_t seconds;
   int32_t microseconds;
 } zu_timeval;
 
-/* Microseconds since 1970-01-01 UTC, by the system clock. */
+/* Returns the microseconds since 1970-01-01 UTC, from the system clock. */
 KIV_API int64_t KIV_CALL zu_timenow(void) KIV_NOEXCEPT;
 
-/* The same as a pair. Returns its microseconds; 0 for NULL. */
+/* Stores the same time as a pair. Returns its microseconds; 0 for NULL. */
 KIV_API int32_t KIV_CALL zu_gettimeofday(zu_timeval* now) KIV_NOEXCEPT;
 
 /* Suspends the calling thread. */
