@@ -130,9 +130,10 @@ kiv_box* KIV_CALL kiv_bigbox_InvokeSlaveBox(kiv_bigbox* big) KIV_NOEXCEPT {
 
 int KIV_CALL kivx_bigbox_SetFairRounds(kiv_bigbox* big, int on) KIV_NOEXCEPT {
   return on_live_bigbox(big, 0, [=](kiv_bigbox& live) {
-    kivx_box_SetFairRounds(live.master, on);
-    for (std::int32_t i = 0; i < live.slave_count; ++i) {
-      kivx_box_SetFairRounds(live.slaves[i].box, on);
+    const auto set = [=](zu_box& raw) { return zu_box_SetFairRounds(&raw, on); };
+    on_master(live, kNoWake, set);
+    for (Slave* slave = live.slaves; slave != live.slaves + live.slave_count; ++slave) {
+      on_box_of_thread(slave->box, slave->thread, kNoWake, set);
     }
     return 1;
   });

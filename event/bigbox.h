@@ -71,8 +71,16 @@ int on_box_of_thread(kiv_box* box, std::int32_t thread, const Wake& wake, Operat
       box, 0, wake, [&](kiv_box& live) { return live.owner_thread == thread ? op(*live.raw) : 0; });
 }
 
+// Runs op(raw) on the master's box; 0 when that has ended.
+template <typename Operation>
+int on_master(kiv_bigbox& big, const Wake& wake, Operation op) {
+  return on_box_of_thread(big.master, big.master_thread, wake, op);
+}
+
 // Ends the waits of a client on its slave's box and frees it. The socket stays open.
 void release_client(Client& client);
+// Deletes a socket of the master's box.
+void delete_on_master(kiv_bigbox& big, std::int32_t socket);
 // Ends the wait of a listener on the master, closes its socket when the master opened it, and frees
 // it.
 void release_listener(kiv_bigbox& big, Listener& listener);

@@ -223,7 +223,7 @@ void KIV_CALL kiv_bigbox_DeleteSock(kiv_bigbox* big, std::int32_t socket) KIV_NO
       live.listeners.erase(socket);
       release_listener(live, *listener);
     } else {
-      kiv_box_DeleteSock(live.master, socket);
+      delete_on_master(live, socket);
     }
     return 1;
   });

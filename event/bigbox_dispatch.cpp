@@ -11,7 +11,8 @@ Served serve_client_read(zu_box& slave, Socket& socket, Kind kind, base::Guard& 
   ReadBuffer buffer;
   const std::int32_t id = socket.id;
   const std::int32_t room = buffer.size() - 1;
-  const std::int32_t length = platform::socket_receive(id, buffer.data(), room);
+  const std::int32_t length =
+      platform::socket_receive(id, buffer.data(), room, platform::Waiting::never);
   if (length < 0 && platform::last_error() == platform::kWouldBlock) return Served::nothing;
   if (length > 0 && length < room) slave.poller.was_short_read(id);
   kiv_bigbox* const big = client.big;

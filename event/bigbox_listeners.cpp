@@ -61,18 +61,25 @@ bool import_listener(kiv_bigbox& big, std::int32_t socket, const AcceptHandler& 
       platform::socket_set_blocking(socket, false) != 0 || !take_in(big, socket, accept)) {
     return false;
   }
-  const int started = on_box_of_thread(
-      big.master, big.master_thread, Wake::always("ImportSockId_ForRead"), [&](zu_box& raw) {
-        return add_wait(raw, Kind::read, socket, {serve_imported_listener, nullptr, &big}) ? 1 : 0;
-      });
+  const int started = on_master(big, Wake::always("ImportSockId_ForRead"), [&](zu_box& raw) {
+    return add_wait(raw, Kind::read, socket, {serve_imported_listener, nullptr, &big, true}) ? 1
+                                                                                             : 0;
+  });
   if (started != 1) forget(big, *big.listeners.find(socket));
   return started == 1;
 }
 
 }  // namespace
 
+void delete_on_master(kiv_bigbox& big, std::int32_t socket) {
+  on_master(big, Wake::always("DeleteSock"), [=](zu_box& raw) {
+    zu_box_sock_Delete(&raw, socket);
+    return 1;
+  });
+}
+
 void release_listener(kiv_bigbox& big, Listener& listener) {
-  kiv_box_DeleteSock(big.master, listener.socket);
+  delete_on_master(big, listener.socket);
   _zu_free(&listener);
 }
 
@@ -85,10 +92,12 @@ std::int32_t KIV_CALL kiv_bigbox_attach(kiv_bigbox* big, const char* local_ip, s
                                         zu_box_accept_fn on_accept, void* accept_arg) KIV_NOEXCEPT {
   if (on_accept == nullptr) return -1;
   return on_live_bigbox(big, -1, [=](kiv_bigbox& live) {
-    const std::int32_t socket = kiv_box_NewTcpServer(live.master, local_ip, port, let_in, &live);
+    const std::int32_t socket = on_master(live, Wake::for_new_id("NewTcpServer"), [&](zu_box& raw) {
+      return zu_box_sock_AddLocalTcpServer(&raw, local_ip, port, let_in, &live);
+    });
     if (socket < 1) return -1;
     if (take_in(live, socket, {on_accept, accept_arg})) return socket;
-    kiv_box_DeleteSock(live.master, socket);
+    delete_on_master(live, socket);
     return -1;
   });
 }
@@ -110,7 +119,8 @@ int KIV_CALL kivx_bigbox_export_ForListen(kiv_bigbox* big, std::int32_t socket) 
   return on_live_bigbox(big, 0, [=](kiv_bigbox& live) {
     Listener* const listener = live.listeners.find(socket);
     if (listener == nullptr) return 0;
-    kivx_box_ExportSockId(live.master, socket);
+    on_master(live, Wake::always("ExportSockId"),
+              [=](zu_box& raw) { return zu_box_sock_ExportSocketId(&raw, socket); });
     forget(live, *listener);
     return 1;
   });
@@ -119,8 +129,8 @@ int KIV_CALL kivx_bigbox_export_ForListen(kiv_bigbox* big, std::int32_t socket) 
 int KIV_CALL kivx_bigbox_SetBacklog(kiv_bigbox* big, std::int32_t listener,
                                     std::int32_t backlog) KIV_NOEXCEPT {
   return on_live_bigbox(big, 0, [=](kiv_bigbox& live) {
-    return live.listeners.find(listener) != nullptr
-               ? kivx_box_SetBacklog(live.master, listener, backlog)
-               : 0;
+    if (live.listeners.find(listener) == nullptr) return 0;
+    return on_master(live, kNoWake,
+                     [=](zu_box& raw) { return set_backlog(raw, listener, backlog) ? 1 : 0; });
   });
 }

@@ -1,11 +1,14 @@
 // What happens when a socket of a raw box is ready: a system call under the lock, then one call of
 // the application without it.
+#include "event/endpoint.h"
 #include "event/ip_text.h"
 #include "event/raw_box.h"
 #include "platform/socket.h"
 
 namespace kiv::event {
 namespace {
+
+using platform::Waiting;
 
 // Nothing came after all, or what was there is gone: a copy of a closed descriptor reports on.
 bool came_too_late(zu_box& box, std::int32_t socket) {
@@ -43,7 +46,8 @@ Served call(const zu_box& box, base::Guard& guard, const SocketHandler& chosen,
 Served serve_stream(zu_box& box, Socket& socket, Kind kind, base::Guard& guard) {
   char data[kMaxReadLength + 1];
   const std::int32_t id = socket.id;
-  const std::int32_t length = platform::socket_receive(id, data, socket.max_read_length);
+  const std::int32_t length =
+      platform::socket_receive(id, data, socket.max_read_length, Waiting::never);
   if (length > 0) {
     if (length < socket.max_read_length) box.poller.was_short_read(id);
     data[length] = '\0';
@@ -64,7 +68,7 @@ Served serve_datagram(zu_box& box, Socket& socket, Kind, base::Guard& guard) {
   char data[kMaxReadLength + 1];
   zu_sock_peer from = {};
   const std::int32_t id = socket.id;
-  std::int32_t length = zu_sock_read_ByAddr(id, data, kMaxReadLength, &from);
+  std::int32_t length = read_datagram(id, data, kMaxReadLength, from, Waiting::never);
   if (length < 0) {
     if (came_too_late(box, id)) return Served::nothing;
     length = 0;

@@ -11,6 +11,9 @@ namespace {
 // The order in which a walk shows the sockets: by bucket, and in a bucket the newest first.
 constexpr std::int32_t kBuckets = 5120;
 
+// Accepting waits as the listener is set, so it is asked first.
+constexpr Wait kAcceptWait{serve_accept, nullptr, nullptr, true};
+
 // Makes a socket that has just been opened the box's own and starts to wait for it; closes it when
 // that is not possible.
 template <typename SetHandlers>
@@ -86,7 +89,7 @@ std::int32_t add_tcp_server(zu_box& box, const platform::WireAddress& local,
   return own(box, open_tcp_server(local, kListenBacklog), SocketKind::local_tcp_server,
              [&](Socket& socket) {
                socket.accept = accept;
-               return add_wait(box, Kind::read, socket.id, {serve_accept});
+               return add_wait(box, Kind::read, socket.id, kAcceptWait);
              });
 }
 

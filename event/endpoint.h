@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "kiv_base/event.h"
 #include "platform/socket.h"
 
 namespace kiv::event {
@@ -22,5 +23,9 @@ std::int32_t open_tcp_client(const platform::WireAddress& target);
 std::int32_t open_udp_client();
 std::int32_t open_tcp_server(const platform::WireAddress& local, std::int32_t backlog);
 std::int32_t open_udp_server(const platform::WireAddress& local);
+
+// As zu_sock_read_ByAddr, which waits as the socket is set.
+std::int32_t read_datagram(std::int32_t socket, void* buffer, std::int32_t length,
+                           zu_sock_peer& from, platform::Waiting waiting);
 
 }  // namespace kiv::event

@@ -39,7 +39,7 @@ struct Wait {
   Serve serve = nullptr;           // null: not waited for
   zu_event_fn callback = nullptr;  // of an import
   void* user = nullptr;
-  bool asks_first = false;  // it calls the application without trying the socket itself
+  bool asks_first = false;  // serving it does not find out whether the socket is still ready
 };
 
 enum class SocketKind : std::int32_t {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "event/endpoint.h"
 #include "event/ip_text.h"
 #include "kiv_base/event.h"
 #include "platform/socket.h"
@@ -70,6 +71,21 @@ bool first_address(const char* host, std::uint32_t* address) {
 }
 
 }  // namespace
+
+std::int32_t kiv::event::read_datagram(std::int32_t socket, void* buffer, std::int32_t length,
+                                       zu_sock_peer& from, platform::Waiting waiting) {
+  WireAddress peer;
+  const std::int32_t received =
+      platform::socket_receive_from(socket, buffer, length, &peer, waiting);
+  from.addr = std::bit_cast<zu_sock_addr>(peer);
+  from.addr_len = sizeof peer;
+  if (received > 0) {
+    copy_text(from.ip, sizeof from.ip, IpText(peer.address).text);
+    from.address = platform::swap_order(peer.address);
+    from.port = platform::swap_order(peer.port);
+  }
+  return received;
+}
 
 int KIV_CALL zu_sock_startup(void) KIV_NOEXCEPT {
   if (started.load(std::memory_order_acquire) == 1) return 1;
@@ -250,14 +266,5 @@ int32_t KIV_CALL zu_sock_read_ByAddr(int32_t socket, void* buffer, int32_t lengt
   if (peer == nullptr) {
     return platform::socket_receive_from(socket, buffer, length, nullptr);
   }
-  WireAddress from;
-  const std::int32_t received = platform::socket_receive_from(socket, buffer, length, &from);
-  peer->addr = std::bit_cast<zu_sock_addr>(from);
-  peer->addr_len = sizeof from;
-  if (received > 0) {
-    copy_text(peer->ip, sizeof peer->ip, IpText(from.address).text);
-    peer->address = platform::swap_order(from.address);
-    peer->port = platform::swap_order(from.port);
-  }
-  return received;
+  return kiv::event::read_datagram(socket, buffer, length, *peer, platform::Waiting::as_set);
 }

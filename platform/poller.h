@@ -54,7 +54,7 @@ class Poller {
 
   // The highest socket below `below` that the last wait found ready, and nobody found otherwise
   // since; -1 when there is none.
-  std::int32_t highest_ready(Kind kind, std::int32_t below) const noexcept;
+  std::int32_t highest_ready(Kind kind, std::int32_t below) noexcept;
   // Asks the system whether a socket that was found ready still is. It is not ready any more if
   // not.
   bool still_ready(Kind kind, std::int32_t socket) noexcept;

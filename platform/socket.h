@@ -71,15 +71,20 @@ std::int32_t socket_connect(std::int32_t socket, const WireAddress& peer) noexce
 // result is -1 with kOutOfSockets, so that the listener does not stay ready for ever.
 std::int32_t socket_accept(std::int32_t listener, WireAddress* peer) noexcept;
 
+// Does a call wait for data? A socket is ready by what the loop saw a while ago; the application
+// may have made it blocking since.
+enum class Waiting { as_set, never };
+
 // Number of bytes moved; receiving gives 0 at the end of a stream.
 std::int32_t socket_send(std::int32_t socket, const void* data, std::int32_t length) noexcept;
-std::int32_t socket_receive(std::int32_t socket, void* buffer, std::int32_t length) noexcept;
+std::int32_t socket_receive(std::int32_t socket, void* buffer, std::int32_t length,
+                            Waiting waiting = Waiting::as_set) noexcept;
 // An address length below 16 fails; all of `peer` is used otherwise.
 std::int32_t socket_send_to(std::int32_t socket, const void* data, std::int32_t length,
                             const WireAddress& peer, std::int32_t address_length) noexcept;
 // `peer` may be null. A datagram longer than the buffer is lost: -1 with kMessageTooLong.
 std::int32_t socket_receive_from(std::int32_t socket, void* buffer, std::int32_t length,
-                                 WireAddress* peer) noexcept;
+                                 WireAddress* peer, Waiting waiting = Waiting::as_set) noexcept;
 
 enum class Option { receive_buffer, send_buffer, keep_alive, no_delay, reuse_address };
 

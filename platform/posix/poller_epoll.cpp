@@ -4,9 +4,13 @@
 // keep it until a call on the socket shows that it is ready no more.
 //
 // epoll forgets a closed socket without a word. What it no longer knows is found by a sweep over
-// all sockets, every 10 ms or, if that is more, at one percent of the loop's time.
+// all sockets, every 10 ms or, if that is more, at one percent of the loop's time. What was ready
+// then may be another socket's number by now: one that has changed hands is asked for before it is
+// served.
+#include <netinet/in.h>
 #include <pthread.h>
 #include <sys/epoll.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,6 +21,7 @@
 
 #include "platform/clock.h"
 #include "platform/heap.h"
+#include "platform/posix/hands.h"
 #include "platform/posix/watches.h"
 
 namespace kiv::platform {
@@ -26,6 +31,7 @@ constexpr int kBatch = 128;
 constexpr std::int64_t kSweepEveryUs = 10000;
 constexpr std::int64_t kSweepShare = 100;      // of the loop's time: one in a hundred
 constexpr std::uint32_t kPassesPerClock = 32;  // a busy loop asks for the time so seldom
+constexpr std::uint32_t kPassesPerTry = 1000;  // while the system refuses an epoll instance
 
 // A child process has the same epoll instance as its parent, and must not change it.
 std::atomic<std::uint32_t> forks{0};
@@ -42,6 +48,13 @@ std::uint32_t epoll_events(Kinds kinds) {
   if ((kinds & set_of(Kind::write)) != 0) events |= EPOLLOUT;
   if ((kinds & set_of(Kind::except)) != 0) events |= EPOLLPRI;
   return events;
+}
+
+bool is_tcp_socket(std::int32_t socket) {
+  int protocol = 0;
+  socklen_t size = sizeof protocol;
+  return getsockopt(socket, SOL_SOCKET, SO_PROTOCOL, &protocol, &size) == 0 &&
+         protocol == IPPROTO_TCP;
 }
 
 static_assert(EPOLLIN == POLLIN && EPOLLOUT == POLLOUT && EPOLLPRI == POLLPRI &&
@@ -71,6 +84,7 @@ struct Poller::Backend {
   Watches watches;
   int epoll = -1;  // -1: waits with poll()
   std::uint32_t forked = forks.load(std::memory_order_relaxed);
+  std::uint32_t passes_to_try = 0;
   std::uint32_t files = 0;  // watched, and always ready
   int found = 0;
   bool is_busy = false;      // something was ready before the wait
@@ -82,7 +96,9 @@ struct Poller::Backend {
   bool uses_epoll() const { return epoll >= 0; }
   int control(int operation, const Watch& watch) const;
   bool enroll(Watch& watch);
-  bool is_here(const Watch& watch) const;
+  bool is_here(Watch& watch) const;
+  bool changed_hands(Watch& watch) const;
+  void bury(const Watch& watch);
   void leave_parent();
   void choose_wait();
   void start_epoll();
@@ -103,6 +119,7 @@ int Poller::Backend::control(int operation, const Watch& watch) const {
 
 // False when the system has no room for it.
 bool Poller::Backend::enroll(Watch& watch) {
+  watch.hands = hand_count(watch.socket).load(std::memory_order_acquire);
   if (control(EPOLL_CTL_ADD, watch) == 0) return true;
   switch (errno) {
     case EEXIST:
@@ -120,8 +137,19 @@ bool Poller::Backend::enroll(Watch& watch) {
 }
 
 // Does the number still belong to what is watched?
-bool Poller::Backend::is_here(const Watch& watch) const {
+bool Poller::Backend::is_here(Watch& watch) const {
+  watch.hands = hand_count(watch.socket).load(std::memory_order_acquire);
   return watch.is_file ? is_open(watch.socket) : control(EPOLL_CTL_MOD, watch) == 0;
+}
+
+bool Poller::Backend::changed_hands(Watch& watch) const {
+  return watch.hands != hand_count(watch.socket).load(std::memory_order_acquire) && !is_here(watch);
+}
+
+// It is swept in the next pass, and not served before.
+void Poller::Backend::bury(const Watch& watch) {
+  for (ReadySet& set : watches.ready) set.erase(watch.socket);
+  watches.dead.insert(watch.socket);
 }
 
 void Poller::Backend::stop_epoll() {
@@ -153,7 +181,9 @@ void Poller::Backend::leave_parent() {
 
 void Poller::Backend::choose_wait() {
   if (watches.count() > kFew) {
-    if (!uses_epoll()) start_epoll();
+    if (uses_epoll() || passes_to_try-- > 0) return;
+    start_epoll();
+    passes_to_try = uses_epoll() ? 0 : kPassesPerTry;
   } else if (uses_epoll()) {
     stop_epoll();
   }
@@ -299,19 +329,27 @@ Poller::Result Poller::end_wait() noexcept {
   return self.watches.any_ready() ? Result::ready : Result::timed_out;
 }
 
-std::int32_t Poller::highest_ready(Kind kind, std::int32_t below) const noexcept {
-  return backend_->watches.ready[index_of(kind)].highest(below);
+std::int32_t Poller::highest_ready(Kind kind, std::int32_t below) noexcept {
+  Backend& self = *backend_;
+  for (;;) {
+    const std::int32_t socket = self.watches.ready[index_of(kind)].highest(below);
+    if (socket < 0 || !self.uses_epoll()) return socket;
+    Watch& watch = *self.watches.find(socket);
+    if (!self.changed_hands(watch)) return socket;
+    self.bury(watch);
+  }
 }
 
 bool Poller::still_ready(Kind kind, std::int32_t socket) noexcept {
   if (!backend_->uses_epoll()) return true;
-  Watches& watches = backend_->watches;
-  const short shown = shown_now(socket, poll_events(set_of(kind)));
-  if ((shown & POLLNVAL) != 0) {
-    watches.dead.insert(socket);
-  } else if ((found_by_poll(shown, watches.find(socket)->kinds) & set_of(kind)) != 0) {
-    return true;
+  Watch& watch = *backend_->watches.find(socket);
+  // Whoever else has the number now may be ready, too.
+  if (!backend_->is_here(watch)) {
+    backend_->bury(watch);
+    return false;
   }
+  const short shown = shown_now(socket, poll_events(set_of(kind)));
+  if ((found_by_poll(shown, watch.kinds) & set_of(kind)) != 0) return true;
   not_ready(kind, socket);
   return false;
 }
@@ -324,16 +362,16 @@ void Poller::not_ready(Kind kind, std::int32_t socket) noexcept {
 }
 
 void Poller::was_short_read(std::int32_t socket) noexcept {
-  const Watch* const watch = backend_->watches.find(socket);
-  if (watch != nullptr && !watch->short_reads_lie) {
-    backend_->watches.ready[index_of(Kind::read)].erase(socket);
-  }
+  Watch* const watch = backend_->watches.find(socket);
+  if (watch == nullptr || watch->short_reads_lie || !backend_->uses_epoll()) return;
+  if (watch->is_tcp < 0) watch->is_tcp = is_tcp_socket(socket) ? 1 : 0;
+  if (watch->is_tcp == 1) backend_->watches.ready[index_of(Kind::read)].erase(socket);
 }
 
 bool Poller::is_dead(std::int32_t socket) noexcept {
   Watches& watches = backend_->watches;
   if (watches.dead.contains(socket)) return true;
-  const Watch* const watch = watches.find(socket);
+  Watch* const watch = watches.find(socket);
   if (watch == nullptr || !backend_->uses_epoll() || backend_->is_here(*watch)) return false;
   watches.dead.insert(socket);
   return true;

@@ -55,7 +55,7 @@ Poller::Result Poller::end_wait() noexcept {
   return watches.any_ready() ? Result::ready : Result::timed_out;
 }
 
-std::int32_t Poller::highest_ready(Kind kind, std::int32_t below) const noexcept {
+std::int32_t Poller::highest_ready(Kind kind, std::int32_t below) noexcept {
   return backend_->watches.ready[index_of(kind)].highest(below);
 }
 

@@ -16,6 +16,7 @@
 #include <ctime>
 
 #include "platform/clock.h"
+#include "platform/posix/hands.h"
 
 namespace kiv::platform {
 namespace {
@@ -153,6 +154,10 @@ bool is_ready(std::int32_t socket, short event, std::int64_t timeout_us) {
   }
 }
 
+constexpr int flags_for(Waiting waiting) {
+  return waiting == Waiting::never ? MSG_DONTWAIT : 0;
+}
+
 std::int32_t named(int (*ask)(int, sockaddr*, socklen_t*), std::int32_t socket,
                    WireAddress* address) {
   sockaddr_in found{};
@@ -175,11 +180,12 @@ std::int32_t last_error() noexcept {
 
 std::int32_t socket_open(Transport transport) noexcept {
   const bool tcp = transport == Transport::tcp;
-  return above_standard_streams(::socket(AF_INET, (tcp ? SOCK_STREAM : SOCK_DGRAM) | SOCK_CLOEXEC,
-                                         tcp ? IPPROTO_TCP : IPPROTO_UDP));
+  return in_new_hands(above_standard_streams(::socket(
+      AF_INET, (tcp ? SOCK_STREAM : SOCK_DGRAM) | SOCK_CLOEXEC, tcp ? IPPROTO_TCP : IPPROTO_UDP)));
 }
 
 std::int32_t socket_close(std::int32_t socket) noexcept {
+  in_new_hands(socket);
   // An interrupted close has closed; trying again could hit another thread's descriptor.
   return close(socket) == 0 || errno == EINTR ? 0 : -1;
 }
@@ -225,7 +231,7 @@ std::int32_t socket_accept(std::int32_t listener, WireAddress* peer) noexcept {
   }
   keep_spare();
   if (peer != nullptr) *peer = std::bit_cast<WireAddress>(from);
-  return above_standard_streams(taken);
+  return in_new_hands(above_standard_streams(taken));
 }
 
 std::int32_t socket_send(std::int32_t socket, const void* data, std::int32_t length) noexcept {
@@ -234,10 +240,11 @@ std::int32_t socket_send(std::int32_t socket, const void* data, std::int32_t len
       resumed([&] { return send(socket, data, static_cast<std::size_t>(length), MSG_NOSIGNAL); }));
 }
 
-std::int32_t socket_receive(std::int32_t socket, void* buffer, std::int32_t length) noexcept {
+std::int32_t socket_receive(std::int32_t socket, void* buffer, std::int32_t length,
+                            Waiting waiting) noexcept {
   if (buffer == nullptr || length < 0) return fail(EFAULT);
-  return static_cast<std::int32_t>(
-      resumed([&] { return recv(socket, buffer, static_cast<std::size_t>(length), 0); }));
+  return static_cast<std::int32_t>(resumed(
+      [&] { return recv(socket, buffer, static_cast<std::size_t>(length), flags_for(waiting)); }));
 }
 
 std::int32_t socket_send_to(std::int32_t socket, const void* data, std::int32_t length,
@@ -253,7 +260,7 @@ std::int32_t socket_send_to(std::int32_t socket, const void* data, std::int32_t 
 }
 
 std::int32_t socket_receive_from(std::int32_t socket, void* buffer, std::int32_t length,
-                                 WireAddress* peer) noexcept {
+                                 WireAddress* peer, Waiting waiting) noexcept {
   if (buffer == nullptr || length < 0) return fail(EFAULT);
   sockaddr_in from{};
   iovec piece{buffer, static_cast<std::size_t>(length)};
@@ -264,7 +271,7 @@ std::int32_t socket_receive_from(std::int32_t socket, void* buffer, std::int32_t
     message.msg_name = &from;
     message.msg_namelen = sizeof from;
   }
-  const auto received = resumed([&] { return recvmsg(socket, &message, 0); });
+  const auto received = resumed([&] { return recvmsg(socket, &message, flags_for(waiting)); });
   if (received < 0) return -1;
   if (peer != nullptr) *peer = std::bit_cast<WireAddress>(from);
   if ((message.msg_flags & MSG_TRUNC) != 0) return fail(EMSGSIZE);

@@ -6,6 +6,7 @@
 #include <ctime>
 
 #include "platform/heap.h"
+#include "platform/posix/hands.h"
 
 namespace kiv::platform {
 namespace {
@@ -76,7 +77,8 @@ Watch* Watches::add(std::int32_t socket, Kinds kinds) noexcept {
   if (!reserve(socket)) return nullptr;
   if (places_ != nullptr) places_[socket] = count_;
   Watch& watch = watches_[count_++];
-  watch = {socket, ++serial_, kinds, kinds, false, false, false};
+  watch = {socket, ++serial_, kinds, kinds};
+  in_new_hands(socket);
   return &watch;
 }
 

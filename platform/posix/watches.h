@@ -17,10 +17,12 @@ struct Watch {
   std::int32_t socket;
   std::uint32_t serial;  // tells the results of what is watched now from older ones
   Kinds kinds;
-  Kinds fresh;           // those watched since the wait began
-  bool short_reads_lie;  // the stream has ended or carries urgent data
-  bool is_file;          // the system refuses to watch it: always ready
-  bool is_muted;         // it would end every poll() and nothing watches for what it reports
+  Kinds fresh;              // those watched since the wait began
+  std::uint32_t hands = 0;  // count of the number's hands when it was last known to be this socket
+  std::int8_t is_tcp = -1;  // -1: not asked yet; no other kind has given all with a short read
+  bool short_reads_lie = false;  // the stream has ended or carries urgent data
+  bool is_file = false;          // the system refuses to watch it: always ready
+  bool is_muted = false;  // it would end every poll() and nothing watches for what it reports
 };
 
 class Watches {

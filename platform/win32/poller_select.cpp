@@ -208,7 +208,7 @@ Poller::Result Poller::end_wait() noexcept {
   return self.any_ready != 0 ? Result::ready : Result::timed_out;
 }
 
-std::int32_t Poller::highest_ready(Kind kind, std::int32_t below) const noexcept {
+std::int32_t Poller::highest_ready(Kind kind, std::int32_t below) noexcept {
   const Backend& self = *backend_;
   if ((self.any_ready & set_of(kind)) == 0) return -1;
   for (const Watch* watch = self.place_of(below); watch-- != self.watches;) {

@@ -159,7 +159,9 @@ std::int32_t socket_send(std::int32_t socket, const void* data, std::int32_t len
   return send(system_socket(socket), static_cast<const char*>(data), length, 0);
 }
 
-std::int32_t socket_receive(std::int32_t socket, void* buffer, std::int32_t length) noexcept {
+// select() tells what is ready at this moment, so no call that it leads to waits.
+std::int32_t socket_receive(std::int32_t socket, void* buffer, std::int32_t length,
+                            Waiting) noexcept {
   if (buffer == nullptr || length < 0) return fail(kFault);
   return recv(system_socket(socket), static_cast<char*>(buffer), length, 0);
 }
@@ -175,7 +177,7 @@ std::int32_t socket_send_to(std::int32_t socket, const void* data, std::int32_t 
 }
 
 std::int32_t socket_receive_from(std::int32_t socket, void* buffer, std::int32_t length,
-                                 WireAddress* peer) noexcept {
+                                 WireAddress* peer, Waiting) noexcept {
   if (buffer == nullptr || length < 0) return fail(kFault);
   sockaddr_in from{};
   int size = sizeof from;
