@@ -1,7 +1,7 @@
-// The library from C++: owning handles, callables as callbacks, texts and spans, over the C
-// interface and at its cost. Nothing throws and nothing is allocated here; a function fails as its
-// C function does, with a null handle, false, -1 or an empty optional, and what it does stands
-// there.
+// The library from C++: owning handles, callables as callbacks, strings and spans, over the C
+// interface and at its cost. Nothing throws and nothing is allocated here; a function fails as
+// its C function does, with a null handle, false, -1 or an empty optional. Its contract is that
+// of the C function.
 //
 //   kiv::Library library;
 //   auto box = kiv::Box::make();
@@ -11,11 +11,11 @@
 //   box.every(500, on_tick);
 //   box.loop();
 //
-// A class owns its object (`Box`, null after a move and for a maker that failed), its reference
-// borrows it (`BoxRef`) and has the operations; get() is the C handle of either. No face, to be
-// called in C, have: what C++ has itself, such as containers, pools and texts; the layers below
-// (zu_box_*, zu_sock_*, the object registry); the console trace, terminal input, and the steering
-// of services (run_service runs one).
+// A class owns its object (`Box`; null after a move, and if creation failed); its reference type
+// borrows it (`BoxRef`) and has the operations; get() returns the C handle of either. Not wrapped,
+// and to be called in C: what C++ has itself, such as containers, pools and strings; the lower
+// layers (zu_box_*, zu_sock_*, the object registry); the console trace, terminal input, and the
+// management of services (run_service runs one).
 #ifndef KIV_BASE_HPP
 #define KIV_BASE_HPP
 

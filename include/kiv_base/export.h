@@ -1,21 +1,21 @@
-/* Linkage of the exported functions and the C types that every family shares.
+/* Linkage of the exported functions, and the conventions and C types that every family shares.
  *
- * KIV_API       one exported function: C linkage, visible in the shared library
- * KIV_CALL      its calling convention; callbacks carry it too (cdecl on Windows)
- * KIV_NOEXCEPT  nothing is ever thrown across the interface
+ *   KIV_API       one exported function: C linkage, visible in the shared library
+ *   KIV_CALL      its calling convention; callbacks have it too (cdecl on Windows)
+ *   KIV_NOEXCEPT  no exception is ever thrown across the interface
  *
- * KIV_BASE_STATIC is for a program that links the library's own objects, as tests of this tree do:
- * on Windows it must not look for the functions in a DLL. What is installed is the shared library.
+ * KIV_BASE_STATIC is for a program that links the library's own objects, like the tests of
+ * this tree: on Windows it must not look for the functions in a DLL. The installed library is
+ * the shared one.
  *
  * Conventions of all headers:
- * - A handle is the address of its object; NULL is never valid, and every function tests it.
- * - An action or predicate returns 1 or 0; one that returns an id, a count or a byte number
- *   returns -1 on failure; one that makes something returns NULL on failure.
- * - A value or argument handed through the library is a `void*`; what fits a pointer fits it.
- * - What a function returns as new belongs to the caller, who gives it back to `_zu_free` or to
- *   the family's own free function, which does nothing with NULL.
- * - Failures that have a text print it as one line on standard output.
- */
+ * - A handle is the address of its object; NULL is never valid, and every function checks for it.
+ * - A function that acts or tests returns 1 or 0; one that returns an id, a count or a number of
+ *   bytes returns -1 on failure; one that creates an object returns NULL on failure.
+ * - A value or argument that the library passes on is a `void*`: anything that fits a pointer.
+ * - Newly allocated objects belong to the caller, who frees them with `_zu_free` or with the
+ *   family's own free function, which ignores NULL.
+ * - A failure that has a message prints it as one line on standard output. */
 #ifndef KIV_BASE_EXPORT_H
 #define KIV_BASE_EXPORT_H
 

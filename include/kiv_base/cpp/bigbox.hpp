@@ -1,5 +1,6 @@
-// The big box: TCP clients spread over threads (kiv_base/event.h). Callbacks get the big box first;
-// accept callbacks run on the master's thread, those of a client on the thread of its slave.
+// The big box: TCP clients distributed over threads (kiv_base/event.h). Callbacks receive the
+// big box first; accept callbacks run on the master's thread, those of a client on the thread
+// of its slave.
 #ifndef KIV_BASE_CPP_BIGBOX_HPP
 #define KIV_BASE_CPP_BIGBOX_HPP
 
@@ -14,20 +15,21 @@ using OnBigSocket = Callback<SocketKind<BigBoxRef>>;
 using OnBigRead = Callback<ReadKind<BigBoxRef>>;
 using OnBigAccept = Callback<AcceptKind<BigBoxRef>>;
 
-// Any thread may call, also when the big box is gone. False, -1, 0 and null are the C functions'.
+// Any thread may call, even after the big box is freed. False, -1, 0 and null are the failure
+// values of the C functions.
 class BigBoxRef : public Ref<kiv_bigbox> {
  public:
   using Ref::Ref;
   static BigBoxRef from(void* handle) noexcept { return static_cast<kiv_bigbox*>(handle); }
 
-  // Null when memory, threads, ports or descriptors run out. The end of a BigBox ends its threads
-  // and does not wait for them: count the clients to know when their callbacks have ended. It
-  // closes no client's socket.
+  // Returns null if out of memory, threads, ports or descriptors. Destroying a BigBox ends its
+  // threads and does not wait for them: count the clients to know when their callbacks have ended.
+  // It closes no client's socket.
   static BigBox make(std::int32_t slaves, std::int32_t max_clients) noexcept {
     return BigBox(kiv_bigbox_make(slaves, max_clients));
   }
 
-  // Additions; see BoxRef. A post runs on the thread that serves the client.
+  // Additions; see BoxRef. A posted function runs on the thread that serves the client.
   bool set_fair_rounds(bool on) const noexcept {
     return kivx_bigbox_SetFairRounds(object_, on ? 1 : 0) == 1;
   }
@@ -43,7 +45,7 @@ class BigBoxRef : public Ref<kiv_bigbox> {
     return kiv_bigbox_attach(object_, local_ip.c_str(), port, on_accept.function(),
                              on_accept.argument());
   }
-  // Makes a socket a client; on false it is still the caller's to close.
+  // Makes a socket a client; if it returns false, the caller must still close the socket.
   bool accept(SocketId socket, TextRef peer_ip, std::uint16_t peer_port, OnBigRead on_read,
               OnBigSocket on_close) const noexcept {
     return kiv_bigbox_accept(object_, socket, peer_ip.c_str(), peer_port, on_read.function(),
@@ -56,10 +58,10 @@ class BigBoxRef : public Ref<kiv_bigbox> {
     return kivx_bigbox_write(socket, data.data(), data.size());
   }
 
-  // Lets go of a client, whose socket stays open, or closes a listener.
+  // Releases a client, whose socket stays open, or closes a listener.
   void remove(SocketId socket) const noexcept { kiv_bigbox_DeleteSock(object_, socket); }
-  // Closes a socket that the big box has let go of, or that it refused: the master adopts it and
-  // removes it. False when the master cannot, and the socket is still open.
+  // Closes a socket that the big box has released or rejected: the master adopts it and removes it.
+  // Returns false if the master cannot, and the socket is then still open.
   bool close_removed(SocketId socket) const noexcept {
     const BoxRef box = master();
     if (box.adopt(socket, nullptr, nullptr) < 1) return false;
@@ -72,7 +74,7 @@ class BigBoxRef : public Ref<kiv_bigbox> {
     return kiv_bigbox_GetSlaveBox(object_, socket);
   }
   BoxRef master() const noexcept { return kiv_bigbox_GetMasterBox(object_); }
-  // False when the socket is no client.
+  // Returns false if the socket is not a client.
   bool peer(SocketId socket, Buffer ip, std::uint16_t& port) const noexcept {
     return kiv_bigbox_GetSockIP(object_, socket, ip.data(), ip.size(), &port) == 1;
   }
@@ -80,7 +82,7 @@ class BigBoxRef : public Ref<kiv_bigbox> {
   SocketId current_client() const noexcept { return kiv_bigbox_InvokeClientID(object_); }
   BoxRef current_slave() const noexcept { return kiv_bigbox_InvokeSlaveBox(object_); }
 
-  // Waiting for sockets that stay the caller's.
+  // Wait for sockets that still belong to the caller.
   bool import_for_read(SocketId socket, OnBigRead on_read, OnBigSocket on_close) const noexcept {
     return kivx_bigbox_import_ForRead(object_, socket, on_read.function(), on_read.argument(),
                                       on_close.function(), on_close.argument()) == 1;

@@ -1,5 +1,5 @@
-// Boxes: sockets and timers served by a loop. What the functions do stands with the C functions
-// that they call (kiv_base/event.h); ids are -1 and the other results false where C gives -1 and 0.
+// Boxes: sockets and timers served by a loop. The contracts are those of the C functions that are
+// called (kiv_base/event.h); ids are -1 and other results false where C returns -1 and 0.
 //
 //   struct Echo {
 //     void on_accept(kiv::BoxRef box, kiv::SocketId, kiv::SocketId socket, kiv::TextRef, uint16_t)
@@ -30,10 +30,10 @@ using Peer = zu_sock_peer;
 
 class BoxRef;
 
-// ---- What a box and a big box call back; `Owning` is BoxRef or BigBoxRef ------------------------
+// ---- Callbacks of a box and of a big box; `Owning` is BoxRef or BigBoxRef --------------------
 
-// Connected; could not connect; closed by the peer; writable. A callback that wants the socket
-// closed removes it from its box, and does not close it by other means.
+// Connected; could not connect; closed by the peer; writable. To close the socket, a callback
+// removes it from its box, and never closes it by other means.
 template <typename Owning>
 struct SocketKind {
   using Function = zu_box_socket_fn;
@@ -44,7 +44,7 @@ struct SocketKind {
   }
 };
 
-// The bytes are valid during the call, with a NUL behind them.
+// The bytes are valid during the call, with a NUL after them.
 template <typename Owning>
 struct ReadKind {
   using Function = zu_box_read_fn;
@@ -79,7 +79,7 @@ struct DatagramKind {
   }
 };
 
-// `times_fired` counts this firing.
+// `times_fired` includes this firing.
 template <typename Owning = BoxRef>
 struct TimerKind {
   using Function = zu_box_timer_fn;
@@ -91,7 +91,7 @@ struct TimerKind {
   }
 };
 
-// A socket that stays the caller's is ready.
+// A socket that still belongs to the caller is ready.
 struct ReadyKind {
   using Function = zu_event_fn;
   using Signature = void();
@@ -118,7 +118,7 @@ struct ClientCallbacks {
   OnRead on_read = {};
   OnSocket on_close = {};
 
-  // From the handler's public members of these names, one function each and none missing.
+  // Binds the handler's public members of these names: one function each, none missing.
   template <typename Handler>
   static constexpr ClientCallbacks of(Handler& handler) noexcept {
     ClientCallbacks callbacks;
@@ -132,7 +132,7 @@ struct ClientCallbacks {
 
 // ---- Boxes --------------------------------------------------------------------------------------
 
-// Any thread may call, also when the box is gone: the C functions check the handle. The functions
+// Any thread may call, even after the box is freed: the C functions check the handle. The functions
 // with `_unchecked` do not, and are for callbacks on the box's own thread.
 class BoxRef : public Ref<kiv_box> {
  public:
@@ -143,8 +143,8 @@ class BoxRef : public Ref<kiv_box> {
   std::int32_t thread_id() const noexcept { return kivx_box_GetThreadId(object_); }
   void break_loop() const noexcept { kiv_box_BreakLoop(object_); }
 
-  // Additions: fair rounds in the place of the stated order; more sockets than 1024; a function for
-  // the loop's thread, and one that releases its argument when it never runs.
+  // Additions: fair rounds instead of the default order; more sockets than 1024; a longer backlog;
+  // posting a function to the loop's thread, with one that releases its argument if it never runs.
   bool set_fair_rounds(bool on) const noexcept {
     return kivx_box_SetFairRounds(object_, on ? 1 : 0) == 1;
   }
@@ -169,7 +169,8 @@ class BoxRef : public Ref<kiv_box> {
     return kiv_box_NewTcpServer(object_, local_ip.c_str(), port, on_accept.function(),
                                 on_accept.argument());
   }
-  // A connected socket becomes the box's own; on -1 it is still the caller's.
+  // Adopts a connected socket, which the box then owns. Returns -1 on failure; the caller
+  // still owns it.
   SocketId adopt(SocketId socket, OnRead on_read, OnSocket on_close) const noexcept {
     return kiv_box_AcceptTcpClient(object_, socket, on_read.function(), on_read.argument(),
                                    on_close.function(), on_close.argument());
@@ -182,7 +183,7 @@ class BoxRef : public Ref<kiv_box> {
     return kiv_box_NewUdpServer(object_, local_ip.c_str(), port, on_datagram.function(),
                                 on_datagram.argument());
   }
-  // Closes a socket of the box; the one way to do so.
+  // Closes a socket of the box; the only way to do so.
   void remove(SocketId socket) const noexcept { kiv_box_DeleteSock(object_, socket); }
   bool has_socket(SocketId socket) const noexcept {
     return kiv_box_IsSockExist(object_, socket) == 1;
@@ -193,7 +194,8 @@ class BoxRef : public Ref<kiv_box> {
     return kivx_box_SetMaxReadLen(object_, socket, length) == 1;
   }
 
-  // Bytes, which may be fewer than given; -1 on failure, also when the system's buffer is full.
+  // Returns the number of bytes sent, which may be smaller than requested; -1 on failure, also if
+  // the system's buffer is full.
   std::int32_t write(SocketId socket, Data data) const noexcept {
     return kiv_box_TcpWrite(object_, socket, data.data(), data.size());
   }
@@ -214,7 +216,7 @@ class BoxRef : public Ref<kiv_box> {
     return kivx_box_UdpRead(object_, socket, to.data(), to.size(), &from);
   }
 
-  // Waiting for a socket that stays the caller's, and giving one away without closing it.
+  // Wait for a socket that still belongs to the caller, and give one away without closing it.
   bool import_for_read(SocketId socket, OnReady on_ready) const noexcept {
     return kivx_box_ImportSockId_ForRead(object_, socket, on_ready.function(),
                                          on_ready.argument()) == 1;
@@ -240,7 +242,7 @@ class BoxRef : public Ref<kiv_box> {
     return kivx_box_ExportSockId_ForExcept(object_, socket) == 1;
   }
 
-  // Timers. One that has fired for the last time keeps its id until it is removed.
+  // Timers. A timer that has fired for the last time keeps its id until it is removed.
   TimerId once(std::uint32_t interval_ms, OnTimer on_timer) const noexcept {
     return kiv_box_NewOnceTimer(object_, interval_ms, on_timer.function(), on_timer.argument());
   }
@@ -263,37 +265,38 @@ class BoxRef : public Ref<kiv_box> {
   TimerId current_timer() const noexcept { return kiv_box_GetThisTimerId(object_); }
 };
 
-// A box that this thread makes and runs. Its end frees the box, on the owner's thread at once; on
-// another one it only breaks the loop, so a box that is never looped then stays.
+// A box that this thread creates and runs. Destroying it frees the box immediately on the owner's
+// thread; on another thread it only stops the loop, so a box whose loop is never run is not freed.
 class Box : public Owner<BoxRef, kiv_box_free> {
  public:
   using Owner::Owner;
-  // Null when memory or ports run out.
+  // Returns null if out of memory or ports.
   static Box make() noexcept { return Box(kiv_box_new()); }
 
-  // Runs the loop until it is broken; the box is freed then, and this object null. It stays where
-  // it is meanwhile: callbacks break the loop, and neither destroy it nor run it once more.
+  // Runs the loop until it is stopped; the box is then freed and this object null. Do not move
+  // this object meanwhile: callbacks stop the loop, and must neither destroy the object nor
+  // run it again.
   void loop() noexcept {
     kiv_box_loop(object_);
     (void)release();
   }
 };
 
-// A box on a thread of its own, which runs its loop from the start. Its end breaks the loop and
-// does not wait: callbacks may still run for a moment. join() before what they use is gone.
+// A box on its own thread, whose loop runs from the start. Destroying it stops the loop and does
+// not wait: callbacks may still run for a moment. Call join() before destroying what they use.
 class ThreadBox : public Owner<BoxRef, kivx_ThreadBox_destroy> {
  public:
   using Owner::Owner;
-  // Null when the thread or the box cannot be had.
+  // Returns null if the thread or the box cannot be created.
   static ThreadBox make() noexcept { return ThreadBox(kivx_ThreadBox_create()); }
 
-  // Ends the box and waits, on another thread than the box's, until none of its callbacks runs. One
-  // that frees the box itself (kiv_box_free) is not waited for.
+  // Ends the box and blocks, unless called on the box's own thread, until none of its callbacks is
+  // running. A callback that frees the box itself (kiv_box_free) is not waited for.
   void join() noexcept {
     const BoxRef box = get();
     const std::int32_t thread = box.thread_id();
     reset();
-    // By its thread, as another box may get the address.
+    // Compares the thread too, since another box may get the same address.
     while (thread > 0 && box.thread_id() == thread) zu_sleep(1);
   }
 };

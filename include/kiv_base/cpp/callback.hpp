@@ -1,6 +1,6 @@
-// Callbacks of the C interface, made from what the application has at hand: a pair of function and
-// argument, as C wants it, without an allocation and without std::function. The function is made by
-// the compiler for the one callable, which it can see through.
+// Callbacks of the C interface, created from a callable: a pair of function and argument, as C
+// needs it, without an allocation and without std::function. The compiler generates the function
+// for exactly this callable, so it can inline it.
 //
 //   auto on_tick = [&](kiv::BoxRef box, kiv::TimerId timer, int32_t times) { ... };
 //   box.every(500, on_tick);                                 a callable of the caller's
@@ -8,11 +8,11 @@
 //   box.every(500, kiv::bind<&on_tick_function>());          a function
 //   box.every(500, [](kiv::BoxRef box, auto...) { ... });    a lambda that captures nothing
 //
-// Callable and object stay where they are until the library lets go of the callback: with the
-// socket or timer deleted and, when another thread does that, with the callback returned. A lambda
-// with captures that is written in the call would be gone at once, so it does not compile. nullptr
-// leaves a callback out. What a callback throws ends the program: nothing is thrown into the
-// library.
+// The callable and the object must not move until the library has released the callback: when the
+// socket or timer has been deleted and, if another thread does that, the callback has returned. A
+// lambda with captures that is written in the call would be destroyed immediately, so it does not
+// compile. nullptr means no callback. An exception that leaves a callback terminates the program:
+// nothing is thrown into the library.
 #ifndef KIV_BASE_CPP_CALLBACK_HPP
 #define KIV_BASE_CPP_CALLBACK_HPP
 
@@ -30,7 +30,7 @@ template <auto Member, typename Object>
 struct Bound {
   Object* object;
 
-  // Not std::invoke: a call of the constant itself is one that the compiler sees through at once.
+  // Not std::invoke: the compiler inlines a call of the constant itself.
   template <typename... Arguments>
   static decltype(auto) on(void* argument, Arguments&&... arguments) {
     return (static_cast<Object*>(argument)->*Member)(std::forward<Arguments>(arguments)...);
@@ -76,7 +76,7 @@ template <typename Callable, typename Result, typename... Arguments>
 inline constexpr bool accepts<Callable, Result(Arguments...)> =
     std::is_invocable_r_v<Result, Callable, Arguments...>;
 
-// `Self` is the callback type: a copy of one must not ask for arguments that are incomplete yet.
+// `Self` is the callback type: a copy of one must not require arguments that are still incomplete.
 template <typename Callable, typename Self, typename Signature>
 concept CallableFor =
     std::is_class_v<Callable> && !std::is_same_v<std::remove_const_t<Callable>, Self> &&
@@ -90,8 +90,8 @@ template <typename Callable, typename Self, typename Signature>
 concept StatefulFor =
     CallableFor<Callable, Self, Signature> && !StatelessFor<Callable, Self, Signature>;
 
-// A Kind names the C type, `Function`, and what the application's callable gets, `Signature`; its
-// `call` is the function that the library calls.
+// A Kind names the C type, `Function`, and the signature of the application's callable,
+// `Signature`; its `call` is the function that the library calls.
 template <typename Kind>
 class Callback {
  public:

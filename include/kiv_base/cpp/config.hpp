@@ -19,17 +19,18 @@ struct ConfigEntry {
   TextRef key, value;
 };
 
-// Texts stay the configuration's own until that key or group changes. False where C gives 0.
+// Strings are owned by the configuration until that key or group changes. False where C returns 0.
 class ConfigRef : public Ref<zu_config> {
  public:
   using Ref::Ref;
-  // Null when the file cannot be read, and without memory.
+  // Returns null if the file cannot be read or if out of memory.
   static Config open(TextRef file_name) noexcept {
     return Config(zu_config_make(file_name.c_str()));
   }
   static Config parse(TextRef text) noexcept { return Config(zu_config_make1(text.c_str())); }
 
-  // The value, leading blanks included; null when there is none. `unquoted` gives a new text.
+  // Returns the value, including leading spaces; null if there is none. `unquoted` returns a newly
+  // allocated string.
   TextRef value(TextRef group, TextRef key) const noexcept {
     return zu_config_GetKey(object_, group.c_str(), key.c_str());
   }
@@ -54,7 +55,7 @@ class ConfigRef : public Ref<zu_config> {
     return zu_config_RenameGroup(object_, group.c_str(), new_name.c_str()) == 1;
   }
 
-  // One walk of groups and one of keys at a time: rewind, then next until there is nothing.
+  // One iteration of groups and one of keys at a time: rewind, then next until nothing is returned.
   bool rewind_groups() const noexcept { return zu_config_GroupRewind(object_) == 1; }
   TextRef next_group() const noexcept {
     const char* group = nullptr;
@@ -84,11 +85,11 @@ inline void free_pattern(const zu_pattern* pattern) noexcept {
 }
 using Pattern = Owner<PatternRef, free_pattern>;
 
-// Any number of threads may match. Case is folded in simple patterns only: see zu_pattern_match.
+// Any number of threads may match. Case is folded only in simple patterns: see zu_pattern_match.
 class PatternRef : public Ref<const zu_pattern> {
  public:
   using Ref::Ref;
-  // Null for null, and without memory.
+  // Returns null for null or if out of memory.
   static Pattern make(TextRef text) noexcept { return Pattern(zu_pattern_make(text.c_str())); }
 
   bool matches(TextRef text) const noexcept {
@@ -104,14 +105,14 @@ class PatternRef : public Ref<const zu_pattern> {
 
 // ---- Dates --------------------------------------------------------------------------------------
 
-// -1 when no form fits. Both take the time for local, whatever "GMT" says.
+// Returns -1 if no form matches. Both treat the time as local, whatever "GMT" says.
 inline zu_time parse_date(TextRef text) noexcept {
   return zu_DateParse(text.c_str());
 }
 inline Text date_text(zu_time time) noexcept {
   return Text(zu_GetGMTString(time));
 }
-// "1994.11.06 - 08:49:37", in local time.
+// Returns "1994.11.06 - 08:49:37", in local time.
 inline TextRef local_date(char (&to)[22]) noexcept {
   zu_GetLocalDate(to);
   return to;

@@ -11,14 +11,14 @@
 
 namespace kiv {
 
-// ---- Files by path: false or -1 where C gives 0 or -1 -------------------------------------------
+// ---- Files by path: false or -1 where C returns 0 or -1 --------------------------------------
 
 namespace file {
 
 struct Times {
   std::int64_t modified_us = 0, accessed_us = 0;
 };
-// A new block, with a zero behind the bytes; null when the file cannot be read.
+// Returns a newly allocated block with a zero after the bytes; null if the file cannot be read.
 struct Content {
   Text text;
   std::int64_t size = 0;
@@ -71,17 +71,17 @@ inline void close_file(zu_file2* file) noexcept {
 }
 using File = Owner<FileRef, close_file>;
 
-// The lock is the file's one, between all processes; std::lock_guard takes it, but only lock()
-// tells that a file system knows none.
+// The lock is shared by all handles of all processes; std::lock_guard acquires it, but only lock()
+// reports that a file system has no locks.
 class FileRef : public Ref<zu_file2> {
  public:
   using Ref::Ref;
-  // Mode: ZU_FILE2_ bits. Null on failure.
+  // Mode: ZU_FILE2_ bits. Returns null on failure.
   static File open(TextRef path, int mode) noexcept {
     return File(zu_file2_open(path.c_str(), mode));
   }
 
-  // Bytes; 0 at the end, -1 on failure.
+  // Returns the number of bytes; 0 at the end, -1 on failure.
   std::int64_t read(LongBuffer to) const noexcept {
     return zu_file2_read(object_, to.data(), to.size());
   }
@@ -101,7 +101,7 @@ class FileRef : public Ref<zu_file2> {
   bool unlock() const noexcept { return zu_file2_unlock(object_) == 1; }
 };
 
-// Tells what the end of a File keeps to itself: false when bytes were lost only now.
+// Reports what the destructor of a File cannot: false if bytes were lost on closing.
 inline bool close(File& file) noexcept {
   return zu_file2_close(file.release()) == 1;
 }
@@ -110,7 +110,7 @@ inline bool close(File& file) noexcept {
 
 namespace directory {
 
-// Name below the directory walked, kind (ZU_DIR1_) and size; false stops the walk.
+// Name relative to the directory walked, kind (ZU_DIR1_) and size; returning false stops the walk.
 struct EntryKind {
   using Function = zu_dir1_callback;
   using Signature = bool(TextRef, int, std::int64_t);
@@ -132,11 +132,11 @@ inline bool remove(TextRef path) noexcept {
 inline bool remove_all(TextRef path) noexcept {
   return zu_dir1_RemoveAll(path.c_str()) == 1;
 }
-// 1 at the end, 0 when the callback stopped it, -1 on failure.
+// Returns 1 at the end, 0 if the callback stopped it, -1 on failure.
 inline int walk(TextRef path, bool deep, Callback<EntryKind> on_entry) noexcept {
   return zu_dir1_walk(path.c_str(), deep, on_entry.function(), on_entry.argument());
 }
-// New texts, null on failure.
+// Return newly allocated strings; null on failure.
 inline Text current() noexcept {
   return Text(zu_dir1_GetCurrent());
 }
@@ -160,13 +160,13 @@ using MappedFile = Owner<MappedFileRef, zu_file_mapped_close>;
 class MappedFileRef : public Ref<zu_file_mapped> {
  public:
   using Ref::Ref;
-  // Null on failure.
+  // Returns null on failure.
   static MappedFile open(TextRef path, bool writable = false) noexcept {
     return MappedFile(zu_file_mapped_open(path.c_str(), writable));
   }
   void* address() const noexcept { return zu_file_mapped_GetAddress(object_); }
   std::int64_t size() const noexcept { return zu_file_mapped_GetSize(object_); }
-  // Empty for a null file. Good until resize() and the end.
+  // Returns an empty span for a null file. Valid until resize() or destruction.
   LongData bytes() const noexcept {
     return object_ == nullptr ? LongData() : LongData(address(), size());
   }
@@ -181,11 +181,11 @@ class MappedFileRef : public Ref<zu_file_mapped> {
 class SharedMemoryRef;
 using SharedMemory = Owner<SharedMemoryRef, zu_shm_close>;
 
-// The lock is the block's one, between all processes, and good for std::lock_guard.
+// The lock is shared by all processes; use it with std::lock_guard.
 class SharedMemoryRef : public Ref<zu_shm> {
  public:
   using Ref::Ref;
-  // Null: the name has one; there is none.
+  // Create: null if the name exists. Open: null if there is none.
   static SharedMemory create(TextRef name, std::int64_t size) noexcept {
     return SharedMemory(zu_shm_create(name.c_str(), size));
   }

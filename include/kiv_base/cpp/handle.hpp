@@ -1,5 +1,5 @@
-// What every family's class is made of: a borrowed handle, which copies like a pointer, and an
-// owned one, which frees its object at its end. Both are one pointer and nothing more.
+// The base of every family's class: a borrowed handle, which copies like a pointer, and an owning
+// one, which frees its object when destroyed. Both are one pointer and nothing more.
 #ifndef KIV_BASE_CPP_HANDLE_HPP
 #define KIV_BASE_CPP_HANDLE_HPP
 
@@ -7,8 +7,9 @@
 
 namespace kiv {
 
-// A family's operations are members of a class over this one: `BoxRef`, `JitterRef`. Callbacks hand
-// out such references. A null one is good to call on: the C function gives its failure value.
+// A family's operations are members of a class derived from this one: `BoxRef`, `JitterRef`.
+// Callbacks receive such references. A null one may be called: the C function returns its
+// failure value.
 template <typename Object>
 class Ref {
  public:
@@ -22,8 +23,9 @@ class Ref {
   Object* object_ = nullptr;
 };
 
-// Owns an object of the family: `Box` is an Owner over `BoxRef`, and converts to it. The makers are
-// static members of the family's reference, and give a null owner where the C function gives NULL.
+// Owns an object of the family: `Box` is an Owner over `BoxRef`, and converts to it. Static
+// members of the family's reference create objects, and return a null owner where the C function
+// returns NULL.
 template <typename Base, auto Free>
 class Owner : public Base {
  public:
@@ -38,16 +40,16 @@ class Owner : public Base {
   }
   ~Owner() { free(this->object_); }
 
-  // Lets go of the object: the caller, or whoever has it by now, frees it.
+  // Releases the object: the caller, or whatever it was passed to, frees it.
   [[nodiscard]] constexpr Pointer release() noexcept {
     return std::exchange(this->object_, nullptr);
   }
-  // The old object is freed last, so that what its end calls finds the new one.
+  // The old object is freed last, so that calls from its destruction find the new one.
   void reset(Pointer object = nullptr) noexcept { free(std::exchange(this->object_, object)); }
 
  private:
-  // Every free function of the library does nothing with NULL, so nothing is tested here. Where the
-  // compiler knows that it is NULL, as after a release, there is no call.
+  // Every free function of the library ignores NULL, so nothing is tested here. Where the compiler
+  // knows that the pointer is NULL, for instance after a release, there is no call.
   static void free(Pointer object) noexcept {
 #if defined(__GNUC__)
     if (__builtin_constant_p(object == nullptr) && object == nullptr) return;

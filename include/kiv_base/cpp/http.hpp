@@ -24,13 +24,14 @@ struct HttpFormField {
   TextRef name, escaped, raw;
 };
 
-// Texts stay the table's own until the item changes, and are null where there is none. False: bad
-// arguments, an unknown name, or no memory; the table is then unchanged. Nothing is checked or
-// quoted when a table is written: keep line ends of peers out of it.
+// Strings are owned by the table until the item changes, and are null if there is none. False: bad
+// arguments, an unknown name, or out of memory; the table is then unchanged. Nothing is checked or
+// quoted when a table is written: keep line ends from peers out of it.
 class HttpTableRef : public Ref<kiv_http_table> {
  public:
   using Ref::Ref;
-  // Null without memory; parsers also for what is no head or form, with a message.
+  // Return null if out of memory; the parsers also, after printing a message, for an invalid
+  // head or form.
   static HttpTable make() noexcept { return HttpTable(kiv_http_table_make()); }
   static HttpTable parse_head(TextRef text) noexcept {
     return HttpTable(kiv_http_table_ParseHeaderStr(text.c_str()));
@@ -52,7 +53,7 @@ class HttpTableRef : public Ref<kiv_http_table> {
   }
   bool unset_target() const noexcept { return kiv_http_table_UnsetRequest(object_) == 1; }
   TextRef status_line() const noexcept { return kiv_http_table_GetStatus(object_); }
-  // -1 in a new table.
+  // Returns -1 for a new table.
   std::int32_t status() const noexcept { return kiv_http_table_GetStatusValue(object_); }
   bool set_status(TextRef line) const noexcept {
     return kiv_http_table_SetStatus(object_, line.c_str()) == 1;
@@ -69,7 +70,7 @@ class HttpTableRef : public Ref<kiv_http_table> {
     return kiv_http_table_UnsetField(object_, name.c_str()) == 1;
   }
   bool clear_fields() const noexcept { return kiv_http_table_ZeroField(object_) == 1; }
-  // Nothing at the end.
+  // Returns nothing at the end.
   bool rewind_fields() const noexcept { return kiv_http_table_RewindField(object_) == 1; }
   std::optional<HttpField> next_field() const noexcept {
     const char *name = nullptr, *value = nullptr;
@@ -98,7 +99,7 @@ class HttpTableRef : public Ref<kiv_http_table> {
     return HttpFormField{name, escaped, raw};
   }
 
-  // New texts, null on failure.
+  // Return newly allocated strings; null on failure.
   Text head_text() const noexcept { return Text(kiv_http_table_GetHeaderStr(object_)); }
   Text form_text() const noexcept { return Text(kiv_http_table_GetFormStr(object_)); }
   std::int32_t form_length() const noexcept { return kiv_http_table_GetFormStrLen(object_); }
@@ -106,8 +107,7 @@ class HttpTableRef : public Ref<kiv_http_table> {
 
 // ---- Stream filters -----------------------------------------------------------------------------
 
-// What a filter hands out: a null table when there is nothing, and the status (KIV_HTTP_) in any
-// case.
+// What a filter returns: a null table if there is nothing, and the status (KIV_HTTP_) in any case.
 struct HttpMessage {
   HttpTable table;
   Jitter body;
@@ -124,9 +124,9 @@ class HttpRequestFilterRef : public Ref<kiv_http_filter> {
  public:
   using Ref::Ref;
   using Filter = Owner<HttpRequestFilterRef, kiv_http_filter_request_free>;
-  // Null without memory.
+  // Returns null if out of memory.
   static Filter make() noexcept { return Filter(kiv_http_filter_request_make()); }
-  // False when the stream is broken, for good.
+  // Returns false if the stream is broken, permanently.
   bool write(Data bytes) const noexcept {
     return kiv_http_filter_request_input(object_, bytes.data(), bytes.size()) == 1;
   }
@@ -136,8 +136,8 @@ class HttpRequestFilterRef : public Ref<kiv_http_filter> {
     HttpTable table(kiv_http_filter_request_get(object_, &body, &status));
     return {std::move(table), Jitter(body), status};
   }
-  // The oldest message as far as it has come, the filter's own until the next write or next(); a
-  // null table while its head is not complete.
+  // Returns the oldest message as far as it has arrived, owned by the filter until the next write
+  // or next(); a null table while its head is incomplete.
   HttpMessageRef peek() const noexcept {
     HttpMessageRef message;
     kiv_http_table* table = nullptr;
@@ -198,7 +198,7 @@ struct HttpRequestCallbacks {
   Callback<HttpResponseKind> on_response = {};
   Callback<HttpSocketKind> on_close = {};
 
-  // From the handler's public members of these names, one function each and none missing.
+  // Binds the handler's public members of these names: one function each, none missing.
   template <typename Handler>
   static constexpr HttpRequestCallbacks of(Handler& handler) noexcept {
     HttpRequestCallbacks callbacks;
@@ -209,14 +209,15 @@ struct HttpRequestCallbacks {
   }
 };
 
-// Its end ends the exchange, without a callback. Before its box, or at once after.
+// Destroying it ends the exchange, without a callback. Destroy it before its box, or
+// immediately after.
 class HttpRequest : public Owner<Ref<kiv_http_request>, kiv_http_request_free> {
  public:
   using Owner::Owner;
-  // Null without memory.
+  // Returns null if out of memory.
   static HttpRequest make() noexcept { return HttpRequest(kiv_http_request_make()); }
 
-  // What to send: before attaching.
+  // What to send: call these before attaching.
   bool set_method(TextRef method) const noexcept {
     return kiv_http_request_SetMethod(object_, method.c_str()) == 1;
   }
@@ -233,8 +234,8 @@ class HttpRequest : public Owner<Ref<kiv_http_request>, kiv_http_request_free> {
     return kiv_http_request_UnsetForm(object_, name.c_str()) == 1;
   }
 
-  // Starts an exchange. False, with no callback following: the library has freed the request by
-  // then, and this object is null, unless the box or the URL was.
+  // Starts an exchange. Returns false, and no callback follows: the library has then freed the
+  // request, and this object is null, unless the failure was a null box or URL.
   bool attach(BoxRef box, TextRef url, const HttpRequestCallbacks& calls,
               TextRef proxy_host = nullptr, std::int32_t proxy_port = 0) noexcept {
     if (kivx_http_request_attach(box.get(), 0, object_, url.c_str(), proxy_host.c_str(), proxy_port,
@@ -248,7 +249,7 @@ class HttpRequest : public Owner<Ref<kiv_http_request>, kiv_http_request_free> {
     return false;
   }
 
-  // Null before attaching. The first is a copy, the second the request's own.
+  // Null before attaching. The first returns a copy, the second the request's own record.
   Uri uri() const noexcept { return Uri(kiv_http_request_GetUri(object_)); }
   UriRef own_uri() const noexcept { return kiv_http_request_GetUri_in(object_); }
   Text url() const noexcept { return Text(kiv_http_request_GetUrl(object_)); }
@@ -260,7 +261,7 @@ class HttpRequest : public Owner<Ref<kiv_http_request>, kiv_http_request_free> {
 class HttpServerRef;
 using HttpServer = Owner<HttpServerRef, kiv_http_server_free>;
 
-// A connection and its peer; take it with accept().
+// A connection and its peer; accept it with accept().
 template <typename Server = HttpServerRef>
 struct HttpAcceptKind {
   using Function = kiv_http_server_accept_fn;
@@ -271,7 +272,7 @@ struct HttpAcceptKind {
     Call::on(argument, Server(server), socket, TextRef(peer_ip), peer_port);
   }
 };
-// A complete request; the body is null without one. Both are freed when the callback returns.
+// A complete request; the body is null if there is none. Both are freed when the callback returns.
 template <typename Server = HttpServerRef>
 struct HttpServeKind {
   using Function = kiv_http_server_request_fn;
@@ -293,11 +294,12 @@ struct HttpCloseKind {
   }
 };
 
-// Answers go out with BoxRef::write. False where C gives 0. Before its box, or at once after.
+// Send answers with BoxRef::write. False where C returns 0. Destroy it before its box, or
+// immediately after.
 class HttpServerRef : public Ref<kiv_http_server> {
  public:
   using Ref::Ref;
-  // Null without memory.
+  // Returns null if out of memory.
   static HttpServer make() noexcept { return HttpServer(kiv_http_server_make()); }
 
   bool attach(BoxRef box, std::uint16_t port, Callback<HttpAcceptKind<>> on_accept) const noexcept {
@@ -310,7 +312,7 @@ class HttpServerRef : public Ref<kiv_http_server> {
                                         on_request.argument(), on_close.function(),
                                         on_close.argument()) == 1;
   }
-  // Closes the socket; false, with the socket closed all the same, when it was no client.
+  // Closes the socket. Returns false, with the socket closed all the same, if it was not a client.
   bool remove(SocketId socket) const noexcept {
     return kiv_http_server_DeleteClient(object_, socket) == 1;
   }
@@ -343,7 +345,7 @@ struct TunnelCallbacks {
   Callback<TunnelDataKind> on_data = {};
   Callback<TunnelSocketKind> on_close = {};
 
-  // From the handler's public members of these names, one function each and none missing.
+  // Binds the handler's public members of these names: one function each, none missing.
   template <typename Handler>
   static constexpr TunnelCallbacks of(Handler& handler) noexcept {
     TunnelCallbacks callbacks;
@@ -365,14 +367,15 @@ struct TunnelProxy {
 class HttpTunnelRef;
 using HttpTunnel = Owner<HttpTunnelRef, kiv_proxy_http_free>;
 
-// Its end closes the connection, without a callback. Before its box, or at once after.
+// Destroying it closes the connection, without a callback. Destroy it before its box, or
+// immediately after.
 class HttpTunnelRef : public Ref<kiv_proxy_http> {
  public:
   using Ref::Ref;
-  // Null without memory.
+  // Returns null if out of memory.
   static HttpTunnel make() noexcept { return HttpTunnel(kiv_proxy_http_make()); }
 
-  // False: no callback follows.
+  // Returns false on failure; no callback follows then.
   bool attach(BoxRef box, const TunnelProxy& proxy, TextRef host, std::uint16_t port,
               const TunnelCallbacks& calls) const noexcept {
     return kiv_proxy_http_attach(box.get(), object_, proxy.host.c_str(), proxy.port,

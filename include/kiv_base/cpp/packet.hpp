@@ -1,5 +1,5 @@
 // Command packets and their framing, the keyword filter and the packet cipher
-// (kiv_base/protocol.h). One thread uses each object.
+// (kiv_base/protocol.h). Use each object from one thread.
 #ifndef KIV_BASE_CPP_PACKET_HPP
 #define KIV_BASE_CPP_PACKET_HPP
 
@@ -24,12 +24,12 @@ struct Parameter {
   TextRef name, value;
 };
 
-// False where C gives 0; a refused edit leaves the packet as it was. Texts stay the record's own
-// until its next change.
+// False where C returns 0; a rejected edit leaves the packet unchanged. Strings are owned by the
+// record until its next change.
 class PacketRef : public Ref<kiv_proto> {
  public:
   using Ref::Ref;
-  // Null without memory.
+  // Returns null if out of memory.
   static Packet make() noexcept { return Packet(kiv_proto_new()); }
   Packet clone() const noexcept { return Packet(kiv_proto_clone(object_)); }
 
@@ -49,7 +49,7 @@ class PacketRef : public Ref<kiv_proto> {
   bool change_command(TextRef command) const noexcept {
     return kiv_proto_ModifyCmd(object_, command.c_str()) == 1;
   }
-  // What value() then gives may be the escaped text: parse the packet again to read it.
+  // Afterwards value() may return the escaped text: parse the packet again to read it.
   bool change(TextRef name, TextRef value) const noexcept {
     return kiv_proto_ModifyPara(object_, name.c_str(), value.c_str()) == 1;
   }
@@ -59,21 +59,21 @@ class PacketRef : public Ref<kiv_proto> {
   bool add_custom_data(Data bytes) const noexcept {
     return kivx_proto_PackCustomData(object_, bytes.data(), bytes.size()) == 1;
   }
-  // The bytes that fit the buffer; nothing when there are none.
+  // Returns the bytes that fit the buffer; nothing if there are none.
   std::optional<Data> custom_data(Buffer to) const noexcept {
     std::int32_t length = 0;
     if (kivx_proto_GetCustomData(object_, to.data(), to.size(), &length) != 1) return {};
     return Data(to.data(), length);
   }
 
-  // With its zero; empty without a packet.
+  // Includes the zero; empty without a packet.
   Data bytes() const noexcept {
     const char* text = nullptr;
     std::int32_t length = 0;
     kiv_proto_GetPacket(object_, &text, &length);
     return {text, length};
   }
-  // Null without one; a missing parameter prints a line.
+  // Returns null if there is none; a missing parameter prints a line.
   TextRef command() const noexcept {
     const char* text = nullptr;
     kivx_proto_GetCmd(object_, &text, nullptr);
@@ -86,7 +86,7 @@ class PacketRef : public Ref<kiv_proto> {
   }
   std::int32_t parameter_count() const noexcept { return kiv_proto_NumPara(object_); }
 
-  // Walks the parameters: nothing at the end.
+  // Iterates over the parameters: returns nothing at the end.
   void rewind() const noexcept { kiv_proto_rewind(object_); }
   std::optional<Parameter> next() const noexcept {
     const char *name = nullptr, *value = nullptr;
@@ -105,15 +105,15 @@ class PacketStreamRef : public Ref<kiv_parse_pool> {
   using Ref::Ref;
   static constexpr std::int32_t kMaxPacket = 10240;
 
-  // Null without memory.
+  // Returns null if out of memory.
   static PacketStream make() noexcept { return PacketStream(kiv_parse_pool_malloc()); }
 
-  // All the bytes or, without room or memory, none.
+  // Stores all the bytes, or none if there is no room or if out of memory.
   bool write(Data bytes) const noexcept {
     return kiv_parse_pool_input(object_, bytes.data(), bytes.size()) == 1;
   }
-  // The next packet with its zero, in the buffer, which should hold kMaxPacket bytes: one that does
-  // not fit is dropped. Empty while none is whole.
+  // Returns the next packet with its zero, in the buffer, which should hold kMaxPacket bytes: a
+  // packet that does not fit is dropped. Empty while none is complete.
   Data next(Buffer to) const noexcept {
     std::int32_t length = 0;
     kiv_parse_pool_get(object_, to.data(), to.size(), &length);
@@ -136,7 +136,7 @@ class KeywordFilterRef : public Ref<kiv_filter> {
     std::int32_t tag = 0;
   };
 
-  // Null without memory.
+  // Returns null if out of memory.
   static KeywordFilter make() noexcept { return KeywordFilter(kiv_filter_malloc()); }
 
   bool insert(TextRef keyword, TextRef text = "", std::int32_t tag = 0) const noexcept {
@@ -156,29 +156,29 @@ class KeywordFilterRef : public Ref<kiv_filter> {
 class CipherRef;
 using Cipher = Owner<CipherRef, kiv_cipher_free>;
 
-// Modes are the KIV_CIPHER_ ones. Counts are -1 where C gives 0.
+// Modes are the KIV_CIPHER_ constants. Counts are -1 where C returns 0.
 class CipherRef : public Ref<kiv_cipher> {
  public:
   using Ref::Ref;
-  // Null for an unknown mode, a missing key, and without memory.
+  // Returns null for an unknown mode, a missing key, or if out of memory.
   static Cipher make(int mode, Data key = {}) noexcept {
     return Cipher(kiv_cipher_malloc(mode, key.data(), key.size()));
   }
   bool restart(int mode, Data key = {}) const noexcept {
     return kiv_cipher_reset(object_, mode, key.data(), key.size()) == 1;
   }
-  // The number of bytes written: what does not fit is left out.
+  // Returns the number of bytes written; bytes that do not fit are dropped.
   std::int32_t encipher(Buffer to, Data bytes) const noexcept {
     std::int32_t written = 0;
     const int done =
         kiv_encipher(object_, to.data(), to.size(), &written, bytes.data(), bytes.size());
     return done == 1 ? written : -1;
   }
-  // All the bytes or none.
+  // Stores all the bytes or none.
   bool write(Data bytes) const noexcept {
     return kiv_cipher_input(object_, bytes.data(), bytes.size()) == 1;
   }
-  // -1 when nothing whole is held, 0 when nothing fits.
+  // Returns -1 if nothing whole is held, 0 if nothing fits.
   std::int32_t read(Buffer to) const noexcept {
     std::int32_t written = 0;
     return kiv_cipher_get(object_, to.data(), to.size(), &written) == 1 ? written : -1;

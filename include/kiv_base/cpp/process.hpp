@@ -9,7 +9,7 @@
 
 namespace kiv {
 
-// New texts; null when there is none, or without memory.
+// Return newly allocated strings; null if there is none, or if out of memory.
 inline Text executable_path() noexcept {
   return Text(zu_GetExecutablePath());
 }
@@ -40,9 +40,9 @@ using PidFile = Owner<PidFileRef, free_pidfile>;
 class PidFileRef : public Ref<zu_pidfile> {
  public:
   using Ref::Ref;
-  // Null, with a line printed, when a process holds it or it cannot be written.
+  // Returns null, after printing a line, if a process holds it or it cannot be written.
   static PidFile make(TextRef path) noexcept { return PidFile(zu_pidfile_make(path.c_str())); }
-  // 0 when nobody holds it, -1 when there is none.
+  // Returns 0 if no process holds it, -1 if there is no such file.
   static std::int32_t holder(TextRef path) noexcept { return zu_pidfile_read(path.c_str()); }
 };
 
@@ -57,10 +57,10 @@ using Module = Owner<ModuleRef, unload_module>;
 class ModuleRef : public Ref<zu_module> {
  public:
   using Ref::Ref;
-  // Null when it cannot be had; error() tells why.
+  // Returns null on failure; error() returns the reason.
   static Module load(TextRef path) noexcept { return Module(zu_module_load(path.c_str())); }
   static Text error() noexcept { return Text(zu_module_GetError()); }
-  // Null when there is none: module.symbol<int()>("start").
+  // Returns null if there is none: module.symbol<int()>("start").
   template <typename Function>
   Function* symbol(TextRef name) const noexcept {
     return reinterpret_cast<Function*>(zu_module_GetSymbol(object_, name.c_str()));
@@ -70,8 +70,8 @@ class ModuleRef : public Ref<zu_module> {
 // ---- Services -----------------------------------------------------------------------------------
 
 // Runs the program as a service with the handler's public members: `bool start()`, `void work()`,
-// `void stop()` and, if it has them, `void pause()` and `void resume()`. False when it could not
-// run.
+// `void stop()` and, if it has them, `void pause()` and `void resume()`. Returns false if it
+// could not run.
 template <typename Handler>
 bool run_service(TextRef name, Handler& handler) noexcept {
   zu_service_callbacks calls = {};

@@ -10,8 +10,8 @@
 
 namespace kiv {
 
-// The process-wide services, while it lives: main() makes one before all else. Objects of the
-// library go before it, threads that use the library too.
+// Runs the process-wide services while it is alive: create one first in main(). Destroy it after
+// all objects of the library and after all threads that use the library have ended.
 class Library {
  public:
   Library() noexcept { kiv_Setup(); }
@@ -20,7 +20,7 @@ class Library {
   Library& operator=(const Library&) = delete;
 };
 
-// ---- Locks: recursive, and good for std::lock_guard. A null one locks nothing. ------------------
+// ---- Locks: recursive, usable with std::lock_guard. A null one locks nothing. ----------------
 
 class LockRef;
 inline void free_lock(zu_sem* lock) noexcept {
@@ -31,12 +31,12 @@ using Lock = Owner<LockRef, free_lock>;
 class LockRef : public Ref<zu_sem> {
  public:
   using Ref::Ref;
-  // As zu_sem_malloc gives it and zu_box_mallocx takes it.
+  // The value that zu_sem_malloc returns and zu_box_mallocx takes.
   std::uintptr_t handle() const noexcept { return reinterpret_cast<std::uintptr_t>(object_); }
   bool lock() const noexcept { return zu_sem_lock(handle()) == 1; }
   bool unlock() const noexcept { return zu_sem_unlock(handle()) == 1; }
 
-  // Null without memory.
+  // Returns null if out of memory.
   static Lock make() noexcept { return Lock(reinterpret_cast<zu_sem*>(zu_sem_malloc())); }
 };
 
@@ -45,8 +45,9 @@ class LockRef : public Ref<zu_sem> {
 class LogRef;
 using Log = Owner<LogRef, zu_log_free>;
 
-// The texts go out as they are, up to a NUL: no line end is added, nothing in them is a format.
-// With formats, call zu_log_printf and its like on get(). False for a null or destroyed log.
+// Strings are written as they are, up to a NUL: no line end is added, and nothing in them is a
+// format. For formats, call zu_log_printf and its variants on get(). False for a null or
+// destroyed log.
 class LogRef : public Ref<zu_log> {
  public:
   using Ref::Ref;
@@ -55,13 +56,13 @@ class LogRef : public Ref<zu_log> {
   bool warn(Data text) const noexcept { return put(zu_log_warn, text); }
   bool error(Data text) const noexcept { return put(zu_log_error, text); }
 
-  // Appends to the file; null when it cannot be opened, or without memory.
+  // Appends to the file; returns null if it cannot be opened, or if out of memory.
   static Log open(TextRef path) noexcept { return Log(zu_log_malloc(path.c_str())); }
 
  private:
   template <typename Print>
   bool put(Print print, Data text) const noexcept {
-    // A precision below 0 would be none.
+    // A negative precision would mean none.
     return text.size() >= 0 &&
            print(object_, "%.*s", static_cast<int>(text.size()), text.data()) == 1;
   }
@@ -75,7 +76,7 @@ using Jitter = Owner<JitterRef, zu_jitter_free>;
 class JitterRef : public Ref<zu_jitter> {
  public:
   using Ref::Ref;
-  // The number of bytes taken, put in, copied or dropped; 0 for a null buffer.
+  // Return the number of bytes removed, stored, copied or discarded; 0 for a null buffer.
   std::int32_t write(Data bytes) const noexcept {
     return zu_jitter_SetData(object_, bytes.data(), bytes.size());
   }
@@ -97,7 +98,7 @@ class JitterRef : public Ref<zu_jitter> {
   void* user_data() const noexcept { return zu_jitter_GetUserData(object_); }
   void set_user_data(void* value) const noexcept { zu_jitter_SetUserData(object_, value); }
 
-  // Null without memory, or for a size or number below 1.
+  // Returns null if out of memory, or for a size or number below 1.
   static Jitter make() noexcept { return Jitter(zu_jitter_malloc()); }
   static Jitter make(std::int32_t block_size, std::int32_t max_blocks,
                      void* user_data = nullptr) noexcept {

@@ -1,13 +1,12 @@
-// Texts and bytes on their way in and out.
+// Strings and bytes as arguments and results.
 //
-//   TextRef   a terminated text, borrowed; what functions take and what a family keeps as its own
-//   Text      a new text of the library, freed with _zu_free
-//   Data      bytes that are read, with a 32-bit length; LongData has a 64-bit one
-//   Buffer    bytes that are written to; LongBuffer
+//   TextRef   a borrowed, terminated string; the type of arguments and of strings that an object
+//   owns Text      a string that the library allocated, freed with _zu_free Data      bytes to
+//   read, with a 32-bit length; LongData has a 64-bit one Buffer    bytes to write to; LongBuffer
 //
-// As Data a literal, or another constant array of char, is the text up to its NUL. One that can be
-// changed is refused, as its user alone knows whether it holds a text or bytes: say
-// TextRef(array).view() or {array, length}. A null text is empty.
+// As Data, a literal or another constant array of char is the string up to its NUL. A mutable array
+// does not compile, since only its user knows whether it holds a string or bytes: write
+// TextRef(array).view() or {array, length}. A null string is empty.
 #ifndef KIV_BASE_CPP_TEXT_HPP
 #define KIV_BASE_CPP_TEXT_HPP
 
@@ -24,7 +23,7 @@
 
 namespace kiv {
 
-// What is terminated counts alone, so a string view is refused: it may end anywhere.
+// Only terminated strings are accepted; a string view does not compile, since it may end anywhere.
 class TextRef : public Ref<const char> {
  public:
   using Ref::Ref;
@@ -36,11 +35,11 @@ class TextRef : public Ref<const char> {
   constexpr TextRef(const String& text) noexcept : Ref(text.c_str()) {}
 
   constexpr const char* c_str() const noexcept { return object_; }
-  // Empty for a null text, too. Of a `Text` that is a temporary it is gone with the statement.
+  // Empty for a null string, too. The view of a temporary `Text` is invalid after the statement.
   constexpr std::string_view view() const noexcept {
     return object_ == nullptr ? std::string_view() : std::string_view(object_);
   }
-  // A null text equals none.
+  // A null string equals none.
   friend constexpr bool operator==(TextRef text, std::string_view other) noexcept {
     return text && text.view() == other;
   }
@@ -78,7 +77,8 @@ class BasicBuffer {
   constexpr BasicBuffer(void* bytes, Size size) noexcept
       : bytes_(static_cast<char*>(bytes)), size_(size) {}
   constexpr BasicBuffer(char* bytes, Size size) noexcept : bytes_(bytes), size_(size) {}
-  // Arrays, vectors and strings of bytes; what only points at its bytes, as a span, may be gone.
+  // Accepts arrays, vectors and strings of bytes; a type that only points at its bytes, such as a
+  // span, may outlive them.
   template <BytesForAnother<BasicBuffer> Target>
   constexpr BasicBuffer(Target& target) noexcept
       : BasicBuffer(static_cast<void*>(std::data(target)), narrow(std::size(target))) {}
@@ -94,7 +94,7 @@ class BasicBuffer {
   }
   constexpr operator std::string_view() const noexcept { return view(); }
 
-  // What is longer than the interface can say gets a length that every function refuses.
+  // A length that exceeds the interface's range becomes one that every function rejects.
   static constexpr Size narrow(std::size_t size) noexcept {
     return size <= static_cast<std::make_unsigned_t<Size>>(std::numeric_limits<Size>::max())
                ? static_cast<Size>(size)
@@ -113,7 +113,7 @@ class BasicData {
   constexpr BasicData(const void* bytes, Size size) noexcept
       : bytes_(static_cast<const char*>(bytes)), size_(size) {}
   constexpr BasicData(const char* bytes, Size size) noexcept : bytes_(bytes), size_(size) {}
-  // What a callback got goes on as it is.
+  // The bytes that a callback received can be passed on as they are.
   constexpr BasicData(BasicBuffer<Size> buffer) noexcept
       : bytes_(buffer.data()), size_(buffer.size()) {}
   constexpr BasicData(std::nullptr_t) noexcept {}

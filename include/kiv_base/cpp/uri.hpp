@@ -1,4 +1,4 @@
-// URIs of RFC 2396 (kiv_base/http.h). A record belongs to one thread at a time.
+// URIs as in RFC 2396 (kiv_base/http.h). A record belongs to one thread at a time.
 #ifndef KIV_BASE_CPP_URI_HPP
 #define KIV_BASE_CPP_URI_HPP
 
@@ -15,11 +15,13 @@ inline void free_uri(const kiv_uri* uri) noexcept {
 }
 using Uri = Owner<UriRef, free_uri>;
 
-// Parts are the record's own, and null where it has none. Texts that are new are null on failure.
+// Parts are owned by the record, and null if it does not have them. Newly allocated strings are
+// null on failure.
 class UriRef : public Ref<const kiv_uri> {
  public:
   using Ref::Ref;
-  // Null for what is no URI reference, and without memory. `raw` leaves escapes as they are.
+  // Returns null for a string that is not a URI reference, or if out of memory. `raw` leaves
+  // escapes as they are.
   static Uri parse(TextRef text, bool raw = false) noexcept {
     return Uri(kiv_uri_mallocx(text.c_str(), raw));
   }
@@ -33,7 +35,7 @@ class UriRef : public Ref<const kiv_uri> {
   TextRef query() const noexcept { return kiv_uri_GetQuery(object_); }
   TextRef query_raw() const noexcept { return kiv_uri_GetQueryRaw(object_); }
   TextRef fragment() const noexcept { return kiv_uri_GetFragment(object_); }
-  // Cut to 16 bits; get()->port is the number as written.
+  // Truncated to 16 bits; get()->port is the number as written.
   std::uint16_t port() const noexcept { return kiv_uri_GetPort(object_); }
   TextRef port_text() const noexcept { return kiv_uri_GetPortString(object_); }
 
@@ -50,26 +52,26 @@ class UriRef : public Ref<const kiv_uri> {
     return Text(kiv_uri_CanonicPath(path.c_str()));
   }
   static Text from_path(TextRef path) noexcept { return Text(kiv_uri_PathToURI(path.c_str())); }
-  // In place. False for NULL.
+  // Works in place. Returns false for NULL.
   static bool normalize_path(char* path) noexcept { return kiv_uri_NormalizeURIPath(path) == 0; }
 };
 
-// ---- Text encodings -----------------------------------------------------------------------------
+// ---- String encodings ------------------------------------------------------------------------
 
-// New texts; null for a length out of range, and without memory. For C, no length would mean all up
-// to a zero.
+// Return newly allocated strings; null for a length out of range, or if out of memory. The C
+// functions would read a length of 0 as up to the terminator.
 inline Text url_escape(Data text) noexcept {
   return Text(zu_url_escape_malloc(text.empty() ? "" : text.data(), text.size()));
 }
 inline Text url_unescape(Data text) noexcept {
   return Text(zu_url_unescape_malloc(text.empty() ? "" : text.data(), text.size()));
 }
-// The number of characters before the zero; -1 on failure, also when the buffer is too small.
+// Returns the number of characters before the zero; -1 on failure, also if the buffer is too small.
 inline std::int32_t base64_encode(Buffer to, Data bytes) noexcept {
   const std::int64_t needed = (std::int64_t{bytes.size()} + 2) / 3 * 4 + 1;
   return to.size() < needed ? -1 : zu_base64_encode(to.data(), bytes.data(), bytes.size());
 }
-// The number of bytes; what does not fit is dropped. -1 on failure.
+// Returns the number of bytes; bytes that do not fit are dropped. -1 on failure.
 inline std::int32_t base64_decode(Buffer to, TextRef text) noexcept {
   return zu_base64_decode(to.data(), text.c_str(), to.size());
 }
@@ -88,13 +90,13 @@ using Form = Owner<FormRef, free_form>;
 class FormRef : public Ref<const zu_cgi> {
  public:
   using Ref::Ref;
-  // Null for null, and without memory.
+  // Returns null for null or if out of memory.
   static Form parse(Data text) noexcept { return Form(zu_cgi_malloc(text.data(), text.size())); }
 
   bool has(TextRef name) const noexcept {
     return zu_cgi_FormString(object_, name.c_str(), nullptr, 0) == 1;
   }
-  // Cut to the buffer, with a zero. False when there is no such field.
+  // Truncates to the buffer, with a zero. Returns false if there is no such field.
   bool copy(TextRef name, Buffer to) const noexcept {
     return zu_cgi_FormString(object_, name.c_str(), to.data(), to.size()) == 1;
   }

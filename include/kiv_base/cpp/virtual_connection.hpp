@@ -1,4 +1,4 @@
-// Virtual connections over UDP (kiv_base/protocol.h): any thread may call, callbacks run on the
+// Virtual connections over UDP (kiv_base/protocol.h): any thread may call; callbacks run on the
 // box's thread and may close, reset and destroy everything.
 #ifndef KIV_BASE_CPP_VIRTUAL_CONNECTION_HPP
 #define KIV_BASE_CPP_VIRTUAL_CONNECTION_HPP
@@ -25,7 +25,7 @@ struct UvClientKind {
     return 0;
   }
 };
-// The bytes have a NUL behind them.
+// The bytes have a NUL after them.
 template <typename Client = UvClientRef>
 struct UvClientDataKind {
   using Function = kiv_uvc_data_fn;
@@ -37,7 +37,7 @@ struct UvClientDataKind {
     return 0;
   }
 };
-// A datagram that is none of the connection, and its sender.
+// A datagram that does not belong to the connection, and its sender.
 template <typename Client = UvClientRef>
 struct UvClientForeignKind {
   using Function = kiv_uvc_foreign_fn;
@@ -58,7 +58,8 @@ struct UvClientCallbacks {
   Callback<UvClientKind<>> on_lost = {};
   Callback<UvClientForeignKind<>> on_foreign = {};
 
-  // From the handler's public members of these names, one function each; on_foreign may be missing.
+  // Binds the handler's public members of these names: one function each; on_foreign may be
+  // missing.
   template <typename Handler>
   static constexpr UvClientCallbacks of(Handler& handler) noexcept {
     UvClientCallbacks callbacks;
@@ -75,10 +76,11 @@ struct UvClientCallbacks {
 class UvClientRef : public Ref<kiv_uvc> {
  public:
   using Ref::Ref;
-  // Null without memory.
+  // Returns null if out of memory.
   static UvClient make() noexcept { return UvClient(kiv_uvc_make()); }
 
-  // False where C gives 0. With a `socket` above 0, that one is used, and stays the caller's.
+  // False where C returns 0. If `socket` is above 0, that socket is used and still belongs
+  // to the caller.
   bool attach(BoxRef box, TextRef host, std::uint16_t port, const UvClientCallbacks& calls,
               SocketId socket = 0) const noexcept {
     return kivx_uvc_attach(box.get(), object_, socket, host.c_str(), port,
@@ -88,9 +90,9 @@ class UvClientRef : public Ref<kiv_uvc> {
                            calls.on_lost.function(), calls.on_lost.argument(),
                            calls.on_foreign.function(), calls.on_foreign.argument()) == 1;
   }
-  // The length of the datagram, 2 bytes of header included; -1 or 0 on failure. A client that
-  // writes in every period of 2 s sends no keep-alive and is lost to the server: pause now and
-  // then.
+  // Returns the length of the datagram, including 2 bytes of header; -1 or 0 on failure. A client
+  // that writes in every period of 2 s sends no keep-alive, and the server considers it lost: pause
+  // now and then.
   std::int32_t write(Data bytes) const noexcept {
     return kiv_uvc_write(object_, bytes.data(), bytes.size());
   }
@@ -124,7 +126,7 @@ struct UvServerForeignKind {
     return 0;
   }
 };
-// The client is that of current_client(), asked in the callback itself.
+// The client is that of current_client(), called in the callback itself.
 template <typename Server = UvServerRef>
 struct UvServerDataKind {
   using Function = kiv_uvs_data_fn;
@@ -150,15 +152,16 @@ struct UvServerCloseKind {
 class UvServerRef : public Ref<kiv_uvs> {
  public:
   using Ref::Ref;
-  // Null without memory.
+  // Returns null if out of memory.
   static UvServer make() noexcept { return UvServer(kiv_uvs_make()); }
 
-  // False where C gives 0.
+  // False where C returns 0.
   bool attach(BoxRef box, std::uint16_t port, Callback<UvConnectKind<>> on_connect) const noexcept {
     return kiv_uvs_attach(box.get(), object_, port, on_connect.function(), nullptr, nullptr,
                           on_connect.argument()) == 1;
   }
-  // Tells of foreign datagrams, too: the library has one argument for both, so a handler has both.
+  // Reports foreign datagrams, too: the library has one argument for both callbacks, so one
+  // handler has both.
   template <auto OnConnect, auto OnForeign, typename Handler>
   bool attach_with_foreign(BoxRef box, std::uint16_t port, Handler& handler) const noexcept {
     const Callback<UvConnectKind<>> on_connect = bind<OnConnect>(handler);
@@ -166,13 +169,13 @@ class UvServerRef : public Ref<kiv_uvs> {
     return kiv_uvs_attach(box.get(), object_, port, on_connect.function(), nullptr,
                           on_foreign.function(), on_connect.argument()) == 1;
   }
-  // On a UDP socket of the caller's, or below 1 on a port of the system's choice.
+  // Uses a UDP socket of the caller's or, below 1, opens one on a port that the system chooses.
   bool attach_socket(BoxRef box, SocketId socket,
                      Callback<UvConnectKind<>> on_connect) const noexcept {
     return kivx_uvs_attach(box.get(), object_, socket, on_connect.function(), nullptr, nullptr,
                            on_connect.argument()) == 1;
   }
-  // `on_close` repeats until the client is removed: remove it there.
+  // `on_close` is repeated until the client is removed: remove it there.
   bool accept(UvClientId client, Callback<UvServerDataKind<>> on_data,
               Callback<UvServerCloseKind<>> on_close) const noexcept {
     return kiv_uvs_AcceptClient(object_, client, on_data.function(), on_data.argument(),
@@ -184,7 +187,7 @@ class UvServerRef : public Ref<kiv_uvs> {
   bool remove(UvClientId client) const noexcept {
     return kiv_uvs_DeleteClient(object_, client) == 1;
   }
-  // -1 before the first callback.
+  // Returns -1 before the first callback.
   UvClientId current_client() const noexcept { return kiv_uvs_GetThisClientId(object_); }
 };
 
