@@ -19,6 +19,10 @@ Service::Service(void (*set_up)(), void (*shut_down)()) noexcept
 
 using namespace kiv::base;
 
+int32_t KIV_CALL kivx_Version(void) KIV_NOEXCEPT {
+  return KIV_BASE_VERSION;
+}
+
 int KIV_CALL kiv_Setup(void) KIV_NOEXCEPT {
   for (const Service* service = first_service; service; service = service->next) service->setup();
   zu_console_Setup(nullptr);

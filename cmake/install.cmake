@@ -2,7 +2,7 @@
 # are built with) and doc. Nothing installed knows the prefix, so it can be moved as a whole.
 if(NOT CMAKE_INSTALL_DOCDIR)
   if(WIN32)
-    # Who unpacks an archive looks for it beside bin, include and lib.
+    # In an archive people look for it beside bin, include and lib.
     set(CMAKE_INSTALL_DOCDIR doc)
   else()
     set(CMAKE_INSTALL_DOCDIR share/doc/libkiv-base-dev)
@@ -44,8 +44,8 @@ configure_file(cmake/kiv_base.pc.in ${PROJECT_BINARY_DIR}/kiv_base.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kiv_base.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 
-# The README's references to docs/ and examples/ hold there too. The manual, if it was made.
-install(FILES README.md TYPE DOC COMPONENT doc)
+# The links of the README work there too. The manual is installed if it was built.
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md TYPE DOC COMPONENT doc)
 install(DIRECTORY docs TYPE DOC COMPONENT doc
   FILES_MATCHING PATTERN *.md PATTERN *.c PATTERN *.cpp PATTERN *.svg)
 install(DIRECTORY examples TYPE DOC COMPONENT doc

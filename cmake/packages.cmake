@@ -25,7 +25,7 @@ else()
   set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
     "networking base library with a plain C interface\n\
 Event loop over sockets and timers, loops on threads, command packets, HTTP,\n\
-and the runtime under them: containers, memory pool, locks, logs, texts,\n\
+and the runtime under them: containers, memory pool, locks, logs, strings,\n\
 configuration, patterns, dates.")
   # Those who link with it depend on this package, and the system learns of the library.
   set(control ${PROJECT_BINARY_DIR}/debian)

@@ -347,6 +347,9 @@ namespace KivBase
         public static extern int kiv_Shutdown();
 
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_Version();
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
         public static extern void zu_sem_init(IntPtr record);
 
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]

@@ -29,6 +29,11 @@ KIV_API int KIV_CALL kiv_Setup(void) KIV_NOEXCEPT;
  * unknown. Returns the result of zu_console_Shutdown. A later kiv_Setup starts afresh. */
 KIV_API int KIV_CALL kiv_Shutdown(void) KIV_NOEXCEPT;
 
+/* An addition. Returns the version of the library that is loaded, as KIV_BASE_VERSION states that
+ * of the headers: 10203 for 1.2.3. A library is compatible with headers of the same major version
+ * that are not newer. */
+KIV_API int32_t KIV_CALL kivx_Version(void) KIV_NOEXCEPT;
+
 /* ---- Locks --------------------------------------------------------------------------------- */
 
 /* A recursive lock. The storage holds the system's own lock object; `state` is 1 while the lock is

@@ -22,6 +22,14 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* The version of these headers: a newer MINOR adds functions and changes none, a newer MAJOR may
+ * break programs. Version 1.2.3 is the number 10203; kivx_Version returns that of the library. */
+#define KIV_BASE_VERSION_MAJOR 1
+#define KIV_BASE_VERSION_MINOR 0
+#define KIV_BASE_VERSION_PATCH 0
+#define KIV_BASE_VERSION \
+  (KIV_BASE_VERSION_MAJOR * 10000 + KIV_BASE_VERSION_MINOR * 100 + KIV_BASE_VERSION_PATCH)
+
 #if defined(_WIN32)
 #define KIV_CALL __cdecl
 #if defined(KIV_BASE_BUILD) || defined(KIV_BASE_STATIC)

@@ -57,6 +57,7 @@ static void messages(void) {
 
 int main(void) {
   CHECK(kiv_Setup() == 1);
+  CHECK(kivx_Version() == KIV_BASE_VERSION && KIV_BASE_VERSION >= 10000);
   runtime_and_containers();
   boxes();
   messages();
