@@ -18,7 +18,7 @@ titles = {}
 for page in pages:
     for title, name in re.findall(r"^#+ (.*?) \{#(\w+)\}$", page.read_text(), flags=re.M):
         titles[name] = title
-titles |= {header.stem: f"{header.stem}.h" for header in headers}
+stems = [header.stem for header in headers]
 
 
 def fenced(path, language):
@@ -32,7 +32,8 @@ def included(match):
 
 
 def link(match):
-    return f"[{match[2] or titles[match[1]]}](#{match[1]})"
+    name, text = match.groups()
+    return f"[{text or titles[name]}](#{'header_' if name in stems else ''}{name})"
 
 
 def converted(page):
@@ -45,6 +46,6 @@ def converted(page):
 
 parts = [converted(page) for page in pages if page.name != "cpp_reference.md"]
 parts.append("# Reference {#reference}\n\nThe headers as they are.\n")
-parts += [f"## {header.name} {{#{header.stem}}}\n\n{fenced(header, 'c')}" for header in headers]
+parts += [f"## {header.name} {{#header_{header.stem}}}\n\n{fenced(header, 'c')}" for header in headers]
 parts.append(converted(docs / "manual/cpp_reference.md"))
 pathlib.Path(sys.argv[2]).write_text("\n\n".join(parts))
