@@ -23,7 +23,7 @@ bool remove_shared(const char* name) noexcept;
 void* shared_address(const SharedBlock* block) noexcept;
 std::size_t shared_size(const SharedBlock* block) noexcept;
 
-// False: taken, or had by this thread and handle already; an owner that died has it no more.
+// Returns false if the lock is taken, also by this thread. It is released when its owner dies.
 bool lock_shared(SharedBlock* block, bool wait) noexcept;
 bool unlock_shared(SharedBlock* block) noexcept;
 

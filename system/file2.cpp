@@ -6,6 +6,7 @@
 #include "base/owned.h"
 #include "kiv_base/system.h"
 #include "platform/fs.h"
+#include "platform/process.h"
 #include "system/file.h"
 
 using namespace kiv;
@@ -14,6 +15,7 @@ struct zu_file2 {
   platform::File file;
   bool append;
   bool locked;
+  std::int32_t process;  // that has taken the lock
 };
 
 namespace {
@@ -44,6 +46,7 @@ int take_lock(zu_file2* file, bool wait, const char* function) {
     std::printf("error: no locks on this file system in %s()!\n", function);
   }
   file->locked = lock == platform::FileLock::taken;
+  file->process = platform::process_id();
   return file->locked;
 }
 
@@ -53,7 +56,7 @@ zu_file2* KIV_CALL zu_file2_open(const char* path, int mode) KIV_NOEXCEPT {
   if (!system::is_path(path) || !makes_sense(mode)) return nullptr;
   auto made = base::Owned<zu_file2>::allocate();
   if (!made) return nullptr;
-  *made = {platform::open_file(path, open_mode(mode)), (mode & ZU_FILE2_APPEND) != 0, false};
+  *made = {platform::open_file(path, open_mode(mode)), (mode & ZU_FILE2_APPEND) != 0, false, 0};
   return made->file == platform::kNoFile ? nullptr : made.release();
 }
 
@@ -124,7 +127,9 @@ int KIV_CALL zu_file2_TryLock(zu_file2* file) KIV_NOEXCEPT {
 }
 
 int KIV_CALL zu_file2_unlock(zu_file2* file) KIV_NOEXCEPT {
-  if (file == nullptr || !file->locked || !platform::unlock_file(file->file)) return 0;
+  if (file == nullptr || !file->locked) return 0;
+  // A forked process shares the open file, and would give up its parent's lock.
+  if (file->process != platform::process_id() || !platform::unlock_file(file->file)) return 0;
   file->locked = false;
   return 1;
 }

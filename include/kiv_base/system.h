@@ -278,8 +278,9 @@ KIV_API int KIV_CALL zu_file1_Append(const char* path, const void* bytes,
  *   zu_file2_close(file);
  *
  * A handle may be passed from thread to thread, but only one may use it at a time. Other handles
- * may have the file open in every mode, and it may be deleted meanwhile. Child processes do not
- * inherit it. */
+ * may have the file open in every mode, and it may be deleted meanwhile. A started program does not
+ * inherit it. A forked process shares the position and the lock with its parent, and only the one
+ * that acquired the lock can release it; to have its own, it opens the file again. */
 typedef struct zu_file2 zu_file2;
 
 enum {
@@ -460,11 +461,10 @@ KIV_API void* KIV_CALL zu_shm_GetAddress(zu_shm* block) KIV_NOEXCEPT;
 KIV_API int64_t KIV_CALL zu_shm_GetSize(zu_shm* block) KIV_NOEXCEPT;
 
 /* Acquires or releases the block's one lock, shared by all threads, handles and processes. _lock
- * blocks, _TryLock does not. It belongs to the thread and handle that acquired it. If its process
- * dies or its thread ends while holding it, the next one acquires it and may find half-finished
- * changes (on Linux, if only the thread ended, the next one of the same handle). A thread acquires
- * it through one handle at a time: on Linux, _lock through another handle would deadlock. Returns
- * 1, or 0: it is taken (_TryLock), this thread and handle hold it (both), or do not hold it
+ * blocks, _TryLock does not. It belongs to the thread and handle that acquired it; a forked process
+ * holds none of its parent's locks. If its process dies or its thread ends while holding it, the
+ * next one acquires it and may find half-finished changes. Returns 1, or 0: it is taken (_TryLock),
+ * this thread holds it, through any handle (both), or this thread and handle do not hold it
  * (_unlock). */
 KIV_API int KIV_CALL zu_shm_lock(zu_shm* block) KIV_NOEXCEPT;
 KIV_API int KIV_CALL zu_shm_TryLock(zu_shm* block) KIV_NOEXCEPT;

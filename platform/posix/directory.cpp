@@ -12,6 +12,7 @@
 #include "platform/fs.h"
 #include "platform/heap.h"
 #include "platform/posix/environment.h"
+#include "platform/posix/uninterrupted.h"
 
 namespace kiv::platform {
 
@@ -62,12 +63,14 @@ int look_at(int directory, const dirent& found, DirectoryEntry* entry) {
 }  // namespace
 
 Directory* open_directory(const char* path, bool follow) noexcept {
-  return directory_of(open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC | (follow ? 0 : O_NOFOLLOW)));
+  const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | (follow ? 0 : O_NOFOLLOW);
+  return directory_of(uninterrupted([&] { return open(path, flags); }));
 }
 
 Directory* open_last_entry(Directory* above) noexcept {
+  constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW;
   return directory_of(
-      openat(dirfd(above->stream), above->last, O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW));
+      uninterrupted([&] { return openat(dirfd(above->stream), above->last, kFlags); }));
 }
 
 void close_directory(Directory* directory) noexcept {

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <new>
 
@@ -16,14 +17,23 @@
 
 namespace kiv::platform {
 
-// The system's lock of the object is held by the handle, whichever thread took it; between those of
-// a handle, a mutex decides.
+namespace {
+
+// Precedes a shared block. The lock lies in the memory itself: a lock of the open file would belong
+// to a forked process and its parent alike.
+struct alignas(64) Head {
+  pthread_mutex_t lock;
+  std::atomic<std::uint64_t> size;  // 0 until the lock can be used
+};
+static_assert(sizeof(Head) == 64 && std::atomic<std::uint64_t>::is_always_lock_free);
+
+}  // namespace
+
 struct SharedBlock {
   int fd;
-  void* address;
-  std::size_t size;
-  pthread_mutex_t threads;
-  std::atomic<std::int32_t> owner;  // a thread's id, 0 without
+  Head* head;
+  std::size_t mapped;
+  std::atomic<std::int64_t> owner;  // the thread that has it through this handle, 0: none
 };
 
 namespace {
@@ -36,31 +46,36 @@ struct ObjectName {
   explicit ObjectName(const char* name) { std::snprintf(text, sizeof text, "/zu_shm.%s", name); }
 };
 
-void init_mutex(pthread_mutex_t* mutex) {
+// A forked process keeps its parent's thread id.
+std::int64_t this_thread() {
+  return std::int64_t{getpid()} << 32 | current_thread_id();
+}
+
+bool init_lock(pthread_mutex_t* lock) {
   pthread_mutexattr_t attributes;
-  pthread_mutexattr_init(&attributes);
-  pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK);
-  pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
-  pthread_mutex_init(mutex, &attributes);
+  if (pthread_mutexattr_init(&attributes) != 0) return false;
+  const bool good = pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK) == 0 &&
+                    pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED) == 0 &&
+                    pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST) == 0 &&
+                    pthread_mutex_init(lock, &attributes) == 0;
   pthread_mutexattr_destroy(&attributes);
+  return good;
 }
 
-// Takes over the descriptor.
-SharedBlock* block_of(int fd, std::size_t size) {
+// Takes over the descriptor of an object of `mapped` bytes.
+SharedBlock* block_of(int fd, std::size_t mapped) {
   void* memory = heap_alloc(sizeof(SharedBlock));
-  void* address = memory == nullptr ? nullptr : map_file(fd, size, true);
-  if (address == nullptr) {
-    heap_free(memory);
-    close(fd);
-    return nullptr;
-  }
-  auto* block = new (memory) SharedBlock{fd, address, size, {}, 0};
-  init_mutex(&block->threads);
-  return block;
+  void* address = memory == nullptr ? nullptr : map_file(fd, mapped, true);
+  if (address != nullptr)
+    return new (memory) SharedBlock{fd, static_cast<Head*>(address), mapped, 0};
+  heap_free(memory);
+  close(fd);
+  return nullptr;
 }
 
-bool is_held_now(int result, pthread_mutex_t* mutex) {
-  if (result == EOWNERDEAD) return pthread_mutex_consistent(mutex) == 0;
+// A thread or process that died with the lock leaves it to the next.
+bool is_held_now(int result, pthread_mutex_t* lock) {
+  if (result == EOWNERDEAD) return pthread_mutex_consistent(lock) == 0;
   return result == 0;
 }
 
@@ -84,30 +99,42 @@ SharedBlock* create_shared(const char* name, std::size_t size) noexcept {
   const ObjectName object(name);
   const int fd = shm_open(object.text, O_RDWR | O_CREAT | O_EXCL, kPrivate);
   if (fd < 0) return nullptr;
+  const std::size_t mapped = sizeof(Head) + size;
   // Without its memory a block would fail its user at some access later on.
   int error;
   do {
-    error = posix_fallocate(fd, 0, static_cast<off_t>(size));
+    error = posix_fallocate(fd, 0, static_cast<off_t>(mapped));
   } while (error == EINTR);
   SharedBlock* block = nullptr;
   if (error == 0) {
-    block = block_of(fd, size);
+    block = block_of(fd, mapped);
   } else {
     close(fd);
   }
-  if (block == nullptr) shm_unlink(object.text);
-  return block;
+  if (block != nullptr && init_lock(&block->head->lock)) {
+    block->head->size = size;
+    return block;
+  }
+  if (block != nullptr) close_shared(block);
+  shm_unlink(object.text);
+  return nullptr;
 }
 
 SharedBlock* open_shared(const char* name) noexcept {
   const int fd = shm_open(ObjectName(name).text, O_RDWR, 0);
   if (fd < 0) return nullptr;
   struct stat status;
-  // One of another user may be a trap; one without a size is still being made.
-  const bool good = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0 &&
+  // One of another user may be a trap.
+  const bool good = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) &&
+                    status.st_size > static_cast<off_t>(sizeof(Head)) &&
                     (status.st_uid == geteuid() || status.st_uid == 0);
-  if (good) return block_of(fd, static_cast<std::size_t>(status.st_size));
-  close(fd);
+  if (!good) {
+    close(fd);
+    return nullptr;
+  }
+  SharedBlock* block = block_of(fd, static_cast<std::size_t>(status.st_size));
+  if (block == nullptr || block->head->size == block->mapped - sizeof(Head)) return block;
+  close_shared(block);
   return nullptr;
 }
 
@@ -116,37 +143,30 @@ bool remove_shared(const char* name) noexcept {
 }
 
 void* shared_address(const SharedBlock* block) noexcept {
-  return block->address;
+  return block->head + 1;
 }
 
 std::size_t shared_size(const SharedBlock* block) noexcept {
-  return block->size;
+  return block->mapped - sizeof(Head);
 }
 
 bool lock_shared(SharedBlock* block, bool wait) noexcept {
-  pthread_mutex_t* threads = &block->threads;
-  const int result = wait ? pthread_mutex_lock(threads) : pthread_mutex_trylock(threads);
-  if (!is_held_now(result, threads)) return false;
-  if (lock_file(block->fd, wait) == FileLock::taken) {
-    block->owner = current_thread_id();
-    return true;
-  }
-  pthread_mutex_unlock(threads);
-  return false;
+  pthread_mutex_t* lock = &block->head->lock;
+  const int result = wait ? pthread_mutex_lock(lock) : pthread_mutex_trylock(lock);
+  if (!is_held_now(result, lock)) return false;
+  block->owner = this_thread();
+  return true;
 }
 
 bool unlock_shared(SharedBlock* block) noexcept {
-  if (block->owner != current_thread_id()) return false;
+  if (block->owner != this_thread()) return false;
   block->owner = 0;
-  // The object's lock first: it would be the next thread's by then.
-  const bool given_up = unlock_file(block->fd);
-  return pthread_mutex_unlock(&block->threads) == 0 && given_up;
+  return pthread_mutex_unlock(&block->head->lock) == 0;
 }
 
 void close_shared(SharedBlock* block) noexcept {
   unlock_shared(block);
-  pthread_mutex_destroy(&block->threads);
-  unmap_file(block->address, block->size);
+  unmap_file(block->head, block->mapped);
   close(block->fd);
   heap_free(block);
 }

@@ -13,6 +13,7 @@
 #include <iterator>
 
 #include "platform/posix/environment.h"
+#include "platform/posix/uninterrupted.h"
 #include "platform/service.h"
 #include "platform/service_wish.h"
 
@@ -96,11 +97,10 @@ void find_manager() {
 void notify(const char* state) {
   const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   if (fd < 0) return;
-  ssize_t sent = -1;
-  do {
-    sent = sendto(fd, state, std::strlen(state), MSG_NOSIGNAL,
+  uninterrupted([&] {
+    return sendto(fd, state, std::strlen(state), MSG_NOSIGNAL,
                   reinterpret_cast<const sockaddr*>(&manager), manager_length);
-  } while (sent < 0 && errno == EINTR);
+  });
   close(fd);
 }
 

@@ -9,6 +9,7 @@
 #include <ctime>
 
 #include "platform/clock.h"
+#include "platform/posix/uninterrupted.h"
 #include "platform/service.h"
 #include "platform/text_buffer.h"
 
@@ -43,8 +44,10 @@ bool service_log(const char* name, Severity severity, const char* text, Why* why
   const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   if (fd < 0) return why->is_last_error();
   const sockaddr_un log{AF_UNIX, "/dev/log"};
-  const bool sent = sendto(fd, line.get(), line.length(), MSG_NOSIGNAL,
-                           reinterpret_cast<const sockaddr*>(&log), sizeof log) >= 0;
+  const bool sent = uninterrupted([&] {
+                      return sendto(fd, line.get(), line.length(), MSG_NOSIGNAL,
+                                    reinterpret_cast<const sockaddr*>(&log), sizeof log);
+                    }) >= 0;
   if (!sent) why->is("the system keeps no log");
   close(fd);
   return sent;

@@ -21,6 +21,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -290,6 +291,13 @@ TEST_F(Files, ALockIsOneForAllHandlesAndDiesWithItsProcess) {
   EXPECT_EQ(zu_file2_unlock(b.get()), 0);
   EXPECT_EQ(zu_file2_write(b.get(), "d", 1), 1) << "it hinders nobody";
   EXPECT_EQ(kiv::test::in_other_process("OtherProcess.DISABLED_DiesWithTheLock", path), 40);
+#ifndef _WIN32
+  const pid_t child = fork();
+  if (child == 0) _exit(zu_file2_unlock(a.get()));
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status + zu_file2_TryLock(b.get()), 0) << "a forked process leaves its parent's lock";
+#endif
   EXPECT_EQ(zu_file2_unlock(a.get()), 1);
   EXPECT_EQ(kiv::test::in_other_process("OtherProcess.DISABLED_DiesWithTheLock", path), 41);
   EXPECT_EQ(zu_file2_lock(b.get()), 1);

@@ -50,7 +50,9 @@ TEST(Interrupted, FilesAreWrittenAndHeldAllTheSame) {
   zu_pidfile* file = zu_pidfile_make(pid_path.c_str());
   EXPECT_EQ(zu_pidfile_read(pid_path.c_str()), zu_GetProcessId());
   EXPECT_EQ(zu_pidfile_free(file), 1);
-  EXPECT_GT(calls, 7) << "the calls are played here";
+  const std::string deep = dir.file("deep/er");
+  EXPECT_EQ(zu_dir1_make(deep.c_str()) + zu_dir1_RemoveAll(dir.file("deep").c_str()), 2);
+  EXPECT_GT(calls, 9) << "the calls are played here";
   interrupted.clear();
   EXPECT_EQ(dir.content("file"), "new");
 }

@@ -15,6 +15,10 @@
 #include "tests/support/other_process.h"
 #include "tests/support/stdout_capture.h"
 #include "tests/support/temp_dir.h"
+#if __has_include(<sys/wait.h>)
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
 
 namespace {
 
@@ -90,7 +94,7 @@ TEST_F(Shm, ItsLockIsOneAndOutlivesNoOwner) {
   const Block other(zu_shm_open(name_.c_str()));
   constexpr char kOther[] = "OtherProcess.DISABLED_DiesWithTheBlock";
   EXPECT_EQ(zu_shm_lock(block_.get()), 1);
-  EXPECT_EQ(zu_shm_lock(block_.get()) + zu_shm_TryLock(other.get()), 0);
+  EXPECT_EQ(zu_shm_lock(block_.get()) + zu_shm_lock(other.get()) + zu_shm_TryLock(other.get()), 0);
   EXPECT_EQ(zu_shm_unlock(other.get()), 0);
   std::thread([&] {
     EXPECT_EQ(zu_shm_TryLock(block_.get()) + zu_shm_TryLock(other.get()), 0);
@@ -101,8 +105,10 @@ TEST_F(Shm, ItsLockIsOneAndOutlivesNoOwner) {
   EXPECT_EQ(kiv::test::in_other_process(kOther, name_), 41);
   EXPECT_STREQ(static_cast<char*>(zu_shm_GetAddress(block_.get())), "sign");
   EXPECT_EQ(zu_shm_lock(other.get()) + zu_shm_unlock(other.get()), 2);
-  std::thread([&] { EXPECT_EQ(zu_shm_lock(block_.get()), 1); }).join();
-  EXPECT_EQ(zu_shm_lock(block_.get()) + zu_shm_unlock(block_.get()), 2) << "its thread ended";
+  for (zu_shm* next : {block_.get(), other.get()}) {
+    std::thread([&] { EXPECT_EQ(zu_shm_lock(block_.get()), 1); }).join();
+    EXPECT_EQ(zu_shm_lock(next) + zu_shm_unlock(next), 2) << "its thread ended";
+  }
 
   // Two threads through one handle, two through another. Each addition is a load and a store.
   auto* count = new (zu_shm_GetAddress(block_.get())) std::atomic<int>(0);
@@ -120,6 +126,25 @@ TEST_F(Shm, ItsLockIsOneAndOutlivesNoOwner) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(*count, 8000);
 }
+
+#ifndef _WIN32
+TEST_F(Shm, AForkedProcessIsExcludedByItsParentAndLeavesTheLock) {
+  auto* tried = new (zu_shm_GetAddress(block_.get())) std::atomic<int>(0);
+  ASSERT_EQ(zu_shm_lock(block_.get()), 1);
+  const pid_t child = fork();
+  if (child == 0) {
+    *tried = 1 + zu_shm_TryLock(block_.get()) + zu_shm_unlock(block_.get());
+    _exit(zu_shm_lock(block_.get()));
+  }
+  while (*tried == 0) std::this_thread::yield();
+  EXPECT_EQ(*tried, 1);
+  EXPECT_EQ(zu_shm_unlock(block_.get()), 1);
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(WEXITSTATUS(status), 1);
+  EXPECT_EQ(zu_shm_lock(block_.get()) + zu_shm_unlock(block_.get()), 2) << "its process died";
+}
+#endif
 
 TEST_F(Shm, HostileNamesAndSizesAreRefused) {
   const std::string printed = kiv::test::printed_by([] {
