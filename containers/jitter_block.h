@@ -1,16 +1,82 @@
-// What the library uses of jitter buffers beyond their interface. A block is a ring of fixed
-// capacity, in one allocation with its record.
+// A block of a jitter buffer: a ring of fixed capacity.
 #pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 #include "kiv_base/containers.h"
 
 namespace kiv::containers {
 
-// As _zu_jitter_block_new, but with a ring that is not cleared. Only a range that runs beyond the
-// stored bytes can tell; clearing costs a short-lived block as much as its bytes do.
-zu_jitter_block* new_raw_block(int32_t capacity);
+class JitterBlock : public zu_jitter_block {
+ public:
+  static JitterBlock* of(zu_jitter_block* block) { return static_cast<JitterBlock*>(block); }
 
-// Stores all the bytes or, without room or memory, none.
-bool set_all_data(zu_jitter* jitter, const void* data, int32_t count);
+  void init(std::uint8_t* ring, std::int32_t size) {
+    *static_cast<zu_jitter_block*>(this) = {ring, 0, size, 0, 0};
+  }
+
+  std::int32_t room() const { return capacity - length; }
+
+  // The usual case in few steps: a piece, at most `limit`, that ends before the end of the ring.
+  bool put_in_one(const void* source, std::int32_t count, std::int32_t limit) {
+    if (count < 1 || count > room() || count >= capacity - write_pos || count > limit) return false;
+    std::memcpy(data + write_pos, source, static_cast<std::size_t>(count));
+    write_pos += count;
+    length += count;
+    return true;
+  }
+
+  // The same for reading a piece that is not the last one.
+  bool take_in_one(void* destination, std::int32_t count) {
+    if (count < 1 || count >= length || count >= capacity - read_pos) return false;
+    if (destination) std::memcpy(destination, data + read_pos, static_cast<std::size_t>(count));
+    read_pos += count;
+    length -= count;
+    return true;
+  }
+
+  // Appends `count` bytes, at most room().
+  void put(const void* source, std::int32_t count) {
+    const std::int32_t front = std::min(count, capacity - write_pos);
+    std::memcpy(data + write_pos, source, static_cast<std::size_t>(front));
+    if (count > front) {
+      std::memcpy(data, static_cast<const std::uint8_t*>(source) + front,
+                  static_cast<std::size_t>(count - front));
+    }
+    write_pos = after(write_pos, count);
+    length += count;
+  }
+
+  // Copies `count` bytes, at most the capacity, from `offset` bytes behind the oldest one on.
+  void copy(void* destination, std::int32_t offset, std::int32_t count) const {
+    const std::int32_t from = after(read_pos, offset);
+    const std::int32_t front = std::min(count, capacity - from);
+    std::memcpy(destination, data + from, static_cast<std::size_t>(front));
+    if (count > front) {
+      std::memcpy(static_cast<std::uint8_t*>(destination) + front, data,
+                  static_cast<std::size_t>(count - front));
+    }
+  }
+
+  // Removes the `count` oldest bytes, at most the length.
+  void drop_oldest(std::int32_t count) {
+    read_pos = after(read_pos, count);
+    length -= count;
+  }
+
+  // Removes the `count` newest bytes, at most the length.
+  void drop_newest(std::int32_t count) {
+    write_pos = after(write_pos, capacity - count);
+    length -= count;
+  }
+
+  // The ring index `distance` bytes, at most the capacity, after `position`.
+  std::int32_t after(std::int32_t position, std::int32_t distance) const {
+    const std::int32_t to_end = capacity - position;
+    return distance < to_end ? position + distance : distance - to_end;
+  }
+};
 
 }  // namespace kiv::containers

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "base/owned.h"
-#include "containers/jitter_block.h"
+#include "containers/jitter.h"
 #include "protocol/proto.h"
 
 struct kiv_parse_pool {
@@ -88,7 +88,7 @@ int KIV_CALL kiv_parse_pool_input(kiv_parse_pool* pool, const void* bytes,
     return 1;
   }
   return count <= zu_jitter_GetAvailableLen(pool->overflow) &&
-                 kiv::containers::set_all_data(pool->overflow, bytes, count)
+                 kiv::containers::Jitter::of(pool->overflow)->put_all(bytes, count)
              ? 1
              : 0;
 }
