@@ -110,7 +110,7 @@ start_client ann 5 7
 check "a client comes in" hears 7 'in the room as ann'
 start_client bob 6 8
 check "another one too" hears 8 'in the room as bob'
-check "the first hears of it" hears 7 'bob came in'
+check "the first hears of it" hears 7 'bob joined'
 echo 'hello there' >&5
 check "a line is heard" hears 8 'ann: hello there'
 echo 'how R-U-D-E' >&6
@@ -166,7 +166,7 @@ check "it opens the page and types a name" type_into '#name' 'eve\ue007'
 check "it is in the room" shows 'in the room as eve'
 check "it sees what was said before" shows 'hello there'
 check "and the mark" shows 'marked'
-check "a client hears it come" hears 7 'eve came in'
+check "a client hears it come" hears 7 'eve joined'
 check "it types a line" type_into '#text' 'hi from <b>the page</b>\ue007'
 check "a client hears the line" hears 7 'eve: hi from <b>the page</b>'
 echo 'an answer for eve' >&5

@@ -95,7 +95,7 @@ void show(Client& client) {
     const bool is_marked = !packet.value("marked").empty();
     say(packet.value("from") + ": " + packet.value("text") + (is_marked ? "  [marked]" : ""));
   } else if (command == "joined") {
-    say("* " + packet.value("user") + " came in");
+    say("* " + packet.value("user") + " joined");
   } else if (command == "left") {
     say("* " + packet.value("user") + " left");
   } else if (command == "welcome") {

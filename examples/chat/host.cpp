@@ -81,7 +81,7 @@ Trouble Host::set_up() {
   kiv::Box box = kiv::Box::make();
   if (!box) return {"no event loop: memory or ports of 127.0.0.1 have run out"};
   parts.room.emplace(std::move(words));
-  parts.web.emplace(*parts.room, box, options_.http.is_public);
+  parts.web.emplace(*parts.room, box, options_.http.is_public, options_.native_port);
   box.set_fair_rounds(true);
   parts.http.emplace(box.get(), *parts.folder, parts.log.get(), options_.http, &*parts.web);
   parts.web->use(*parts.http);

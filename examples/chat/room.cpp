@@ -1,5 +1,6 @@
 #include "room.h"
 
+#include "kiv_base/base.h"
 #include "message_text.h"
 
 namespace chat {
@@ -24,7 +25,7 @@ void Room::say(const std::string& from, std::string_view text) {
 
 void Room::tell(Kind kind, const std::string& from, std::string text) {
   const bool is_marked = words_.marks(text);
-  history_.push_back({++last_number_, kind, from, std::move(text), is_marked});
+  history_.push_back({++last_number_, kind, from, std::move(text), is_marked, zu_timenow() / 1000});
   if (history_.size() > kHistory) history_.pop_front();
   for (const Listener& listener : listeners_) listener(history_.back());
 }

@@ -1,8 +1,8 @@
-// The room: who is there, and what was said lately.
+// The room: the people in it, and the latest messages.
 //
 // People come from two sides: native clients from the threads of the big box, browsers from the
-// thread of the HTTP box. One mutex, Room::mutex, guards the room and both sides: every callback
-// takes it first and may then call the library, which never calls back with a lock of its own held.
+// thread of the HTTP box. One mutex, Room::mutex, protects the room and both sides: every callback
+// locks it first and may then call the library, which never calls back while it holds a lock.
 #pragma once
 
 #include <cstdint>
@@ -26,6 +26,7 @@ struct Message {
   std::string from;
   std::string text;
   bool is_marked = false;
+  std::int64_t time_ms = 0;  // since 1970
 };
 
 class Room {
@@ -41,12 +42,13 @@ class Room {
 
   std::mutex mutex;
 
-  // Everything below is for holders of the mutex.
+  // Hold the mutex for everything below.
 
-  // Is told of every message.
+  // Registers a listener, which is called for every message.
   void listen(Listener listener) { listeners_.push_back(std::move(listener)); }
 
-  // Lets somebody in under the cleaned name, which `name` then is. Gives why not; empty: done.
+  // Adds a person under the cleaned name, which is stored in `name`. Returns an empty string, or
+  // the reason for a refusal.
   std::string join(std::string& name);
   void leave(const std::string& name);
   void say(const std::string& from, std::string_view text);

@@ -15,8 +15,9 @@ namespace chat {
 namespace {
 
 constexpr std::chrono::seconds kPollTime{15};
-constexpr std::chrono::seconds kSilence{30};  // a browser that has not asked for so long has left
-constexpr std::size_t kMaxVisitors = 900;     // each holds a socket of the box's 1022
+constexpr std::chrono::seconds kSilence{
+    30};                                   // a browser that sends no request for so long has left
+constexpr std::size_t kMaxVisitors = 900;  // each holds a socket of the box's 1022
 
 constexpr std::string_view kPageFields =
     "Cache-Control: no-store\r\n"
@@ -25,7 +26,7 @@ constexpr std::string_view kPageFields =
     "frame-ancestors 'none'";
 constexpr std::string_view kDataFields = "Cache-Control: no-store";
 
-// 128 bits from the system.
+// Returns 128 random bits of the system.
 std::string new_token() {
   std::random_device random;
   std::string token;
@@ -33,7 +34,7 @@ std::string new_token() {
   return token;
 }
 
-// A value of a form or a query; empty when it is missing.
+// Returns a value of a form or a query; empty if it is missing.
 std::string form_value(const std::string& form, const char* name) {
   const kiv::HttpTable table = kiv::HttpTable::parse_form(form);
   return std::string(table.form(name).view());
@@ -55,13 +56,14 @@ void append_message(std::string& json, const Message& message) {
   append_json(json, message.from);
   json += ",\"text\":";
   append_json(json, message.text);
+  json += ",\"time\":" + std::to_string(message.time_ms);
   json += message.is_marked ? ",\"marked\":true}" : ",\"marked\":false}";
 }
 
 }  // namespace
 
-Web::Web(Room& room, kiv::BoxRef box, bool is_public)
-    : room_(room), box_(box), is_public_(is_public) {
+Web::Web(Room& room, kiv::BoxRef box, bool is_public, std::uint16_t native_port)
+    : room_(room), box_(box), is_public_(is_public), native_port_(native_port) {
   room_.listen([this](const Message&) {
     if (has_news_) return;
     has_news_ = true;
@@ -69,8 +71,8 @@ Web::Web(Room& room, kiv::BoxRef box, bool is_public)
   });
 }
 
-// A page of another site must not speak for its visitor here, nor reach this machine under a name
-// of its own.
+// A page of another site must not act for its visitor here, nor reach this machine under a name of
+// its own.
 bool Web::is_trusted(const http_files::Request& request) const {
   if (!request.origin.empty() && request.origin != "http://" + request.host) return false;
   const std::string host = request.host.substr(0, request.host.find(':'));
@@ -128,7 +130,7 @@ int Web::join(const std::string& wanted, std::string& body) {
   append_json(body, token);
   body += ",\"name\":";
   append_json(body, name);
-  body += '}';
+  body += ",\"port\":" + std::to_string(native_port_) + '}';
   return 200;
 }
 
@@ -188,8 +190,8 @@ void Web::on_gone(http_files::Connection& connection) {
   polls_.erase(&connection);
 }
 
-// The answers go out after the mutex is released: a connection that ends with its answer comes
-// back to on_gone.
+// The answers are sent after the mutex is released: a connection that ends with its answer calls
+// on_gone.
 void Web::on_turn() {
   std::vector<std::pair<http_files::Connection*, std::string>> answers;
   {
@@ -208,12 +210,12 @@ void Web::on_turn() {
       if (visitor != visitors_.end()) visitor->second.last_seen = now;
       poll = polls_.erase(poll);
     }
-    let_go_of_the_silent(now);
+    remove_silent_visitors(now);
   }
   for (const auto& [connection, text] : answers) server_->answer(*connection, 200, text);
 }
 
-void Web::let_go_of_the_silent(Clock::time_point now) {
+void Web::remove_silent_visitors(Clock::time_point now) {
   for (auto visitor = visitors_.begin(); visitor != visitors_.end();) {
     const auto waits = [&](const auto& poll) { return poll.second.token == visitor->first; };
     if (now - visitor->second.last_seen < kSilence ||

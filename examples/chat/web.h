@@ -27,7 +27,7 @@ namespace chat {
 class Web : public http_files::Application {
  public:
   // Room and box outlive it. Hosts other than this machine are accepted with `is_public` only.
-  Web(Room& room, kiv::BoxRef box, bool is_public);
+  Web(Room& room, kiv::BoxRef box, bool is_public, std::uint16_t native_port);
   // The server whose application this is.
   void use(http_files::Server& server) { server_ = &server; }
 
@@ -56,11 +56,12 @@ class Web : public http_files::Application {
                  const http_files::Head& head, std::string& text, int& status);
   std::string events(std::uint64_t since) const;
   void on_news(kiv::BoxRef, kiv::TimerId, std::int32_t) { on_turn(); }
-  void let_go_of_the_silent(Clock::time_point now);
+  void remove_silent_visitors(Clock::time_point now);
 
   Room& room_;
   kiv::BoxRef box_;
   bool is_public_;
+  std::uint16_t native_port_;
   http_files::Server* server_ = nullptr;
   std::map<std::string, Visitor> visitors_;  // by token
   std::map<http_files::Connection*, Poll> polls_;
