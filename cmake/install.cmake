@@ -47,7 +47,7 @@ install(FILES ${PROJECT_BINARY_DIR}/kiv_base.pc
 # The links of the README work there too. The manual is installed if it was built.
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md TYPE DOC COMPONENT doc)
 install(DIRECTORY docs TYPE DOC COMPONENT doc
-  FILES_MATCHING PATTERN *.md PATTERN *.c PATTERN *.cpp PATTERN *.svg)
+  FILES_MATCHING PATTERN *.md PATTERN *.c PATTERN *.cpp PATTERN *.svg PATTERN *.png)
 install(DIRECTORY examples TYPE DOC COMPONENT doc
   PATTERN tests EXCLUDE PATTERN check.sh EXCLUDE PATTERN needs.sh EXCLUDE)
 install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/html
