@@ -33,7 +33,7 @@ constexpr char to_upper(char c) {
   return is_lower(c) ? static_cast<char>(c - ('a' - 'A')) : c;
 }
 
-// 0 to 15, or -1 for what is no hexadecimal digit.
+// 0 to 15, or -1 for anything but a hexadecimal digit.
 constexpr int hex_value(char c) {
   if (is_digit(c)) return c - '0';
   const char lower = to_lower(c);

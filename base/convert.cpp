@@ -24,7 +24,7 @@ std::uint64_t leading_number(const char* text, std::uint64_t limit) {
 }
 
 // Length of the component at `text` with its dot; -1 when it is none. Only three characters, and a
-// dot behind three digits, are looked at.
+// dot after three digits, are read.
 int component_length(const char* text) {
   if (*text == '\0') return -1;
   int length = 0;
@@ -42,7 +42,7 @@ int KIV_CALL zu_IP_to_32bits(uint32_t* value, const char* text) KIV_NOEXCEPT {
   for (int shift = 24; shift >= 0; shift -= 8) {
     const int length = component_length(text);
     if (length < 0) return 0;
-    // deliberate: the number may reach beyond the three digits looked at, so that "0255.1.1.1"
+    // deliberate: the number may reach beyond the three digits read, so that "0255.1.1.1"
     // reads as 255, 5, 1, 1; address lists in use are read this way.
     const std::uint64_t component = leading_number(text, kMaxComponent + 1);
     if (component > kMaxComponent) return 0;

@@ -14,7 +14,7 @@ namespace kiv::base {
 
 class Registry {
  public:
-  // Makes the registry present; returns false if out of memory.
+  // Creates the registry unless it exists; returns false if out of memory.
   bool setup() noexcept;
 
   // Forgets every address. What the calling thread took with lock_if_known is released.
@@ -59,7 +59,7 @@ Registry& objects();
 template <typename Object>
 inline char type_of;
 
-// Makes the object known as one of its type, until objects().remove() makes it unknown again.
+// Registers the object as one of its type, until objects().remove() removes it.
 template <typename Object>
 bool insert_object(Object* object) {
   return objects().insert(object, &type_of<Object>);
@@ -67,7 +67,7 @@ bool insert_object(Object* object) {
 
 // Holds the object registry's lock while the object is registered. A late handler, or a stale
 // handle, whose address is by now that of an object of another type holds nothing. Every operation
-// on such an object and every handler of its box takes it first, and lets go of it before it calls
+// on such an object and every handler of its box takes it first, and releases it before it calls
 // the application, which may free the object: nothing of it is touched after unlock().
 template <typename Object>
 class Locked {

@@ -129,13 +129,13 @@ unsigned char* Pool::allocate(std::uint64_t count) {
 
 // First fit among the blocks of [from, limit).
 //
-// deliberate: the cursor stays at the block taken instead of behind it; a block freed at once is
+// deliberate: the cursor stays at the block taken instead of after it; a block freed at once is
 // the next one given out.
 unsigned char* Pool::search(std::uint64_t from, std::uint64_t limit, std::uint64_t count) {
   if (limit > end_) limit = end_;
   for (std::uint64_t block = from; block < limit; block = next(block)) {
     if (!is_free(block) || size(block) < count || next(block) > length_) continue;
-    // deliberate: a block up to 9 bytes too large is handed out whole; a remainder must have room
+    // deliberate: a block up to 9 bytes too large is returned unsplit; a remainder must have room
     // for its header and a byte.
     if (size(block) > count + header_) split(block, count);
     set_used(block, true);
@@ -154,7 +154,7 @@ void Pool::split(std::uint64_t block, std::uint64_t count) {
   grow(remainder, rest);
 }
 
-// Gives a block its size and tells the block behind it.
+// Sets the size of a block and updates the block after it.
 void Pool::grow(std::uint64_t block, std::uint64_t size) {
   store(area_ + block, size);
   const std::uint64_t behind = next(block);

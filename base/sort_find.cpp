@@ -18,7 +18,7 @@ int KIV_CALL zu_SortFind(const void* base, int32_t size, int32_t count, const vo
       return 1;
     }
     if (half == 0) return 0;
-    // Both halves keep the middle on one side, and a window of one is always looked at.
+    // Both halves keep the middle on one side, and a window of one is always examined.
     if (order < 0) low = middle;
     width -= half;
   }

@@ -36,7 +36,7 @@ int32_t KIV_CALL zu_memreplace(void* buffer, int32_t length, int32_t start, int3
   if (length + growth > INT32_MAX) return 0;
 
   auto* bytes = static_cast<unsigned char*>(buffer);
-  // deliberate: on growth the byte behind the data moves too; it is the terminator of callers that
+  // deliberate: on growth the byte after the data moves too; it is the terminator of callers that
   // keep a text there.
   const std::int64_t tail = std::int64_t{length} - end + (growth > 0 ? 1 : 0);
   std::memmove(bytes + end + growth, bytes + end, static_cast<std::size_t>(tail));

@@ -11,7 +11,7 @@ namespace {
 
 static_assert(sizeof(void*) != 4 || (sizeof(zu_jitter) == 28 && offsetof(zu_jitter, length) == 20));
 
-// A node of the list and its block, one allocation with the ring behind them.
+// A node of the list and its block, one allocation with the ring after them.
 struct Link {
   zu_list node;
   JitterBlock block;

@@ -49,7 +49,7 @@ class JitterBlock : public zu_jitter_block {
     length += count;
   }
 
-  // Copies `count` bytes, at most the capacity, from `offset` bytes behind the oldest one on.
+  // Copies `count` bytes, at most the capacity, from `offset` bytes after the oldest one on.
   void copy(void* destination, std::int32_t offset, std::int32_t count) const {
     const std::int32_t from = after(read_pos, offset);
     const std::int32_t front = std::min(count, capacity - from);

@@ -58,7 +58,7 @@ void hang(zu_xtree* tree, const Path& path, int depth, TreeNode* top) {
   }
 }
 
-// Raises the child on side `up` above its parent and gives it. Its inner subtree changes over to
+// Raises the child on side `up` above its parent and returns it. Its inner subtree changes over to
 // the parent; where there is none, the parent's link to the child stays as its thread.
 TreeNode* rotate(TreeNode* node, Side up) {
   const Side down = opposite(up);
@@ -80,7 +80,7 @@ TreeNode* rotate(TreeNode* node, Side up) {
   return child;
 }
 
-// Repairs a balance of -2 or 2 and gives the new root of the subtree.
+// Repairs a balance of -2 or 2 and returns the new root of the subtree.
 TreeNode* rebalance(TreeNode* node) {
   const Side heavy = node->balance < 0 ? kLeft : kRight;
   TreeNode* child = link(node, heavy);

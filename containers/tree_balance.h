@@ -30,7 +30,7 @@ struct Path {
 // Hangs a new leaf at the free place that the path leads to.
 void attach(zu_xtree* tree, const Path& path, TreeNode* leaf);
 
-// Takes the entry of `node`, to which the path leads, out of the tree. Gives the node that left
+// Takes the entry of `node`, to which the path leads, out of the tree. Returns the node that left
 // the tree and holds the entry now, which is another one when `node` had two children.
 TreeNode* detach(zu_xtree* tree, Path& path, TreeNode* node);
 

@@ -5,7 +5,7 @@
 
 namespace kiv::event {
 
-// Returns the pool's memory, at once or with the last buffer. The next read makes a new pool.
+// Returns the pool's memory, at once or with the last buffer. The next read creates a new pool.
 void read_pool_shutdown();
 
 // A buffer of the pool while this object lives, or a small one of its own while the pool has none.

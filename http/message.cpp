@@ -15,7 +15,7 @@ constexpr std::int32_t kMaxSizeLine = 1024;
 constexpr std::int32_t kUntilCloseLength = 0x40000000;
 constexpr std::int32_t kLastChunkLength = 5;  // of "0", its line end and the blank line
 
-// The held bytes and the input behind them as one text, cut at a limit.
+// The held bytes and the input after them as one text, cut at a limit.
 struct Window {
   const char* text;
   std::int32_t length;
@@ -49,7 +49,7 @@ void use(Message& message, Input& in, const Window& seen, std::int32_t count) no
   std::memmove(message.held, message.held + count, static_cast<std::size_t>(message.held_length));
 }
 
-// Position of the first LF, from `from` on, right behind the other text; -1 when there is none.
+// Position of the first LF, from `from` on, directly after the other text; -1 when there is none.
 template <std::int32_t Size>
 std::int32_t find_newline(const Window& window, std::int32_t from,
                           const char (&before)[Size]) noexcept {
@@ -75,7 +75,7 @@ std::int32_t find_head_end(const Window& window, std::int32_t seen) noexcept {
 
 // Position of the first CR LF, -1 when there is none.
 std::int32_t find_line_end(const Window& window) noexcept {
-  // A waiting "0" line is looked at again; of a longer text the held part has no line end.
+  // A waiting "0" line is examined again; of a longer text the held part has no line end.
   const std::int32_t newline =
       find_newline(window, window.held < kLastChunkLength ? 0 : window.held, "\r");
   return newline < 0 ? -1 : newline - 1;
@@ -144,7 +144,7 @@ bool take_last_chunk(Message& message, Input& in, const Window& seen,
                 static_cast<int>(seen.length), seen.text, static_cast<int>(seen.length));
     return false;
   }
-  // The blank line behind a plain "0" belongs to it. Behind any other spelling it is left to the
+  // The blank line after a plain "0" belongs to it. After any other spelling it is left to the
   // next head, which skips it.
   const bool blank_line =
       line_length == 1 && is(seen.text[3], kLineEnd) && is(seen.text[4], kLineEnd);

@@ -20,8 +20,8 @@ struct Outgoing {
   void clear() noexcept { set(OwnedText(), 0); }
 };
 
-// The request line, the fields and the form; `length` is theirs together. Empty without memory, or
-// when the head is one that no text can be made of.
+// The request line, the fields and the form; `length` is theirs together. Empty if out of memory,
+// or when the head is one that no text can be made of.
 OwnedText request_text(const kiv_http_table& settings, const kiv_uri& uri,
                        std::int32_t& length) noexcept;
 
@@ -43,6 +43,6 @@ struct kiv_http_request {
   kiv_http_filter* filter;
   kiv::http::Outgoing outgoing;
 
-  // Ends an exchange; gives the id that its socket had.
+  // Ends an exchange; returns the id that its socket had.
   std::int32_t release() noexcept;
 };

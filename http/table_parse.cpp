@@ -10,7 +10,7 @@
 namespace kiv::http {
 namespace {
 
-// Bytes that may be read behind the terminator of a head's copy.
+// Bytes that may be read after the terminator of a head's copy.
 constexpr std::size_t kReadAhead = sizeof(std::uint64_t) - 1;
 
 // Moves past a run of characters and returns its length.
@@ -25,7 +25,7 @@ void skip_spaces(char*& at) {
 }
 
 // The first byte of a class of which no byte is a letter, a digit or a mark, such as the terminator
-// and the line ends. Eight bytes are looked at together.
+// and the line ends. Eight bytes are processed together.
 char* find(char* at, CharClass members) {
   constexpr std::uint64_t kOnes = 0x0101010101010101;
   for (;;) {
@@ -45,7 +45,7 @@ char* find(char* at, CharClass members) {
 }
 
 // Reads a head in a copy of it, which becomes the block of the table's strings. A string is
-// terminated when the next one has been read: until then the byte behind it is still needed.
+// terminated when the next one has been read: until then the byte after it is still needed.
 class HeaderParser {
  public:
   // `text` is the head as it came, for the messages.
@@ -169,7 +169,7 @@ class HeaderParser {
   char* end_of_last_ = nullptr;
 };
 
-// One "name=value" and the "&" behind it.
+// One "name=value" and the "&" after it.
 bool parse_form_entry(kiv_http_table& table, const char*& at) {
   const char* const name = at;
   while (is(*at, kFormName)) ++at;

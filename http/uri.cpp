@@ -33,7 +33,7 @@ constexpr DefaultPort kDefaultPorts[] = {
 
 enum class Copy { kAsIs, kKeepEscapes, kDecode };
 
-// deliberate: a back-slash in the part is a slash, a decoded one is not; paths of Windows are
+// deliberate: a backslash in the part is a slash, a decoded one is not; paths of Windows are
 // pasted into addresses.
 OwnedText component(std::string_view part, Copy how) noexcept {
   if (how == Copy::kAsIs) return copy_text(part.data(), part.size());
@@ -52,7 +52,7 @@ OwnedText component(std::string_view part, Copy how) noexcept {
   return text;
 }
 
-// False when memory runs out; a part that is not there leaves null.
+// False if out of memory; a part that is not there leaves null.
 bool set(char*& slot, std::string_view part, Copy how) noexcept {
   if (part.data() == nullptr) return true;
   slot = component(part, how).release();

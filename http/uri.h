@@ -1,4 +1,4 @@
-// A URI text taken apart, and records made from the parts.
+// A URI text parsed, and records made from the parts.
 #pragma once
 
 #include <cstdint>
@@ -12,15 +12,15 @@ namespace kiv::http {
 
 using OwnedUri = std::unique_ptr<kiv_uri, FreedBy<kiv_uri_free>>;
 
-// The parts of a text as they stand in it, back-slashes and escapes included. A part that is not
+// The parts of a text as they stand in it, backslashes and escapes included. A part that is not
 // there has no data(), one that is there may be empty.
 struct UriParts {
   std::string_view scheme, opaque, authority, user, host, path, query, fragment;
   std::int32_t port = 0;
-  bool plain = true;  // no back-slash and no escape in any of them
+  bool plain = true;  // no backslash and no escape in any of them
 };
 
-// False for what is no URI reference. Flags as in kiv_uri.
+// False for anything but a URI reference. Flags as in kiv_uri.
 bool parse_uri(const char* text, std::int32_t flags, UriParts& parts) noexcept;
 
 inline bool is_uri(const char* text) noexcept {
@@ -28,7 +28,7 @@ inline bool is_uri(const char* text) noexcept {
   return parse_uri(text, 0, parts);
 }
 
-// A new record; null when memory runs out.
+// A new record; null if out of memory.
 OwnedUri make_uri(const UriParts& parts, std::int32_t flags) noexcept;
 
 // The default port of a scheme in any case; 0 for null and for unknown schemes.

@@ -11,7 +11,7 @@
 namespace kiv::http {
 
 enum UriSet : std::uint16_t {
-  // What a component is read from, escapes aside. Where a slash belongs, so does a back-slash.
+  // What a component is read from, escapes aside. Where a slash belongs, so does a backslash.
   kUriScheme = 1 << 0,
   kUriOpaqueStart = 1 << 1,
   kUriUser = 1 << 2,  // also what stays as it is when one is written
@@ -66,7 +66,7 @@ constexpr bool is_in(char c, unsigned set) {
 }
 
 // The text with every byte outside the set as "%" and two upper-case hexadecimal digits. The second
-// form gives null when memory runs out.
+// form returns null if out of memory.
 void put_escaped(TextBuffer& out, std::string_view text, unsigned set) noexcept;
 OwnedText escaped(std::string_view text, unsigned set) noexcept;
 

@@ -18,7 +18,7 @@ bool is_escape(const char* at) noexcept {
 }
 
 // One to four runs of digits, or labels of which the last begins with a letter and may have a dot
-// behind it; `host` has letters, digits, "-" and "." only.
+// after it; `host` has letters, digits, "-" and "." only.
 bool is_host(std::string_view host) noexcept {
   bool digits = !host.ends_with('.');
   if (!digits) host.remove_suffix(1);
@@ -158,7 +158,7 @@ class UriReader {
   }
 
   // Up to eight groups of one to four digits, one "::" among them.
-  // deliberate: it is no host; connections are made over IPv4, and such a request is refused.
+  // deliberate: it is no host; connections are made over IPv4, and such a request is rejected.
   bool ip6_literal() {
     ++at_;
     int groups = 0;

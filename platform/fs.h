@@ -1,4 +1,4 @@
-// Files and directories. Paths are UTF-8; on Windows what is not is refused. Nothing prints, and
+// Files and directories. Paths are UTF-8; on Windows what is not is rejected. Nothing prints, and
 // what one system cannot do as the other one is said here.
 #pragma once
 
@@ -75,9 +75,9 @@ bool leads_to(const char* path, File file) noexcept;
 // spellings of the same name all the same.
 bool is_other_name(const char* path, const char* other) noexcept;
 
-// Gives a file new content as replace_file does, its path in UTF-8; `fill` writes it. Off Windows,
-// a new file gets the access rights of `like`, if given. With `as_moved` it is a new one in any
-// case, which takes the place of a link, too, as if `like` were renamed.
+// Replaces the content of a file as replace_file does, its path in UTF-8; `fill` writes it. Off
+// Windows, a new file gets the access rights of `like`, if given. With `as_moved` it is a new one
+// in any case, which takes the place of a link, too, as if `like` were renamed.
 using Fill = bool (*)(File file, void* what);
 bool replace_filled(const char* path, Fill fill, void* what, File like = kNoFile,
                     bool as_moved = false) noexcept;
@@ -97,7 +97,7 @@ Directory* open_directory(const char* path, bool follow) noexcept;
 Directory* open_last_entry(Directory* above) noexcept;
 void close_directory(Directory* directory) noexcept;
 
-// 1, 0 at the end, -1 on failure. "." and ".." are left out.
+// 1, 0 at the end, -1 on failure. "." and ".." are omitted.
 int next_entry(Directory* directory, DirectoryEntry* entry) noexcept;
 
 // Is it a directory by now? True when that cannot be told.

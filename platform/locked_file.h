@@ -1,4 +1,4 @@
-// Small files that one process at a time holds. The system lets go of one when the process ends,
+// Small files that one process at a time holds. The system releases one when the process ends,
 // however it ends; processes that it has forked hold nothing. Paths are UTF-8.
 #pragma once
 
@@ -11,7 +11,7 @@ using LockedFile = std::intptr_t;
 
 enum class Take { taken, held, failed };
 
-// Opens the file, or makes it, and takes hold of it. Fails for what is no regular file, a link
+// Opens the file, or makes it, and acquires it. Fails for anything but a regular file, a link
 // included: a file in a folder that others may write to leads nowhere else.
 Take locked_file_take(const char* path, LockedFile* file) noexcept;
 
@@ -20,7 +20,7 @@ std::int32_t locked_file_read(LockedFile file, char* out, std::size_t size) noex
 // Replaces the content.
 bool locked_file_write(LockedFile file, const char* bytes, std::size_t length) noexcept;
 
-// Removes the file that is held, and nothing else that its path leads to by now; then lets go.
+// Removes the file that is held, and nothing else that its path leads to by now; then releases it.
 bool locked_file_remove(LockedFile file, const char* path) noexcept;
 // Lets go of it; in a forked process, without effect on its parent.
 void locked_file_close(LockedFile file) noexcept;

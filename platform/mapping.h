@@ -27,7 +27,7 @@ std::size_t shared_size(const SharedBlock* block) noexcept;
 bool lock_shared(SharedBlock* block, bool wait) noexcept;
 bool unlock_shared(SharedBlock* block) noexcept;
 
-// Gives up the calling thread's lock first.
+// Releases the calling thread's lock first.
 void close_shared(SharedBlock* block) noexcept;
 
 }  // namespace kiv::platform

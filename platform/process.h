@@ -1,4 +1,4 @@
-// The process: its number, its program and its environment. Texts are UTF-8, and those handed out
+// The process: its number, its program and its environment. Texts are UTF-8, and those returned
 // belong to the caller, who frees them with heap_free.
 #pragma once
 

@@ -60,7 +60,7 @@ bool service_host(const char* name, bool pauses, ServiceBody body, void* argumen
 bool service_has_manager() noexcept;
 void service_report(ServiceState state, bool failed) noexcept;
 
-// Waits for what is wanted to be looked at anew: `running`, `paused`, `stopping`, or `stopped`
+// Waits for what is wanted to be examined again: `running`, `paused`, `stopping`, or `stopped`
 // once service_end_wait was called. It may be what it was before.
 ServiceState service_wait() noexcept;
 void service_end_wait() noexcept;

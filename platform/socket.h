@@ -1,4 +1,4 @@
-// IPv4 sockets with the results of Winsock on every system: a call that fails gives -1 and
+// IPv4 sockets with the results of Winsock on every system: a call that fails returns -1 and
 // last_error() then tells why in Winsock's numbers. Where systems differ in behaviour, the
 // comments below say what holds on all of them.
 //
@@ -75,7 +75,7 @@ std::int32_t socket_accept(std::int32_t listener, WireAddress* peer) noexcept;
 // may have made it blocking since.
 enum class Waiting { as_set, never };
 
-// Number of bytes moved; receiving gives 0 at the end of a stream.
+// Number of bytes moved; receiving returns 0 at the end of a stream.
 std::int32_t socket_send(std::int32_t socket, const void* data, std::int32_t length) noexcept;
 std::int32_t socket_receive(std::int32_t socket, void* buffer, std::int32_t length,
                             Waiting waiting = Waiting::as_set) noexcept;

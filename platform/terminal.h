@@ -13,7 +13,7 @@ enum class Typed {
   no_terminal
 };
 
-// Shows the prompt and reads up to the line end, which is left out; of a line that does not fit,
+// Shows the prompt and reads up to the line end, which is omitted; of a line that does not fit,
 // all is read and nothing kept. Without `echo`, nothing shows, and the terminal is as it was
 // afterwards, also when a signal ends or stops the process. One thread at a time.
 Typed terminal_read_line(const char* prompt, bool echo, char* out, std::size_t room) noexcept;

@@ -25,7 +25,7 @@ class TextBuffer {
     text_[length_] = '\0';
   }
 
-  // Room for `more` bytes behind the text; take() then makes some of them part of it.
+  // Room for `more` bytes after the text; take() then makes some of them part of it.
   bool reserve(std::size_t more) {
     if (failed_) return false;
     const std::size_t needed = length_ + more + 1;
@@ -48,10 +48,10 @@ class TextBuffer {
 
   bool failed() const { return failed_; }
   std::size_t length() const { return length_; }
-  // Never null: without memory an empty text.
+  // Never null: an empty string if out of memory.
   const char* get() const { return text_ == nullptr ? "" : text_; }
 
-  // The text, the caller's now; null without memory and when nothing was appended.
+  // The text, the caller's now; null if out of memory or if nothing was appended.
   [[nodiscard]] char* release() {
     if (failed_) return nullptr;
     char* text = text_;

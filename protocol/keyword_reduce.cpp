@@ -110,7 +110,7 @@ const char* reduce_blocks(char*&, const char* text, const char*) {
 
 }  // namespace
 
-// deliberate: the limit counts the characters looked at, not those kept, for keywords and texts.
+// deliberate: the limit counts the characters read, not those kept, for keywords and texts.
 std::int32_t reduce_text(char* to, const char* text, std::int32_t most) {
   const char* const end = text + ::strnlen(text, static_cast<std::size_t>(most));
   char* at = to;

@@ -70,7 +70,7 @@ std::int32_t find_parameter(kiv_proto& packet, const char* name);
 // The same for a caller that reads; prints that there is no such parameter.
 std::int32_t find_or_print(kiv_proto& packet, const char* name);
 
-// Appends a parameter; false if it is refused, which is printed.
+// Appends a parameter; false if it is rejected, which is printed.
 bool pack_parameter(kiv_proto& packet, const char* name, const char* value);
 
 struct Separator {

@@ -135,7 +135,7 @@ bool PacketReader::parameter(Span* name, Value* value) {
     return false;
   }
   skip_zeros();
-  // deliberate: the 64th parameter is refused, although 64 can be packed; receivers have never
+  // deliberate: the 64th parameter is rejected, although 64 can be packed; receivers have never
   // taken more than 63.
   if (++parameters_ < kMaxParameters) return true;
   std::printf("error: parameter too many(%d)!\n", kMaxParameters);

@@ -38,7 +38,7 @@ void tell_foreign(LockedClient& locked, const zu_sock_peer& from) {
   on_foreign(client, from.ip, from.port, copy.bytes, length);
 }
 
-// Also called in the place of a tick that is held up.
+// Also called instead of a tick that is held up.
 void keep_alive(kiv_uvc& client) {
   if (!client.keep_alive_pace.take(kKeepAliveMs)) return;
   if (client.sent_recently == 0) client.link.send_keep_alive(client.server());

@@ -62,7 +62,7 @@ class ConfigParser {
       case '#':
         return take(Kind::comment, line_end());
       case '/':
-        // A single slash is no comment, but its line is kept like one.
+        // A single slash is not a comment, but its line is kept like one.
         if (end_ - at_ > 1 && at_[1] == '*') return block_comment();
         return take(Kind::comment, line_end());
       case '=':
@@ -105,7 +105,7 @@ class ConfigParser {
     char* const name_end =
         std::find_if(at_, end_, [](char c) { return is_blank(c) || is_line_end(c) || c == '='; });
     char* const equals = skip_blanks(name_end);
-    // What is no key is kept with its line.
+    // A line without a key is kept with its line.
     if (equals == end_ || *equals != '=') return take(Kind::comment, line_end());
     Piece* const key = take(Kind::key, name_end);
     if (key == nullptr) return false;

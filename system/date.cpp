@@ -26,7 +26,7 @@ constexpr const char* kMonths[] = {"january",   "february", "march",    "april",
                                    "september", "october",  "november", "december"};
 
 // A lower-case letter is a field: w(eekday), d(ay), m(onth), y(ear), h(our), i (minute), s(econd).
-// A blank stands for any white space or none. What follows the last field is not looked at.
+// A space stands for any white space or none. What follows the last field is ignored.
 constexpr const char* kFormats[] = {
     "d-m-y h:i:s",    "d m y h:i:s",    "h:i:s GMT d-m-y",   "h:i:s GMT d m y",
     "w, d-m-y h:i:s", "w, d m y h:i:s", "w m d h:i:s GMT y",
@@ -37,8 +37,8 @@ const char* skip_space(const char* at) {
   return at;
 }
 
-// Reads a decimal number behind white space, with an optional sign. False when there is none or it
-// is no int32.
+// Reads a decimal number after white space, with an optional sign. False when there is none or it
+// is not an int32.
 bool read_number(const char*& at, int& value) {
   at = skip_space(at);
   const bool negative = *at == '-';
@@ -104,7 +104,7 @@ int years_since_1900(int year) {
   return year < 70 ? year + 100 : year;
 }
 
-// Write to `out` and give the place behind it.
+// Write to `out` and give the place after it.
 char* put_name(char* out, const char* lower) {
   *out++ = base::to_upper(lower[0]);
   *out++ = lower[1];

@@ -1,6 +1,6 @@
 // An echo server on libevent.
 //
-//   echo_libevent [THREADS]      with threads, one more accepts and hands out the connections
+//   echo_libevent [THREADS]      with threads, one more accepts and distributes the connections
 #include <event2/event.h>
 #include <event2/listener.h>
 #include <event2/thread.h>

@@ -1,4 +1,4 @@
-// URIs taken apart, put together and resolved, beside liburiparser. The two do not do the same: a
+// URIs parsed, put together and resolved, beside liburiparser. The two do not do the same: a
 // record here has its parts decoded, normalised and escaped again as texts of their own; the peer
 // points into the text it was given.
 #include <benchmark/benchmark.h>

@@ -1,4 +1,4 @@
-/* A packet is packed, enciphered, sent in pieces, deciphered, framed and read. */
+/* A packet is packed, encrypted, sent in pieces, decrypted, framed and read. */
 #include <stdio.h>
 
 #include "kiv_base.h"

@@ -11,7 +11,7 @@ static int32_t sender = -1;
 static int32_t sent;
 static int32_t received;
 
-/* Runs in every turn in which the socket takes data, until there is nothing left to send. */
+/* Runs in every iteration in which the socket takes data, until there is nothing left to send. */
 static void KIV_CALL on_writable(void* argument) {
   const int32_t count = kiv_box_TcpWrite(box, sender, bytes + sent, TOTAL - sent);
   (void)argument;

@@ -124,7 +124,7 @@ void NativeServer::end_doomed(kiv::BoxRef slave) {
   }
 }
 
-// The big box lets go of sockets without closing them.
+// The big box releases sockets without closing them.
 void NativeServer::end(kiv::SocketId socket) {
   const auto found = clients_.find(socket);
   if (found != clients_.end()) {

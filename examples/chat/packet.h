@@ -25,7 +25,7 @@ class Packet {
   std::string make(const char* command,
                    std::initializer_list<std::pair<const char*, std::string>> parameters);
 
-  // False for what is no packet.
+  // Returns false for an invalid packet.
   bool parse(std::string_view bytes) { return record_.parse(bytes); }
   std::string command() const { return std::string(record_.command().view()); }
   std::string value(const char* name) const;  // empty when it is missing

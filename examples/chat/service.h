@@ -7,7 +7,7 @@ namespace chat {
 
 inline constexpr const char* kService = "kiv_chat";
 
-// Does what --service asks for, and gives the exit status.
+// Does what --service asks for, and returns the exit status.
 int manage_service(const Options& options);
 
 }  // namespace chat

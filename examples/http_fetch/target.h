@@ -16,7 +16,7 @@ struct Target {
   std::string name;     // for a file: what follows the last slash
 };
 
-// Nothing for what is no http URL. "host/path" is taken for one.
+// Nothing for anything but an http URL. "host/path" is taken for one.
 std::optional<Target> parse_target(const std::string& text);
 
 // Where a redirection leads to, as a text; empty when it is no URL.

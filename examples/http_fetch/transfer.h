@@ -23,7 +23,7 @@ class Transfer final : private Listener {
            std::function<void()> on_event);
 
   void start(kiv_box* box);
-  // Gives up when nothing has come for a while.
+  // Gives up if nothing has arrived for a while.
   void check_idle(Clock::time_point now);
 
   const std::string& url() const { return url_; }

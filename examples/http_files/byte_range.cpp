@@ -7,7 +7,7 @@
 namespace http_files {
 namespace {
 
-// Digits, with numbers too large to hold taken as the largest: they lie behind the end either way.
+// Digits, with numbers too large to hold taken as the largest: they lie after the end either way.
 bool parse_position(std::string_view digits, std::uint64_t& value) {
   if (digits.find_first_not_of("0123456789") != std::string_view::npos) return false;
   value = parse_number(digits).value_or(UINT64_MAX);

@@ -43,7 +43,7 @@ start_host() {
   exit 1
 }
 
-# Ends it as Ctrl-C does and gives its exit status.
+# Ends it as Ctrl-C does and returns its exit status.
 stop_host() {
   [ -n "$host" ] || return 0
   kill -INT "$host"

@@ -3,9 +3,9 @@
 //
 //   http_files [--port N] [--public] [--log FILE] [--idle SECONDS] [FOLDER]
 //
-// The library hands out a request when it is complete, body included. So a body costs memory until
-// then, although nothing here wants one, and only the idle time bounds it; and a request that is
-// half there looks like none.
+// The library delivers a request when it is complete, including its body. So a body costs memory
+// until then, although nothing here wants one, and only the idle time bounds it; and a request that
+// is half there looks like none.
 //
 // Ctrl-C ends it with exit status 0; what keeps it from starting is told in one line and gives 2.
 #include <cstdio>

@@ -23,7 +23,7 @@ void Outgoing::append_file(std::unique_ptr<OpenFile> file, std::uint64_t bytes) 
   file_left_ = bytes;
 }
 
-// The text, or where there is room, the text with the file's next bytes behind it. False when the
+// The text, or where there is room, the text with the file's next bytes after it. False when the
 // file no longer holds what was announced.
 bool Outgoing::next_piece(std::span<char> piece, std::string_view& next) {
   next = std::string_view(text_).substr(text_at_);

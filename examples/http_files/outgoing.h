@@ -15,7 +15,7 @@ class Outgoing {
  public:
   enum class Result { done, blocked, failed };
 
-  // Begins an answer: the text goes into the result, the file behind it.
+  // Begins an answer: the text goes into the result, the file after it.
   std::string& begin();
   void append_file(std::unique_ptr<OpenFile> file, std::uint64_t bytes);
 

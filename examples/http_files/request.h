@@ -29,7 +29,7 @@ inline constexpr std::size_t kMaxBody = 64 * 1024;
 // `body` may be NULL.
 Request read_request(kiv_http_table* table, zu_jitter* body);
 
-// Stands for what is no request (400 for a broken stream, 408 for one that never came): answered
+// Stands for an invalid request (400 for a broken stream, 408 for one that never came): answered
 // with the status alone, after which the connection ends.
 Request no_request(int status);
 

@@ -19,7 +19,7 @@ struct UrlPath {
 
 // Takes "/a/b?query" and the absolute form "http://host/a/b". Empty segments and "." are dropped.
 // 400: a target of another shape, a broken escape, a control character.
-// 403: "..", a slash or back-slash that arrives escaped or is none of a URL's, and, where the
+// 403: "..", a slash or backslash that arrives escaped or is none of a URL's, and, where the
 // system gives names a second meaning, those names (devices, drives, streams).
 // 404: a path that is not under `mount`, which is "" for all.
 UrlPath parse_target(std::string_view target, std::string_view mount = {});

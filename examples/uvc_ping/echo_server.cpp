@@ -105,7 +105,7 @@ void EchoServer::forget(std::int32_t id) {
   clients_.erase(id);
 }
 
-// Strangers decide how much there is to say, so that what is too much for a second is left out.
+// Strangers decide how much there is to say, so that what is too much for a second is omitted.
 void EchoServer::say(const std::string& line) {
   const auto now = std::chrono::steady_clock::now();
   if (now - second_began_ > std::chrono::seconds(1)) {

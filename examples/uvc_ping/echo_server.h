@@ -24,7 +24,7 @@ class EchoServer {
   EchoServer(const EchoServer&) = delete;
   EchoServer& operator=(const EchoServer&) = delete;
 
-  // On all addresses. False when the port is taken, or without memory.
+  // On all addresses. False when the port is taken, or if out of memory.
   bool listen(kiv_box* box, std::uint16_t port);
   // From any thread: tells the clients that this is the end.
   void stop();

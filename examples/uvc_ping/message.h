@@ -3,10 +3,10 @@
 //   0   4 bytes  "ping" or "pong"
 //   4   4        its number, counted up from 1
 //   8   8        what the sender of the ping has drawn, so that a stranger cannot guess an answer
-//   16  4        length of all this; the bytes behind it are zeros of the cipher's last block
+//   16  4        length of all this; the bytes after it are zeros of the cipher's last block
 //   20           filler: the low bytes of number, number + 1, ...
 //
-// Numbers are little-endian. A text that is deciphered with another key has none of these marks.
+// Numbers are little-endian. A text that is decrypted with another key has none of these marks.
 #pragma once
 
 #include <cstdint>

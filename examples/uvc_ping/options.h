@@ -12,10 +12,10 @@ struct Options {
   Mode mode = Mode::serve;
   std::string host;
   std::uint16_t port = 7008;
-  std::string key;          // empty: nothing is enciphered
+  std::string key;          // empty: nothing is encrypted
   std::uint32_t count = 0;  // 0: until Ctrl-C
   std::uint32_t interval_ms = 1000;
-  std::uint32_t size = 64;  // of what is sent, before it is enciphered
+  std::uint32_t size = 64;  // of what is sent, before it is encrypted
   bool wants_help = false;
 };
 

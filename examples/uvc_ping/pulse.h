@@ -21,7 +21,7 @@ class Pulse {
   Pulse(const Pulse&) = delete;
   Pulse& operator=(const Pulse&) = delete;
 
-  // To be called when connected: the first beat is at once. False without memory.
+  // To be called when connected: the first beat is at once. False if out of memory.
   bool start(kiv_box* box);
   void stop();
 

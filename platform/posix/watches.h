@@ -21,7 +21,7 @@ struct Watch {
   std::uint32_t hands = 0;  // count of the number's hands when it was last known to be this socket
   std::int8_t is_tcp = -1;  // -1: not asked yet; no other kind has given all with a short read
   bool short_reads_lie = false;  // the stream has ended or carries urgent data
-  bool is_file = false;          // the system refuses to watch it: always ready
+  bool is_file = false;          // the system cannot watch it: always ready
   bool is_muted = false;  // it would end every poll() and nothing watches for what it reports
 };
 

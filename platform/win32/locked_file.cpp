@@ -1,4 +1,4 @@
-// The lock lies on a byte far behind the content, which anyone may read meanwhile.
+// The lock lies on a byte far after the content, which anyone may read meanwhile.
 #include "platform/locked_file.h"
 
 #include <windows.h>
@@ -94,7 +94,7 @@ std::int32_t locked_file_peek(const char* path, char* out, std::size_t size,
   if (!wide) return -1;
   const HANDLE file = open_file(wide.get(), GENERIC_READ, OPEN_EXISTING);
   if (file == INVALID_HANDLE_VALUE) return -1;
-  *is_held = !lock(file, 0);  // closing the file lets go of it again
+  *is_held = !lock(file, 0);  // closing the file releases it again
   const std::int32_t length = locked_file_read(reinterpret_cast<LockedFile>(file), out, size);
   CloseHandle(file);
   return length;

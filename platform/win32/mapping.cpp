@@ -40,7 +40,7 @@ Head* view_of(HANDLE memory) {
   return static_cast<Head*>(MapViewOfFile(memory, FILE_MAP_READ | FILE_MAP_WRITE, 0, 0, 0));
 }
 
-// The room behind the head, in the whole pages that a view has.
+// The room after the head, in the whole pages that a view has.
 std::size_t room_viewed(const Head* head) {
   MEMORY_BASIC_INFORMATION found;
   return VirtualQuery(head, &found, sizeof found) == 0 ? 0 : found.RegionSize - sizeof(Head);

@@ -106,7 +106,7 @@ fd_set* Poller::Backend::set(Kind kind) const {
   return reinterpret_cast<fd_set*>(members(kind) - 1);
 }
 
-// They lie behind the count, which takes as much room as one of them.
+// They lie after the count, which takes as much room as one of them.
 SOCKET* Poller::Backend::members(Kind kind) const {
   return sets + static_cast<std::size_t>(index_of(kind)) * (set_size + 1) + 1;
 }
@@ -191,7 +191,7 @@ void Poller::wait(const std::int64_t* timeout_us) noexcept {
     any = true;
   }
   self.found = 0;
-  if (!any) return;  // the system refuses to wait for nothing
+  if (!any) return;  // the system rejects an empty wait
   timeval timeout = limited(timeout_us == nullptr ? 0 : *timeout_us);
   self.found = select(0, sets[0], sets[1], sets[2], timeout_us == nullptr ? nullptr : &timeout);
   if (self.found < 0) self.error = WSAGetLastError();

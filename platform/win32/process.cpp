@@ -16,7 +16,7 @@ namespace {
 constexpr DWORD kLongest = 32768;  // of a path, and of a variable's value
 
 // Calls fill(buffer, characters) with more room until it fits, which a result below `characters`
-// tells, and gives the text as UTF-8.
+// tells, and returns the text as UTF-8.
 template <typename Fill>
 char* filled(Fill fill) {
   char* text = nullptr;

@@ -1,4 +1,4 @@
-// A rename has the file open until it is over, and is refused over one that is open: two at a time
+// A rename has the file open until it is over, and is rejected over one that is open: two at a time
 // over one path would hinder each other, so they take turns, those of other processes as well.
 #include "platform/win32/rename.h"
 

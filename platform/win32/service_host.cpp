@@ -43,7 +43,7 @@ void want(ServiceState state) {
   SetEvent(changes());
 }
 
-// Reports nothing itself: a report that came behind the last one would be an error.
+// Reports nothing itself: a report that came after the last one would be an error.
 DWORD WINAPI on_control(DWORD control, DWORD, void*, void*) {
   switch (control) {
     case SERVICE_CONTROL_STOP:

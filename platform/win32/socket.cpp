@@ -80,7 +80,7 @@ void keep_spare() {
   }
 }
 
-// Uses the spare handle to take a waiting connection off the listener and drop it. Tells whether
+// Uses the spare handle to take a waiting connection off the listener and drop it. Reports whether
 // there was one.
 bool drop_connection(SOCKET listener) {
   const HANDLE freed = spare.exchange(INVALID_HANDLE_VALUE);
@@ -91,7 +91,7 @@ bool drop_connection(SOCKET listener) {
   return dropped != INVALID_SOCKET;
 }
 
-// Under Wine a shortage looks like a socket that is no listener.
+// Under Wine a shortage looks like a socket that is not a listener.
 bool may_be_shortage(int error) {
   return error == WSAEMFILE || error == WSAENOBUFS || error == WSAEINVAL;
 }

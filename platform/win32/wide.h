@@ -34,7 +34,8 @@ class Wide {
   wchar_t* text_;
 };
 
-// The reverse, new on the process heap; null without memory. Half a surrogate pair becomes U+FFFD.
+// The reverse, new on the process heap; null if out of memory. Half a surrogate pair becomes
+// U+FFFD.
 char* utf8_of(const wchar_t* text) noexcept;
 
 // Into a buffer, cut to whole characters.

@@ -1,4 +1,4 @@
-// Paths as the calls of the system take them; empty when there is no memory for one.
+// Paths as the calls of the system take them; empty if out of memory.
 #pragma once
 
 #include "platform/win32/wide.h"
@@ -6,7 +6,7 @@
 namespace kiv::platform {
 
 // A path from UTF-8, in the form without a limit of length when it needs that or `always_long`;
-// empty when it is no UTF-8.
+// empty if it is not UTF-8.
 Wide wide_path(const char* utf8, bool always_long = false) noexcept;
 
 // From the system's narrow characters, as it stands.

@@ -103,7 +103,7 @@ TEST(Text, ReadsWhatAFileHasAndNoDirectory) {
 }
 
 // Every range of a text, against the standard string's replacement; outside of it nothing. The
-// binary form clips both ends instead, and moves the byte behind the data only on growth.
+// binary form clips both ends instead, and moves the byte after the data only on growth.
 TEST(Text, ReplacesInPlaceAsTheStandardStringDoes) {
   for (const char* with : {static_cast<const char*>(nullptr), "", "X", "XYZ"}) {
     const std::string replacement = with == nullptr ? "" : with;

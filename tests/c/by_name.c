@@ -84,7 +84,7 @@ static word call(const char* name, word a, word b, word c, word d) {
 #define CALL4(name, a, b, c, d) call(name, W(a), W(b), W(c), W(d))
 #define IS(expected, value) ((int32_t)(value) == (expected))
 
-/* Makes an object, and frees it. */
+/* Creates an object, and frees it. */
 static void lives(const char* make, const char* free_it) {
   const word object = CALL0(make);
   CHECK(object != 0);

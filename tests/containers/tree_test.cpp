@@ -4,7 +4,7 @@ using namespace kiv::test;
 
 namespace {
 
-// Collects the values of a subtree in order and gives its height; `before` and `after` are the
+// Collects the values of a subtree in order and returns its height; `before` and `after` are the
 // neighbours that its outer threads lead to.
 int checked_height(const zu_xtree_node* node, const zu_xtree_node* before,
                    const zu_xtree_node* after, Numbers& values) {

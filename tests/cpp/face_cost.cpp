@@ -1,5 +1,6 @@
-// Pairs of functions that do one thing, through the C++ face and in plain C: the compiler makes the
-// same code of both (check_cost.py). A name that ends in _face goes with the one that ends in _c.
+// Pairs of functions that do one thing, through the C++ wrapper and in plain C: the compiler makes
+// the same code of both (check_cost.py). A name that ends in _face goes with the one that ends in
+// _c.
 #include <cstring>
 
 #include "kiv_base.hpp"

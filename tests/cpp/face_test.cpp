@@ -1,4 +1,4 @@
-// The C++ face in use: what it adds to the C interface, which has tests of its own.
+// The C++ wrapper in use: what it adds to the C interface, which has tests of its own.
 #include <gtest/gtest.h>
 
 #include <array>

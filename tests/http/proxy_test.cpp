@@ -85,7 +85,7 @@ TEST_F(Tunnel, RefusesWhatIsNoAcceptanceOf1023BytesAtMost) {
   } cases[] = {
       {"HTTP/1.1 407 Proxy Authentication Required\r\n\r\n", refused},
       {"HTTP/1.0 403 \r\n\r\n", refused},
-      {"HTTP/1.0 200\r\n\r\n", refused},  // deliberate: the blank behind the code is missing
+      {"HTTP/1.0 200\r\n\r\n", refused},  // deliberate: the space after the code is missing
       {"HTTP/1.0  200 OK\r\n\r\n", refused},
       {"HTTP/1. 200 OK\r\n\r\n", refused},
       {"HTTP/1.0 4294967496 OK\r\n\r\n", refused},

@@ -20,7 +20,7 @@ inline std::string taken(zu_jitter* jitter) {
   return bytes;
 }
 
-// A filter and all it has handed out so far.
+// A filter and all it has returned so far.
 class Stream {
  public:
   explicit Stream(Kind kind) : kind_(kind), filter_(kiv_http_filter_request_make()) {}

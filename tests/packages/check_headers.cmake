@@ -1,6 +1,6 @@
 # cmake -D INCLUDE=... -D CC=... -D CXX=... -D WINDOWS=[PROCESSOR] -D SYSTEM=DIR,... -P check_headers.cmake
 # The headers in the oldest C and C++ that they are for; for Windows, with clang as it takes after
-# MinGW's compilers and after Microsoft's. The C++ face needs a library of C++, which clang takes
+# MinGW's compilers and after Microsoft's. The C++ wrapper needs a library of C++, which clang takes
 # from MinGW's compiler: SYSTEM is where that looks for headers.
 cmake_minimum_required(VERSION 3.25)
 

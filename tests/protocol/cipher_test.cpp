@@ -66,7 +66,7 @@ TEST(Cipher, PublishedXteaVectors) {
   }
 }
 
-// What enciphering gives, by single blocks or bytes.
+// The result of encryption, by single blocks or bytes.
 std::string by_units(Cipher& cipher, const std::string& clear, std::size_t unit) {
   std::string all;
   for (std::size_t at = 0; at < clear.size(); at += unit) {

@@ -92,7 +92,7 @@ TEST_F(Packets, WorkedExampleByteForByte) {
   kiv_proto_free(clone);
 }
 
-// What is refused, and the lines that say so; the record is then empty.
+// What is rejected, and the lines that say so; the record is then empty.
 TEST_F(Packets, RefusalsAndTheirLines) {
   const std::string long_word(129, 'w'), many = [] {
     std::string all = "c";

@@ -1,4 +1,4 @@
-// The runtime when memory runs out, and its use of the clock.
+// The runtime when out of memory, and its use of the clock.
 #include <gtest/gtest.h>
 
 #include <iomanip>

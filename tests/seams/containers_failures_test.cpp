@@ -1,4 +1,4 @@
-// Containers when memory runs out: an element is not stored, nothing is lost and nothing leaks.
+// Containers when out of memory: an element is not stored, nothing is lost and nothing leaks.
 #include <gtest/gtest.h>
 
 #include "kiv_base/containers.h"

@@ -5,7 +5,7 @@
 
 namespace kiv::test {
 
-// From now on, the nth allocation (1 is the next one) of any thread gives nothing; with
+// From now on, the nth allocation (1 is the next one) of any thread fails; with
 // `all_after`, so does every later one. 0 ends it.
 void fail_allocation(std::int64_t nth, bool all_after = false);
 
@@ -17,7 +17,7 @@ std::int64_t live_blocks();
 std::int64_t allocations();
 
 // Runs `call` with its first allocation failing, then its second, and so on until it runs through;
-// gives the number of runs that saw a failure. With `all_after` every later allocation of a run
+// returns the number of runs that saw a failure. With `all_after` every later allocation of a run
 // fails as well. After each run exactly as many blocks live as before: warm up what stays.
 template <typename Call, typename Leaked>
 int each_allocation_fails(Call&& call, Leaked&& leaked, bool all_after = false) {

@@ -35,7 +35,7 @@ TEST(HttpFailures, Tables) {
   });
 }
 
-// Cut so that heads and size lines are held back, and a byte behind the last chunk too.
+// Cut so that heads and size lines are held back, and a byte after the last chunk too.
 TEST(HttpFailures, AFilterWithoutMemoryIsBrokenForGood) {
   const std::string head = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
   const std::string pieces[] = {head.substr(0, 9), head.substr(9) + "3",      "\r\nab",
@@ -73,7 +73,7 @@ TEST(HttpFailures, UrisAndForms) {
     for (char* text : {kiv_uri_BuildURI("a?b", longest.c_str()),
                        kiv_uri_BuildRelativeURI(longest.c_str(), "http://h/a/"),
                        kiv_uri_CanonicPath("x://h/ "), kiv_uri_PathToURI("c:\\ ")}) {
-      EXPECT_STRNE(text, "a?b");  // a base without memory is not a base that is none
+      EXPECT_STRNE(text, "a?b");  // a base that ran out of memory is not a missing base
       _zu_free(text);
     }
     zu_cgi* cgi = zu_cgi_malloc("a=1&b=2", 7);

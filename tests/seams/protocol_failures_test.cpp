@@ -1,4 +1,4 @@
-// Message records when memory runs out: nothing leaks, nothing half done is left.
+// Message records when out of memory: nothing leaks, nothing half done is left.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -33,7 +33,7 @@ TEST(ProtocolFailures, RecordsAreMadeWholeOrNotAtAll) {
   });
 }
 
-// The handlers are called here in the place of a loop.
+// The handlers are called here instead of a loop.
 TEST(ProtocolFailures, VirtualConnectionsAreMadeOrReportedAsFailed) {
   using namespace kiv::protocol::uv;
   kiv_uvc_free(kiv_uvc_make());  // the registry stays

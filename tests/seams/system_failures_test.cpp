@@ -1,4 +1,4 @@
-// Configurations and files when memory runs out.
+// Configurations and files when out of memory.
 #include <gtest/gtest.h>
 
 #include <string>

@@ -81,7 +81,7 @@ TEST_F(UvClientTimers, KeepsAliveAndLosesAPeerThatDoesNot) {
   EXPECT_EQ(kiv_box_GetNumTimer(box), 1);
 }
 
-// A flood holds up every timer of its loop. The ticks that come in a burst afterwards are no
+// A flood delays every timer of its loop. The ticks that come in a burst afterwards are no
 // silence of the peer, and keep-alives go out meanwhile.
 TEST_F(UvClientTimers, AFloodEndsNoConnection) {
   stay_alive();

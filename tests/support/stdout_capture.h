@@ -20,7 +20,7 @@ class StdoutCapture {
   StdoutCapture(const StdoutCapture&) = delete;
   StdoutCapture& operator=(const StdoutCapture&) = delete;
 
-  // Ends the capture and gives its text.
+  // Ends the capture and returns its text.
   std::string take() {
     taken_ = true;
     std::fflush(stdout);

@@ -1,5 +1,5 @@
 // Files while signals interrupt the system calls: the two that the C library leaves to its caller
-// are played here, in the place of its own.
+// are played here, instead of its own.
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
 #include <unistd.h>
