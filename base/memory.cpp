@@ -1,4 +1,4 @@
-// The process heap behind the library's own names.
+// The process heap under the library's own names.
 #include <cstddef>
 
 #include "kiv_base/base.h"

@@ -1,6 +1,6 @@
 # cmake -D SOURCE=... -P check_layers.cmake
 # No file of the library includes one of a layer above its own or beside it. A public header belongs
-# to the layer of its folder.
+# to the layer of its directory.
 cmake_minimum_required(VERSION 3.25)
 set(rank_platform 0)
 set(rank_base 1)

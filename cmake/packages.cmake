@@ -14,6 +14,8 @@ if(WIN32)
   set(CPACK_GENERATOR ZIP)
   math(EXPR bits "8 * ${CMAKE_SIZEOF_VOID_P}")
   set(CPACK_PACKAGE_FILE_NAME kiv_base-${PROJECT_VERSION}-win${bits})
+  configure_file(cmake/windows_readme.txt.in ${PROJECT_BINARY_DIR}/README.txt @ONLY NEWLINE_STYLE CRLF)
+  install(FILES ${PROJECT_BINARY_DIR}/README.txt DESTINATION . COMPONENT runtime)
 else()
   set(CPACK_GENERATOR DEB)
   set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -40,8 +42,8 @@ ${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (>= ${PROJECT_VERSION})\n")
   set(CPACK_DEBIAN_DEV_DESCRIPTION
     "networking base library with a plain C interface - development files\n\
 Headers, documents and example programs.")
-  # Everybody may enter the folders, whatever the umask of who packs. (CMake's default permissions
-  # for folders go through that umask.)
+  # Everybody may enter the directories, whatever the umask of the packager. (CMake's default permissions
+  # for directories go through that umask.)
   file(CONFIGURE OUTPUT ${control}/folders.cmake @ONLY CONTENT "execute_process(COMMAND \
 find \${CPACK_TEMPORARY_DIRECTORY} -type d -exec chmod 755 {} + COMMAND_ERROR_IS_FATAL ANY)\n")
   set(CPACK_PRE_BUILD_SCRIPTS ${control}/folders.cmake)

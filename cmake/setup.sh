@@ -1,4 +1,4 @@
-# What ./run and ./test share: installing what is missing, and steps with a header and a time.
+# Shared by ./run and ./test: installs missing packages, and runs steps with a header and a time.
 # shellcheck shell=bash
 # shellcheck disable=SC2034  # the scripts use the lists
 
@@ -20,22 +20,22 @@ is_installed() {
   [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
 }
 
-# need_packages NAME...: installs those that are missing; asks no package server when none is.
+# need_packages NAME...: installs missing packages; contacts no package server if none is missing.
 need_packages() {
   local package missing=() as_root=() attempt
-  command -v dpkg-query >/dev/null || fail "no dpkg here: install $* by hand and use the presets"
+  command -v dpkg-query >/dev/null || fail "dpkg is not available: install $* manually and use the presets"
   for package; do
     is_installed "$package" || missing+=("$package")
   done
   [ "${#missing[@]}" -gt 0 ] || return 0
   if [ "$(id -u)" -ne 0 ]; then
-    command -v sudo >/dev/null || fail "neither root nor sudo to install: ${missing[*]}"
+    command -v sudo >/dev/null || fail "run as root or install sudo, to install: ${missing[*]}"
     as_root=(sudo)
   fi
   printf 'Installing %s\n' "${missing[*]}"
   for attempt in 1 2 3; do
     [ "$attempt" -eq 1 ] || sleep $((attempt * 5))
-    # One source out of reach does not matter as long as the packages come from another.
+    # An unreachable source does not matter if the packages come from another one.
     "${as_root[@]}" apt-get -q update </dev/null || true
     if "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o Acquire::Retries=3 \
       -o DPkg::Lock::Timeout=300 install --no-install-recommends "${missing[@]}" </dev/null; then
@@ -45,7 +45,7 @@ need_packages() {
   fail "apt-get could not install: ${missing[*]}"
 }
 
-# need_servers NAME...: as need_packages, but what is installed is not started as a service.
+# need_servers NAME...: like need_packages, but installed servers are not started as services.
 need_servers() {
   local package policy=/usr/sbin/policy-rc.d as_root=() all_here=yes
   for package; do is_installed "$package" || all_here=no; done
@@ -62,14 +62,14 @@ need_servers() {
   ) || exit 1
 }
 
-# build PRESET [TARGET...]: configures and builds in the source folder.
+# build PRESET [TARGET...]: configures and builds in the source directory.
 build() {
   local preset=$1
   shift
   cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}
 }
 
-# step TITLE COMMAND...: runs the command under a header; ends the script when it fails.
+# step TITLE COMMAND...: runs the command under a header; exits if it fails.
 step() {
   local title=$1 start=$SECONDS status=0
   shift

@@ -31,7 +31,7 @@ zu_list* merge(zu_list* a, zu_list* b, zu_compare_fn compare) {
   return first;
 }
 
-// Sorts the `count` nodes from `*rest` on and moves `*rest` after them. Counting spares the walk
+// Sorts the `count` nodes from `*rest` on and moves `*rest` after them. Counting avoids the walk
 // to the middle of every part. The links back come with the merges.
 zu_list* sort_part(zu_list** rest, uint32_t count, zu_compare_fn compare) {
   if (count == 1) {

@@ -1,6 +1,6 @@
-# cmake -D SOURCES=folder -D PAGE=messages.md [-D BUILT=messages.html] -P check_messages.cmake
+# cmake -D SOURCES=directory -D PAGE=messages.md [-D BUILT=messages.html] -P check_messages.cmake
 # The page lists every diagnostic line of the library, to the letter, and no others: what begins
-# with its kind, and what is printed in the name of a function. So does the page that is made of it.
+# with its kind, and what is printed in the name of a function. So does the page that is built from it.
 cmake_minimum_required(VERSION 3.25)
 
 # Brackets and semicolons mean something in CMake lists.

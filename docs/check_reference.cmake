@@ -1,6 +1,6 @@
-# cmake -D NAMES=... -D PAGES=folder -P check_reference.cmake
+# cmake -D NAMES=... -D PAGES=directory -P check_reference.cmake
 #   every exported name has an entry in the reference of the built manual
-# cmake -D NAMES=... -D HEADERS=folder -P check_reference.cmake
+# cmake -D NAMES=... -D HEADERS=directory -P check_reference.cmake
 #   where no manual is built: every one is declared in a public header
 cmake_minimum_required(VERSION 3.25)
 file(STRINGS ${NAMES} missing REGEX "^[A-Za-z_]")

@@ -6,13 +6,14 @@
 
 // A block is one chain of dependent steps, but blocks are independent: groups of them go through
 // the cycles side by side. Processors of 64 bits take four blocks to a vector, which the compiler
-// has to be told: of plain arrays it makes a third of the speed. The 32-bit build goes without
-// vector registers, so that no caller's stack is aligned badly for it, and arrays are what is fast
-// there.
+// has to be told so: with plain arrays it reaches a third of the speed. The 32-bit build goes
+// without vector registers, so that no caller's stack is aligned badly for it, and arrays are what
+// is fast there.
 namespace kiv::protocol {
 namespace {
 
-// Passed by reference alone: without vector registers there is no settled way to pass it by value.
+// Passed by reference alone: without vector registers the ABI does not define how to pass it by
+// value.
 using Quad = std::uint32_t __attribute__((vector_size(16)));
 using Wide = std::conditional_t<sizeof(void*) == 8, Quad, std::uint32_t>;
 

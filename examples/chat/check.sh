@@ -77,7 +77,7 @@ refuses() {
   equal "refused: ${2#chat: "$1": }" "$("$host_program" --config "$1" 2>&1 >"$dir/body"; echo $?)" "$2"$'\n1'
 }
 equal "its pid file" "$(cat "$dir/pid")" "$host"
-refuses "$dir/chat.conf" "chat: $dir/chat.conf: [process] pid_file: the pid file '$dir/pid' cannot be had"
+refuses "$dir/chat.conf" "chat: $dir/chat.conf: [process] pid_file: the pid file '$dir/pid' cannot be created"
 wrong="$dir/wrong.conf"
 printf '[web]\nport = 80 80\n' >"$wrong"
 refuses "$wrong" "chat: $wrong: [web] port: a port is a number from 1 to 65535, not '80 80'"

@@ -17,7 +17,8 @@ Trouble trouble_with(const Path& path, const std::string& why) {
 }
 
 Trouble trouble_with_port(int port) {
-  return {"port " + std::to_string(port) + " cannot be had: it is in use, or needs other rights"};
+  return {"port " + std::to_string(port) +
+          " cannot be opened: it is in use, or permission is missing"};
 }
 
 }  // namespace
@@ -74,12 +75,13 @@ Trouble Host::set_up() {
   if (!options_.pid.text.empty()) {
     parts.pid = kiv::PidFile::make(http_files::to_utf8(std::filesystem::path(options_.pid.text)));
     if (!parts.pid) {
-      return trouble_with(options_.pid, "the pid file '" + options_.pid.text + "' cannot be had");
+      return trouble_with(options_.pid,
+                          "the pid file '" + options_.pid.text + "' cannot be created");
     }
   }
 
   kiv::Box box = kiv::Box::make();
-  if (!box) return {"no event loop: memory or ports of 127.0.0.1 have run out"};
+  if (!box) return {"no event loop: out of memory or of ports on 127.0.0.1"};
   parts.room.emplace(std::move(words));
   parts.web.emplace(*parts.room, box, options_.http.is_public, options_.native_port);
   box.set_fair_rounds(true);

@@ -25,7 +25,7 @@ class NativeServer {
   NativeServer(const NativeServer&) = delete;
   NativeServer& operator=(const NativeServer&) = delete;
 
-  // Listens on 127.0.0.1, or with `is_public` on all addresses; false when the port cannot be had.
+  // Listens on 127.0.0.1, or with `is_public` on all addresses; false if the port cannot be opened.
   bool listen(std::uint16_t port, bool is_public);
 
   std::size_t clients() const;

@@ -100,7 +100,7 @@ int main(int argc, char** argv) {
   }
   kiv_Setup();
   kiv_box* box = kiv_box_new();
-  if (box == nullptr) return fail("no event loop: memory or ports of 127.0.0.1 have run out");
+  if (box == nullptr) return fail("no event loop: out of memory or of ports on 127.0.0.1");
   const std::size_t failures = Fetch(options).run(box);
   kiv_Shutdown();
   return failures == 0 ? 0 : kSomeFailed;

@@ -44,7 +44,7 @@ void Transfer::begin_exchange() {
   exchanges_.push_back(make_exchange(*target_, settings_, with_form_, *this));
   if (exchanges_.back()->start(box_)) return;
   const std::string& host = settings_.proxy_host.empty() ? target_->host : settings_.proxy_host;
-  fail("the host '" + host + "' is unknown, or its port cannot be had");
+  fail("the host '" + host + "' is unknown, or its port cannot be used");
 }
 
 void Transfer::check_idle(Clock::time_point now) {

@@ -38,13 +38,13 @@ int serve(const Options& options) {
     return fail("the log file '" + options.log_file + "' cannot be written");
   }
   kiv_box* box = kiv_box_new();
-  if (box == nullptr) return fail("no event loop: memory or ports of 127.0.0.1 have run out");
+  if (box == nullptr) return fail("no event loop: out of memory or of ports on 127.0.0.1");
   kivx_box_SetFairRounds(box, 1);
   Server server(box, *folder, log.get(), options.server);
   if (!server.listen()) {
     kiv_box_free(box);
     return fail("port " + std::to_string(options.server.port) +
-                " cannot be had: it is in use, or needs other rights");
+                " cannot be opened: it is in use, or permission is missing");
   }
   const int port = options.server.port;
   std::printf(

@@ -46,7 +46,7 @@ std::string parse_options(int argc, char** argv, Options& options) {
     const std::string argument = argv[i];
     const bool is_option = !options_ended && argument.size() > 1 && argument[0] == '-';
     if (!is_option) {
-      if (has_folder) return "one folder is served, not '" + argument + "' as well";
+      if (has_folder) return "only one folder can be served, not '" + argument + "' as well";
       options.folder = argument;
       has_folder = true;
     } else if (argument == "--") {

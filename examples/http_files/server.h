@@ -27,7 +27,7 @@ class Server {
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
 
-  // False when the port cannot be had.
+  // Returns false if the port cannot be opened.
   bool listen();
 
   // Sends the answer of a request that the application put off. On the box's thread.

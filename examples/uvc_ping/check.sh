@@ -76,7 +76,7 @@ end_client() {
 
 start_host
 equal "five pings" "$(ping --count 5 --interval 20 | tr '\n' '|')" \
-  "connected to 127.0.0.1:$port: 64 bytes, as they are|     1  *ms|*     5  *ms|--- 127.0.0.1:$port|5 sent, 5 received, 0 lost (0%), 0 out of order, 0 twice|round trip min/median/max *ms|status 0|"
+  "connected to 127.0.0.1:$port: 64 bytes, unencrypted|     1  *ms|*     5  *ms|--- 127.0.0.1:$port|5 sent, 5 received, 0 lost (0%), 0 out of order, 0 twice|round trip min/median/max *ms|status 0|"
 equal "the largest" "$(ping --count 2 --interval 20 --size 10232)" '*2 sent, 2 received*status 0'
 equal "on a terminal, a plot" \
   "$(script -qec "$program ping 127.0.0.1 --port $port --count 2 --interval 20" /dev/null)" \
@@ -95,11 +95,11 @@ equal "and a server" "$said" '*--- pings answered: *, clients: 5, refused: 1, ne
 equal "nobody there" "$(ping)" "nobody answers at 127.0.0.1:$port*0 sent*status 1"
 
 start_host --key secret
-equal "the right key" "$(ping --count 3 --interval 20 --key secret)" '*enciphered*3 received*status 0'
+equal "the right key" "$(ping --count 3 --interval 20 --key secret)" '*encrypted*3 received*status 0'
 equal "another key" "$(ping --key Secret)" '*wrong key*0 received*status 1'
 equal "no key" "$(ping)" '*wrong key*0 received*status 1'
 equal "a port that is taken" "$("$program" serve --port "$port" 2>&1; echo "status $?")" \
-  "*port $port cannot be had*status 2"
+  "*port $port cannot be opened*status 2"
 start_client --key secret
 stop_host
 equal "Ctrl-C ends a server that is pinged" "$said" '*clients: 2, refused: 2, *status 0'

@@ -33,10 +33,10 @@ int serve(kiv_box* box, const Options& options, Cipher& cipher) {
   if (!server.listen(box, options.port)) {
     kiv_box_free(box);
     return fail("port " + std::to_string(options.port) +
-                " cannot be had: it is in use, or needs other rights");
+                " cannot be opened: it is in use, or permission is missing");
   }
   std::printf("answering pings on UDP port %d, %s (Ctrl-C ends)\n", options.port,
-              options.key.empty() ? "as they are" : "enciphered");
+              options.key.empty() ? "unencrypted" : "encrypted");
   std::fflush(stdout);
   http_files::run_until_signal(box, [&server] { server.stop(); });
   std::printf("--- %s\n", server.summary().c_str());
@@ -59,7 +59,7 @@ int run(const Options& options) {
   Cipher cipher(options.key);
   kiv_box* const box = kiv_box_new();
   if (box == nullptr || !cipher.is_ready()) {
-    return fail("memory or ports of 127.0.0.1 have run out");
+    return fail("out of memory or of ports on 127.0.0.1");
   }
   return options.mode == Options::Mode::serve ? serve(box, options, cipher)
                                               : ping(box, options, cipher);

@@ -24,7 +24,7 @@ std::string take_number(Number& out, std::uint32_t min, std::uint32_t max, std::
 
 std::string take_key(std::string& key, const std::string& value) {
   if (value.empty() || value.size() > kMaxKey) {
-    return "--key takes a text of 1 to " + std::to_string(kMaxKey) + " bytes";
+    return "--key takes a string of 1 to " + std::to_string(kMaxKey) + " bytes";
   }
   key = value;
   return {};

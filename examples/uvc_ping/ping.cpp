@@ -73,7 +73,7 @@ int KIV_CALL Ping::on_foreign(kiv_uvc*, void* self, const char*, std::uint16_t, 
 
 void Ping::greet() {
   report_.connected("connected to " + name() + ": " + std::to_string(options_.size) + " bytes, " +
-                    (options_.key.empty() ? "as they are" : "enciphered"));
+                    (options_.key.empty() ? "unencrypted" : "encrypted"));
   connected_ = Clock::now();
   is_answered_ = false;
   if (!pulse_.start(box_)) end_with("no memory for timers");
@@ -132,7 +132,7 @@ void Ping::lose() {
 }
 
 void Ping::restart() {
-  if (!has_ended_ && !start()) end_with("and cannot be made again");
+  if (!has_ended_ && !start()) end_with("and cannot be opened again");
 }
 
 void Ping::end() {

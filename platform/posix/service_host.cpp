@@ -24,7 +24,7 @@ namespace {
 // ---- What is wanted
 
 ServiceWish wish;
-sem_t changes;  // one of the few things that a signal may touch; made once
+sem_t changes;  // one of the few objects that a signal handler may use; created once
 
 extern "C" void on_service_signal(int signal) {
   const int error = errno;
@@ -79,7 +79,7 @@ class Signals {
 sockaddr_un manager;
 socklen_t manager_length = 0;  // 0: none
 
-// A path, or with "@" for its first byte a name that is no file's.
+// A path or, if its first byte is "@", an abstract name.
 void find_manager() {
   const EnvironmentLock lock;
   const char* name = std::getenv("NOTIFY_SOCKET");

@@ -113,7 +113,7 @@ sockaddr* generic(sockaddr_in* address) {
   return reinterpret_cast<sockaddr*>(address);
 }
 
-// A descriptor kept for the moment when there are no others left.
+// A spare descriptor for the moment when no other is left.
 std::atomic<int> spare{-1};
 
 void keep_spare() {

@@ -53,7 +53,7 @@ bool show(const char* text, int terminal, int signals) {
   return true;
 }
 
-// False when there is no byte to come.
+// Returns false if no byte follows.
 bool next_byte(int terminal, int signals, char* byte) {
   while (wait_for(POLLIN, terminal, signals)) {
     const ssize_t got = read(terminal, byte, 1);

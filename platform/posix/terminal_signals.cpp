@@ -80,7 +80,7 @@ bool is_ours(int signal) {
          now.sa_sigaction == on_signal;
 }
 
-// The C library keeps some to itself, and refuses them.
+// The C library reserves some and rejects them.
 void watch(int signal) {
   struct sigaction& before = before_watch[signal];
   if (!ends_or_stops(signal) || sigaction(signal, nullptr, &before) != 0) return;

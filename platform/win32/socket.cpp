@@ -67,7 +67,7 @@ timeval time_limit(std::int64_t timeout_us) {
   return {static_cast<long>(us / 1000000), static_cast<long>(us % 1000000)};
 }
 
-// A handle kept for the moment when there are no others left.
+// A spare handle for the moment when no other is left.
 std::atomic<HANDLE> spare{INVALID_HANDLE_VALUE};
 
 void keep_spare() {

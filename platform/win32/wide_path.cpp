@@ -17,7 +17,7 @@ bool is_prefixed(const wchar_t* path) {
   return std::wcsncmp(path, L"\\\\?\\", 4) == 0 || std::wcsncmp(path, L"\\\\.\\", 4) == 0;
 }
 
-// What the long form takes is no longer examined: full, and with "\" alone.
+// The system does not normalise a path in the long form: it must be absolute, and contain only "\".
 Wide long_form(const wchar_t* path) {
   const DWORD room = GetFullPathNameW(path, 0, nullptr, nullptr);
   const Wide full = Wide::with_room(room);

@@ -1,7 +1,7 @@
-# Takes what users receive into an empty folder and builds an outside project against it.
+# Takes what users receive into an empty directory and builds an outside project against it.
 #
 #   cmake -D FROM=install     as installed
-#         -D FROM=subfolder   the library's folder, configured only
+#         -D FROM=subfolder   the library's directory, configured only
 #         -D FROM=deb         from both Debian packages
 #         -D FROM=zip         from the archive for Windows
 #         -D FROM=microsoft   as installed, by a compiler and linker that follow Microsoft's
@@ -10,7 +10,7 @@
 #
 # BUILD, SOURCE: the folders of the library; FOLDER: for all that is made here; CC, OBJDUMP,
 # PROCESSOR, TOOLCHAIN, EMULATOR, CONFIG, VERSION: as the library was built; MANUAL: whether the
-# manual can be made.
+# manual can be built.
 cmake_minimum_required(VERSION 3.25)
 
 function(run)
@@ -59,7 +59,7 @@ if(FROM STREQUAL zip)
   file(GLOB package ${FOLDER}/*.zip)
   file(ARCHIVE_EXTRACT INPUT ${package} DESTINATION ${root})
   file(GLOB root ${root}/*)
-  list(APPEND delivered lib/kiv_base.lib lib/libkiv_base.dll.a)
+  list(APPEND delivered README.txt lib/kiv_base.lib lib/libkiv_base.dll.a)
 elseif(FROM STREQUAL deb)
   string(REGEX MATCH "^[0-9]+" major ${VERSION})
   set(runtime libkiv-base${major})
