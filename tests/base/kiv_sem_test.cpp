@@ -50,7 +50,7 @@ TEST_F(Registry, KnowsLiveObjectsOnly) {
 }
 
 // Addresses that agree in their low 32 bits, and in their bucket, are different objects.
-TEST_F(Registry, TellsAddressesApartAtFullWidth) {
+TEST_F(Registry, DistinguishesAddressesAtFullWidth) {
   const uintptr_t low = 0x12345670;
   const uintptr_t high = sizeof(void*) > 4 ? low + (uintptr_t{1} << (sizeof(void*) * 4)) : ~low;
   __kiv_sem_insert(reinterpret_cast<void*>(low));
@@ -90,7 +90,7 @@ TEST_F(Registry, SerialisesOperationsOfAllThreads) {
   user.join();
 }
 
-TEST(Process, RandomTextsFavourSomeCapitalsAndLackTheLowerCaseZ) {
+TEST(Process, RandomStringsFavourSomeCapitalsAndLackTheLowerCaseZ) {
   std::string text(100002, '?');
   EXPECT_EQ(zu_RandomStr(text.data(), 100000), 1);
   EXPECT_TRUE(text[100000] == '\0' && text[100001] == '?');

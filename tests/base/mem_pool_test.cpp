@@ -144,7 +144,7 @@ TEST(Pool, FollowsTheModelOverRandomUse) {
   }
 }
 
-TEST(Pool, IgnoresWhatIsNoBlock) {
+TEST(Pool, IgnoresInvalidBlocks) {
   CheckedPool pool(200);
   const long first = pool.allocate(60);
   unsigned char* payload = pool.payload(first);

@@ -46,7 +46,7 @@ TEST(Text, ComparesBytesAndSortsNullFirst) {
   }
 }
 
-TEST(Text, FindsCharactersAndTexts) {
+TEST(Text, FindsCharactersAndStrings) {
   const char* text = "One tWo two";
   auto at = [&](const char* found) { return found ? static_cast<int>(found - text) : -1; };
   const struct {
@@ -69,7 +69,7 @@ TEST(Text, FindsCharactersAndTexts) {
   EXPECT_EQ(11u, zu_strlen(text) + zu_strlen(nullptr) + unsigned(zu_isGB2312(text)));
 }
 
-TEST(Text, MakesNewTexts) {
+TEST(Text, AllocatesNewStrings) {
   const std::pair<const char*, void*> made[] = {
       {"abc", zu_strdup("abc")},          {"abc", zu_strndup("abc", 9)},
       {"ab", zu_strndup("abc", 2)},       {"", zu_strndup("abc", 0)},
@@ -83,7 +83,7 @@ TEST(Text, MakesNewTexts) {
   }
 }
 
-TEST(Text, ReadsWhatAFileHasAndNoDirectory) {
+TEST(Text, ReadsFilesButNotDirectories) {
   const kiv::test::TempDir dir;
   const std::string file = dir.file("a"), missing = dir.file("no"), folder = dir.path();
   EXPECT_EQ(1, zu_AppendFile(file.c_str(), "abc", 3) & zu_AppendFile(file.c_str(), "d", 1));

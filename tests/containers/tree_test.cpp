@@ -117,7 +117,7 @@ TEST(ITree, ManyKeysAreFoundByThousands) {
   zu_itree_free(tree);
 }
 
-TEST(STree, KeysAreCopiedTexts) {
+TEST(STree, KeysAreCopiedStrings) {
   zu_stree* tree = zu_stree_malloc();
   EXPECT_EQ(zu_stree_insert(tree, "beta", value_of(1)), 1);
   EXPECT_EQ(zu_stree_insertx(tree, "betamax", 4, value_of(2)), 1);

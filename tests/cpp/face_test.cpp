@@ -201,7 +201,7 @@ TEST(Face, HttpRequestReachesHttpServer) {
   EXPECT_FALSE(tunnel.attach(other, {.host = "127.0.0.1", .port = 2}, "h", 1, {}));
 }
 
-TEST(Face, HttpTextsAreRead) {
+TEST(Face, HttpStringsAreParsed) {
   auto filter = HttpRequestFilter::make();
   EXPECT_TRUE(filter.write("POST / HTTP/1.1\r\nA: b\r\nContent-Length: 2\r\n\r\nhi"));
   HttpMessage message = filter.next();

@@ -26,7 +26,7 @@ auto threads() {
   return std::distance(std::filesystem::directory_iterator("/proc/self/task", none), {});
 }
 
-TEST(ThreadBox, AThousandRoundsLeaveNothingBehind) {
+TEST(ThreadBox, AThousandRoundsLeakNothing) {
   const auto threads_before = threads();
   const int sockets_before = open_sockets();
   std::vector<kiv_box*> boxes;
@@ -161,7 +161,7 @@ TEST(BigBox, ServesItsClientsAndClosesThoseAboveTheLimit) {
   EXPECT_EQ(master.lines, Lines{"accept 127.0.0.1"});
 }
 
-TEST(BigBox, TakesSocketsInAndGivesThemBack) {
+TEST(BigBox, ImportsAndExportsSockets) {
   Recorder old, seen, ignored;
   BigBox big(2);
   seen.then = [&](const Event& event) {
@@ -229,7 +229,7 @@ TEST(BigBox, TakesSocketsInAndGivesThemBack) {
   EXPECT_EQ(seen.lines, (Lines{"writable", "read x", "accept 127.0.0.1"}));
 }
 
-TEST(BigBox, ASlaveWhoseLoopHasEndedGetsNoClients) {
+TEST(BigBox, ASlaveWhoseLoopHasEndedReceivesNoClients) {
   BigBox big(2);
   kiv_box_BreakLoop(big.boxes[0]);
   ASSERT_TRUE(eventually([&] { return is_dead(big.boxes[0]); }));

@@ -86,7 +86,7 @@ TEST_F(BoxSockets, ConversationFromConnectToClose) {
   EXPECT_EQ(zu_box_sock_IsExist(box, answering), 1) << "closed by the peer, not by the box";
 }
 
-TEST_F(BoxSockets, FailedConnectIsToldOnceAndKeepsTheSocket) {
+TEST_F(BoxSockets, FailedConnectIsReportedOnceAndKeepsTheSocket) {
   client("127.0.0.1", free_tcp_port());
   client("224.0.0.1", 80);  // the system rejects it within the call
   expect_lines({"failure", "failure"});
@@ -184,7 +184,7 @@ TEST_F(BoxSockets, EachKindOfWaitHasRoomForExactly1024) {
   EXPECT_GT(client("127.0.0.1", 9), 0) << "waits to write, not to read";
 }
 
-TEST_F(BoxSockets, NobodyAtTheOtherEnd) {
+TEST_F(BoxSockets, NoPeerAtTheOtherEnd) {
   const std::int32_t unwanted = zu_box_sock_AddLocalTcpServer(box, nullptr, 0, nullptr, nullptr);
   const Socket caller = tcp_connect(port_of(unwanted));
   expect_lines({});

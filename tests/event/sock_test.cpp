@@ -43,7 +43,7 @@ TEST(Sock, NamesResolveToAtMostAsManyAddressesAsAsked) {
   EXPECT_EQ(zu_sock_GetHostIP("no such host", slots, 8, &count), 0);
 }
 
-TEST(Sock, WhatIsNoSocketHasAWinsockState) {
+TEST(Sock, InvalidSocketsHaveAWinsockState) {
   const Socket open = udp_socket();
   std::int32_t status = -1, error = 7;
   zu_sock_fd_status(open.id(), &status);

@@ -58,7 +58,7 @@ class Tunnel : public kiv::test::BoxTest {
   std::string free_at_;
 };
 
-TEST_F(Tunnel, PassesOnEveryByteBehindTheAnswer) {
+TEST_F(Tunnel, PassesOnEveryByteAfterTheAnswer) {
   const kiv::test::StdoutCapture capture;
   ASSERT_EQ(attach("Aladdin", "open sesame", "t.example"), 1);
   Socket proxy = kiv::test::tcp_accept(listener_);
@@ -78,7 +78,7 @@ TEST_F(Tunnel, PassesOnEveryByteBehindTheAnswer) {
   EXPECT_EQ(next(), "close");
 }
 
-TEST_F(Tunnel, RefusesWhatIsNoAcceptanceOf1023BytesAtMost) {
+TEST_F(Tunnel, RejectsAnythingButAnAcceptanceOfAtMost1023Bytes) {
   const std::string refused = "error: return request status error!\n";
   const struct {
     std::string answer, printed;

@@ -156,7 +156,7 @@ TEST_F(Client, DeliversOneAnswerForEachRead) {
   EXPECT_TRUE(box_is_empty());
 }
 
-TEST_F(Client, RefusesUrlsAndThenFreesTheRequest) {
+TEST_F(Client, RejectsUrlsAndThenFreesTheRequest) {
   const struct {
     const char* url;
     char error;
@@ -183,7 +183,7 @@ TEST_F(Client, RefusesUrlsAndThenFreesTheRequest) {
   EXPECT_TRUE(box_is_empty());
 }
 
-TEST_F(Client, TellsWhatItWasAttachedTo) {
+TEST_F(Client, ReturnsWhatItWasAttachedTo) {
   const std::string text = "localhost:" + std::to_string(listener_.local_port()) + "/x?y";
   EXPECT_EQ(kiv_http_request_GetUrl(request_), nullptr);
   ASSERT_EQ(attach(text), 1);

@@ -90,7 +90,7 @@ TEST_F(HttpServer, DeliversOneRequestForEachRead) {
 }
 
 // At their first data or end, when told to, and with their server.
-TEST_F(HttpServer, DropsConnectionsNobodyTook) {
+TEST_F(HttpServer, DropsConnectionsThatWereNotAccepted) {
   listen();
   serve_ = false;
   Socket sending = tcp_connect(port_);

@@ -158,7 +158,7 @@ TEST_F(Peers, ManyAtOnceOnOneBox) {
   }
 }
 
-TEST_F(Peers, NobodyThereAndAProxyThatRefuses) {
+TEST_F(Peers, NoPeerAndAProxyThatRejects) {
   const auto refused = make();
   ++running_;
   const std::string nowhere = "http://127.0.0.1:" + std::to_string(free_tcp_port()) + "/";
@@ -209,7 +209,7 @@ class Tunnel : public Peers {
   std::string got_;
 };
 
-TEST_F(Tunnel, ThroughAProxyThatAsksWhoItIs) {
+TEST_F(Tunnel, ThroughAProxyThatRequiresAuthentication) {
   const std::string answer = pass("ann", "s3cret", nginx_);
   EXPECT_TRUE(answer.starts_with("HTTP/1.1 200 OK\r\n")) << answer;
   EXPECT_TRUE(answer.ends_with("\r\n\r\nhello from a file\n")) << answer;

@@ -129,7 +129,7 @@ TEST(Cipher, HoldsItsLimitAndNoByteMore) {
   EXPECT_EQ(Cipher(KIV_CIPHER_ROTATION).encipher("\x81", 1), "\x06");
 }
 
-TEST(Cipher, KeysAreDigestsOfTwoTexts) {
+TEST(Cipher, KeysAreDigestsOfTwoStrings) {
   std::string key(20, '#');
   EXPECT_EQ(kiv_cipher_key(key.data(), 19, "ab", "c"), 1);
   EXPECT_EQ(key, "900150983cd24fb0" + "\0\0\0#"s);

@@ -93,7 +93,7 @@ TEST_F(Packets, WorkedExampleByteForByte) {
 }
 
 // What is rejected, and the lines that say so; the record is then empty.
-TEST_F(Packets, RefusalsAndTheirLines) {
+TEST_F(Packets, RejectionsAndTheirLines) {
   const std::string long_word(129, 'w'), many = [] {
     std::string all = "c";
     for (int i = 0; i < 64; ++i) all += " p" + std::to_string(i) + "=\"\"";
@@ -249,7 +249,7 @@ TEST_F(Packets, EditsAgainstAModel) {
   }
 }
 
-TEST_F(Packets, WhatEditsLeaveBehind) {
+TEST_F(Packets, WhatEditsDoNotUpdate) {
   pack("c", {{"a", "one"}, {"b", "longer"}, {"d", "x"}});
   kiv_proto_ModifyPara(packet, "a", "two");
   EXPECT_EQ(stored(), "c a=one b=longer d=x") << "deliberate: as long as before, so not copied";

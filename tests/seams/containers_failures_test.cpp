@@ -10,7 +10,7 @@ using kiv::test::allocation_failed;
 
 int one = 1, two = 2;
 
-TEST(ContainerFailures, TablesAndTreesRefuseTheEntry) {
+TEST(ContainerFailures, TablesAndTreesRejectTheEntry) {
   EXPECT_SURVIVES_FAILING_ALLOCATIONS(10, [] {
     zu_ihash* numbers = zu_ihash_malloc(4);
     zu_shash* texts = zu_shash_malloc(4);

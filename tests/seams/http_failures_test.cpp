@@ -36,7 +36,7 @@ TEST(HttpFailures, Tables) {
 }
 
 // Cut so that heads and size lines are held back, and a byte after the last chunk too.
-TEST(HttpFailures, AFilterWithoutMemoryIsBrokenForGood) {
+TEST(HttpFailures, AFilterOutOfMemoryIsBrokenPermanently) {
   const std::string head = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
   const std::string pieces[] = {head.substr(0, 9), head.substr(9) + "3",      "\r\nab",
                                 "c\r\n0\r\nH",     head.substr(1) + "1\r\nx", "0\r\n\r\n" + head};
@@ -168,7 +168,7 @@ struct Exchange {
   kiv::test::Socket listener = kiv::test::tcp_listener(), peer;
 };
 
-TEST(HttpFailures, ConnectionsWithoutMemoryEndWithACallbackOrNeverBegin) {
+TEST(HttpFailures, ConnectionsOutOfMemoryEndWithACallbackOrNeverStart) {
   kiv_box_free(kiv_box_new());  // the registries stay
   kiv_proxy_http_free(kiv_proxy_http_make());
   kiv::test::printed_by([] {

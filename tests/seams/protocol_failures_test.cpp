@@ -11,7 +11,7 @@
 
 namespace {
 
-TEST(ProtocolFailures, RecordsAreMadeWholeOrNotAtAll) {
+TEST(ProtocolFailures, RecordsAreCreatedCompletelyOrNotAtAll) {
   EXPECT_SURVIVES_FAILING_ALLOCATIONS(17, [] {
     kiv_proto* packet = kiv_proto_new();
     const int packed = kiv_proto_PackCmd(packet, "c") + kiv_proto_PackPara(packet, "a", "1");

@@ -20,7 +20,7 @@ std::string text_of(zu_config* config) {
   return copy;
 }
 
-TEST(SystemFailures, AChangeIsMadeWholeOrNotAtAll) {
+TEST(SystemFailures, AChangeIsCompleteOrNotMadeAtAll) {
   using Change = int (*)(zu_config*);
   const Change changes[] = {[](zu_config* c) { return zu_config_SetKey(c, "new", "k", "v"); },
                             [](zu_config* c) { return zu_config_SetKey(c, "h", "n", "v"); },

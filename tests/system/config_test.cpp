@@ -55,7 +55,7 @@ Model model_of(const Config& config) {
 
 // Texts from pieces of syntax, sound and broken. Each comes back to the byte; each change touches
 // its own bytes only, and what it writes reads back as what the configuration says.
-TEST(Config, RandomTextsKeepWhatIsNotChanged) {
+TEST(Config, RandomFilesKeepUnchangedParts) {
   const char* pieces[] = {"[g]", "[h]",  "[]",        "[",     "]",       "k=",      "k = v",
                           "a=b", "a",    "\tk=\"1\"", "=",     " ",       "\t",      "\r",
                           "\n",  "\r\n", "\r\n",      "\n\n",  ";c",      "#k=1",    "//x",
@@ -249,7 +249,7 @@ TEST(Config, ManyGroupsAndKeysAreAllFound) {
   EXPECT_EQ(model, model_of(parsed(text_of(config))));
 }
 
-TEST(Config, FilesAreWholeOrOldOrUntouched) {
+TEST(Config, FilesAreReplacedAtomically) {
   const kiv::test::TempDir dir;
   const std::string path = dir.file("a.conf"), old("[g]\nk=1\n\0\n", 11);
   std::ofstream(path, std::ios::binary) << old;

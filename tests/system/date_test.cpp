@@ -85,7 +85,7 @@ TEST(DateZone, IsTheLastThatWasSet) {
   EXPECT_EQ(1, zu_UnsetEnv("TZ"));
 }
 
-TEST_P(Date, TellsTheLocalTime) {
+TEST_P(Date, PrintsTheLocalTime) {
   char text[23] = "......................", expected[22];
   std::time_t now;
   bool same;

@@ -67,7 +67,7 @@ class Files : public testing::Test {
   }();
 };
 
-TEST_F(Files, AreWrittenWholeOrNotAtAll) {
+TEST_F(Files, AreWrittenAtomically) {
   const std::string path = file("a"), old(3000, '\0');
   EXPECT_EQ(zu_file1_Write(path.c_str(), "x", 1) + zu_file1_Write(path.c_str(), old.data(), 3000),
             2);
@@ -107,7 +107,7 @@ TEST_F(Files, AreWrittenWholeOrNotAtAll) {
   EXPECT_EQ(content(dir_), "(missing)");
 }
 
-TEST_F(Files, AllOfThoseWhoReplaceOneSucceed) {
+TEST_F(Files, ConcurrentReplacementsAllSucceed) {
   const std::string path = temp_.file("a"), x = "[x]\r\nk=" + std::string(5000, 'x'), y(9, 'y');
   zu_config* const config = zu_config_make1(x.c_str());
   std::atomic<int> replaced{0}, ended{0};
@@ -134,7 +134,7 @@ TEST_F(Files, AllOfThoseWhoReplaceOneSucceed) {
 }
 
 // What would wait, or is none of the disk's bytes.
-TEST_F(Files, PipesDevicesAndSocketsAreNone) {
+TEST_F(Files, PipesDevicesAndSocketsAreNotFiles) {
 #ifdef _WIN32
   const std::vector<std::string> no_files{"NUL"};
 #else

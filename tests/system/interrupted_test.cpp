@@ -41,7 +41,7 @@ extern "C" int ftruncate(int fd, off_t size) noexcept {
 
 namespace {
 
-TEST(Interrupted, FilesAreWrittenAndHeldAllTheSame) {
+TEST(Interrupted, FilesAreStillWrittenAndLocked) {
   const kiv::test::TempDir dir;
   const std::string path = dir.file("file"), pid_path = dir.file("pid");
   interrupted = dir.path();

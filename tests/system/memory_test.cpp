@@ -146,7 +146,7 @@ TEST_F(Shm, AForkedProcessIsExcludedByItsParentAndLeavesTheLock) {
 }
 #endif
 
-TEST_F(Shm, HostileNamesAndSizesAreRefused) {
+TEST_F(Shm, HostileNamesAndSizesAreRejected) {
   const std::string printed = kiv::test::printed_by([] {
     for (const char* name : {"", "a/b", "..\\a", "\xc3\xa9", "Global\\x"}) {
       EXPECT_TRUE(!zu_shm_create(name, 1) && !zu_shm_open(name) && !zu_shm_remove(name)) << name;

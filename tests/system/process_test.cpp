@@ -36,7 +36,7 @@ constexpr const char* kModule = "libc.so.6";
 constexpr const char* kSymbol = "getpid";
 #endif
 
-TEST(Module, NamesAreFoundAndFailuresAreToldToTheirThread) {
+TEST(Module, NamesAreFoundAndFailuresAreReportedPerThread) {
   zu_module* module = zu_module_load(kModule);
   ASSERT_NE(module, nullptr);
   EXPECT_NE(zu_module_GetSymbol(module, kSymbol), nullptr);
@@ -50,7 +50,7 @@ TEST(Module, NamesAreFoundAndFailuresAreToldToTheirThread) {
   EXPECT_EQ(zu_module_unload(nullptr), 0);
 }
 
-TEST(Process, VariablesAreTextsOfAnyLengthAndLanguage) {
+TEST(Process, VariablesAreStringsOfAnyLengthAndLanguage) {
   for (const std::string& value : {std::string(), std::string("h\xc3\xa9 = %PATH%"),
                                    std::string(255, 'x'), std::string(20000, 'y')}) {
     EXPECT_EQ(zu_SetEnv("KIV_\xc3\x84", value.c_str()), 1);

@@ -89,7 +89,7 @@ TEST(Service, GoesThroughItsStatesAtTheManager) {
 
 #ifndef _WIN32
 
-TEST(Service, SignalsDriveItAndTheManagerIsTold) {
+TEST(Service, SignalsControlItAndTheManagerIsNotified) {
   const std::string name = "@kiv" + std::to_string(getpid());
   sockaddr_un address{AF_UNIX, {}};
   name.copy(address.sun_path + 1, name.size() - 1, 1);

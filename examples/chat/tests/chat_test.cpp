@@ -74,7 +74,7 @@ struct Host {
   NativeServer server;
 };
 
-TEST(ChatText, IsFitToBeShown) {
+TEST(ChatText, IsSafeToDisplay) {
   EXPECT_EQ(clean_text("  a\x1b[1m\r\nb\xc2\x9b\xff ", 100), "a [1m  b \xEF\xBF\xBD");
   EXPECT_EQ(clean_text("\xc3\xa4\xc3\xa4", 3), "\xc3\xa4");
   EXPECT_EQ(clean_name(" ann b ", 32) + clean_name("\n", 32), "ann_b");

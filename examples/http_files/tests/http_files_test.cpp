@@ -73,7 +73,7 @@ TEST(ByteRange, FollowsTheField) {
   }
 }
 
-TEST(UrlPath, TakesPathsAndRefusesWaysOut) {
+TEST(UrlPath, AcceptsPathsAndRejectsEscapesFromTheRoot) {
   const struct {
     std::string target;
     int status;

@@ -59,7 +59,7 @@ struct Connection {
   std::atomic<int> written = 0;
 };
 
-TEST_F(UvcPingTime, WhoWritesInEveryTickIsLost) {
+TEST_F(UvcPingTime, AClientThatWritesInEveryTickIsLost) {
   Connection connection(box);
   const std::int32_t timer = kiv_box_NewLoopTimer(
       box, 1000,
