@@ -64,7 +64,7 @@ bool Registry::contains(const void* address) noexcept {
   return buckets_ != nullptr && *find(address) != nullptr;
 }
 
-// Does not set up: objects may end behind a shut-down.
+// Does not set up: objects may end after a shut-down.
 void Registry::remove(const void* address) noexcept {
   const Guard guard(lock_);
   Entry** const link = buckets_ == nullptr ? nullptr : find(address);

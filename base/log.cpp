@@ -29,7 +29,7 @@ std::FILE* file_of(zu_log* log) {
   return static_cast<std::FILE*>(log->file);
 }
 
-// Writes "2009-03-07 09:05:01 " and gives its length. A time that the calendar cannot express
+// Writes "2009-03-07 09:05:01 " and returns its length. A time that the calendar cannot express
 // appears as zeroes.
 std::size_t write_time_stamp(char* out, std::size_t room) {
   std::tm now{};

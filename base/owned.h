@@ -24,8 +24,8 @@ class Owned {
   Owned(const Owned&) = delete;
   Owned& operator=(const Owned&) = delete;
 
-  // Storage for `count` objects, not initialised; empty when the size is no int32 or memory ran
-  // out.
+  // Storage for `count` objects, not initialised; empty when the size is not an int32 or if out of
+  // memory.
   static Owned allocate(std::size_t count = 1) {
     if (count > static_cast<std::size_t>(INT32_MAX) / sizeof(T)) return Owned();
     return Owned(static_cast<T*>(_zu_malloc(static_cast<std::int32_t>(count * sizeof(T)))));
@@ -44,7 +44,7 @@ class Owned {
   T& operator[](std::size_t index) const { return memory_[index]; }
   explicit operator bool() const { return memory_ != nullptr; }
 
-  // Gives the memory up to the caller.
+  // Hands the memory over to the caller.
   [[nodiscard]] T* release() {
     T* memory = memory_;
     memory_ = nullptr;

@@ -9,7 +9,7 @@ namespace {
 static_assert(sizeof(void*) != 4 || (sizeof(kiv_queue) == 12 && offsetof(kiv_queue, count) == 8));
 static_assert(sizeof(void*) != 4 || (sizeof(kiv_stack) == 8 && offsetof(kiv_stack, count) == 4));
 
-// Takes the first node of a list out of the container and gives its value.
+// Takes the first node of a list out of the container and returns its value.
 void* pop_first(zu_list*& first, int32_t& count) {
   void* const data = first ? first->data : nullptr;
   first = zu_list_nth_remove(first, 0, nullptr, nullptr);

@@ -16,7 +16,7 @@ void forget(kiv_bigbox& big, Listener& listener) {
 }
 
 bool take_in(kiv_bigbox& big, std::int32_t socket, const AcceptHandler& accept) {
-  // One that was closed behind the big box's back may have left its number.
+  // One that was closed without the knowledge of the big box may have left its number.
   if (Listener* const stale = big.listeners.find(socket)) forget(big, *stale);
   auto memory = base::Owned<Listener>::allocate();
   if (!memory || !big.listeners.insert(socket, memory.get())) return false;

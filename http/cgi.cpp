@@ -36,9 +36,9 @@ int digit(std::string_view text, std::size_t at) noexcept {
   return at < text.size() ? std::max(base::hex_value(text[at]), 0) : 0;
 }
 
-// Decodes into `out`, which is never longer than the text; gives the end.
-// deliberate: a "%" always takes two characters, as far as there are any, and what is no digit, or
-// not there, counts as 0; forms that were stored are read as they always were.
+// Decodes into `out`, which is never longer than the text; returns the end.
+// deliberate: a "%" always takes two characters, as far as there are any, and what is not a digit,
+// or not there, counts as 0; forms that were stored are read as they always were.
 char* decode(std::string_view text, char* out) noexcept {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char c = text[i];
@@ -62,9 +62,9 @@ CgiField* make_field(std::string_view name, std::string_view value) noexcept {
   return new (block.release()) CgiField{name_text, value_text, length, nullptr};
 }
 
-// Appends the fields of `text` behind `*end`; false when memory runs out.
+// Appends the fields of `text` after `*end`; false if out of memory.
 // deliberate: a name goes up to the next "=", an "&" before that is part of it, and what has none
-// is no field; look-ups by name have always missed both.
+// is not a field; look-ups by name have always missed both.
 bool parse(std::string_view text, CgiField** end) noexcept {
   for (;;) {
     const std::size_t equals = text.find('=');

@@ -10,7 +10,7 @@
 
 namespace kiv::http {
 
-// An application's callback and the argument that comes first; a missing one is left out.
+// An application's callback and the argument that comes first; a missing one is omitted.
 template <typename Function>
 struct Callback {
   Function function;

@@ -29,7 +29,7 @@ std::int32_t shown_status(const kiv_http_filter* filter) {
   return oldest->state == KIV_HTTP_CHUNKED ? KIV_HTTP_BODY : oldest->state;
 }
 
-// Sets the optional outputs to nothing and the status of the oldest message, and gives that.
+// Sets the optional outputs to nothing and the status of the oldest message, and returns that.
 std::int32_t begin_output(const kiv_http_filter* filter, zu_jitter** body, std::int32_t* status) {
   const std::int32_t shown = shown_status(filter);
   if (body != nullptr) *body = nullptr;

@@ -101,15 +101,15 @@ int take_number(const char*& at) {
   return number;
 }
 
-// deliberate: a status line that ends right after its code is refused; the code is only known to
-// be whole with the blank behind it.
+// deliberate: a status line that ends right after its code is rejected; the code is only known to
+// be whole with the space after it.
 bool is_accepted(const char* answer) {
   if (!skip_text(answer, "HTTP/") || take_number(answer) < 0) return false;
   if (!skip_text(answer, ".") || take_number(answer) < 0) return false;
   return skip_text(answer, " ") && take_number(answer) == 200 && *answer == ' ';
 }
 
-// Gives the connection up and tells the application.
+// Releases the connection and notifies the application.
 void fail(Tunnel& tunnel) {
   const auto on_failure = tunnel->on_failure;
   const std::int32_t socket = tunnel->connection.release();

@@ -11,7 +11,7 @@ constexpr std::int32_t kReceiveBuffer = 1048576;
 
 using Request = Served<kiv_http_request>;
 
-// Gives the exchange up and tells the application.
+// Ends the exchange and notifies the application.
 void fail(base::Locked<kiv_http_request>& request) {
   const auto on_failure = request->on_failure;
   kiv_box* const box = request->connection.box;

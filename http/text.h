@@ -13,7 +13,7 @@ namespace kiv::http {
 using base::FreedBy;
 using OwnedText = base::Owned<char>;
 
-// A copy of `length` bytes with a terminator, empty when memory runs out.
+// A copy of `length` bytes with a terminator, empty if out of memory.
 OwnedText copy_text(const char* text, std::size_t length) noexcept;
 
 // The number a text begins with, as atoi reads it, kept within +-kHugeNumber or the int32 range; 0
@@ -30,7 +30,7 @@ class TextBuffer {
   TextBuffer(const TextBuffer&) = delete;
   TextBuffer& operator=(const TextBuffer&) = delete;
 
-  // Room for `length` bytes more, which are part of the text from here on; null without memory.
+  // Room for `length` bytes more, which are part of the text from here on; null if out of memory.
   char* extend(std::size_t length) noexcept {
     if (length >= size_ - length_ && !grow(length)) return nullptr;
     char* const room = text_ + length_;
@@ -48,7 +48,7 @@ class TextBuffer {
   }
   std::size_t length() const noexcept { return length_; }
 
-  // The text with a terminator, null when memory ran out.
+  // The text with a terminator, null if out of memory.
   char* release() noexcept;
 
  private:

@@ -8,7 +8,7 @@
 
 namespace kiv::protocol::uv {
 
-// The first byte of a datagram; the second one, a code, is for people who read along. Receivers
+// The first byte of a datagram; the second one, a code, is informative. Receivers
 // act on the type alone.
 enum class Type : std::uint8_t {
   connect = 10,
@@ -35,8 +35,9 @@ inline constexpr std::uint32_t kConnectTimeoutMs = 4000;
 inline constexpr std::uint32_t kKeepAliveMs = 2000;
 inline constexpr std::uint32_t kLivenessMs = 10000;
 
-// Datagrams that one turn of a loop reads as long as there is nothing to tell: a turn costs more
-// than a datagram, and garbage crowds out the peer's where the reading falls behind.
+// The number of datagrams that one iteration of a loop reads as long as there is nothing to report:
+// an iteration costs more than a datagram, and garbage crowds out the peer's where the reading
+// falls behind.
 inline constexpr int kBatch = 32;
 
 inline constexpr std::int32_t kSocketBuffer = 0x80000;
@@ -53,7 +54,7 @@ struct Callback {
   }
 };
 
-// A received datagram, with a NUL behind it.
+// A received datagram, with a NUL after it.
 struct Datagram {
   const char* bytes;
   std::int32_t length;
@@ -108,7 +109,7 @@ struct Link {
 inline void KIV_CALL ignore_datagram(void*, void*, std::int32_t, char*, std::int32_t,
                                      zu_sock_peer*) {}
 
-// The ticks of a loop timer that count. Ready sockets hold up every timer of a loop, and the ticks
+// The ticks of a loop timer that count. Ready sockets delay every timer of a loop, and the ticks
 // held up then come in a burst: neither may end a connection whose ends both live.
 class Pace {
  public:

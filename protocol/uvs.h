@@ -82,7 +82,7 @@ void free_tables(kiv_uvs& server);
 Peer* find_by_id(const kiv_uvs& server, std::int32_t id);
 Peer* find_by_address(const kiv_uvs& server, const zu_sock_peer& sender);
 
-// Adds a client with its timer; null, and no change, without memory.
+// Adds a client with its timer; null, and no change, if out of memory.
 Peer* add_peer(kiv_uvs& server, const zu_sock_peer& sender, const char* session);
 void delete_peer(kiv_uvs& server, Peer* peer);
 

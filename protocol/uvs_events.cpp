@@ -117,7 +117,7 @@ void KIV_CALL keep_peer_alive(void* data, void* user) {
   peer->sent_recently = 0;
 }
 
-// Also called in the place of a tick that is held up.
+// Also called instead of a tick that is held up.
 void keep_alive(kiv_uvs& server) {
   if (!server.keep_alive_pace.take(kKeepAliveMs)) return;
   zu_ihash_foreach(server.by_id, keep_peer_alive, &server.link);

@@ -18,7 +18,7 @@ void free_name(const Group& group) {
   if (group.own_text) _zu_free(const_cast<char*>(group.text));
 }
 
-// Gives the group a copy of a name. False, with nothing changed, if out of memory.
+// Sets the name of the group to a copy. False, with nothing changed, if out of memory.
 bool set_name(Group& group, const char* name) {
   const std::size_t length = std::strlen(name);
   auto text = base::copy_text(name, length);

@@ -21,7 +21,7 @@ char* put_bytes(char* out, const char* text, std::size_t length) {
   return out + length;
 }
 
-// Where the line ends behind a piece lie, unless they were added.
+// The position of the line ends after a piece, unless they were added.
 const char* end_of(const Piece& piece) {
   if (piece.kind == Kind::key) return piece.pair.value + piece.value_length;
   const bool closed = piece.kind == Kind::header && !piece.open;
@@ -175,7 +175,7 @@ void ConfigText::link_behind(Piece* place, Piece* piece) {
 }
 
 void ConfigText::insert_below(Piece* header, Piece* key) {
-  // What stood behind the header on its line would become part of the value.
+  // Text after the header on its line would become part of the value.
   const Piece* const after = header->next;
   const bool line_goes_on =
       !header->has_line_end() && after != nullptr && !is_kind(after, Kind::empty);

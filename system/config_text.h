@@ -15,7 +15,7 @@ struct Group;
 // A key has what follows it up to the end of its value. An empty piece is a line end alone.
 enum class Kind : std::uint8_t { byte_order_mark, empty, blank, comment, header, key };
 
-// A piece of the text with the run of line ends behind it, if any. Its bytes lie together, in the
+// A piece of the text with the run of line ends after it, if any. Its bytes lie together, in the
 // text that was read or in a block of its own. Names and values there are terminated in their
 // place, over a byte that is known or kept.
 struct Piece {
@@ -29,12 +29,12 @@ struct Piece {
   std::uint32_t value_length = 0;
   std::uint32_t line_end_length = 0;
   Kind kind = Kind::empty;
-  char separator = '=';             // the byte behind the key
+  char separator = '=';             // the byte after the key
   char line_end = '\0';             // the first byte of the line ends
   bool open : 1 = false;            // a header or comment without its closing mark, at the end
   bool own_text : 1 = false;        // `key` is a block of its own, with the first value
   bool own_value : 1 = false;       // `value` is a block of its own
-  bool added_line_end : 1 = false;  // CR LF that is not behind the text
+  bool added_line_end : 1 = false;  // CR LF that does not follow the text
   bool added : 1 = false;           // a header that came with the line end before it
   bool shadowed : 1 = false;        // a key with an equal one further down in its group
   bool pending : 1 = false;
@@ -56,7 +56,7 @@ class ConfigText {
   Pool<Piece>& pool() { return pool_; }
   bool ends_with_line_end() const { return last_ != nullptr && last_->has_line_end(); }
 
-  // Add a piece of the text that was read, or the run of line ends behind the last one. Null and
+  // Add a piece of the text that was read, or the run of line ends after the last one. Null and
   // false if out of memory.
   Piece* append(Kind kind, const char* text, std::size_t length);
   bool append_line_end(const char* text, std::size_t length);
@@ -64,7 +64,8 @@ class ConfigText {
   // Returns a key with a block of its own and the line end of the header that it is to follow, null
   // if out of memory.
   Piece* make_key(const char* key, const char* value, const Piece* header);
-  // Gives the key a value in a block of its own. False, with nothing changed, if out of memory.
+  // Stores the value of the key in a block of its own. False, with nothing changed, if out of
+  // memory.
   bool set_value(Piece* key, const char* value);
 
   // Inserts a key as the line below a header.
@@ -74,9 +75,9 @@ class ConfigText {
 
   // Take a piece out, return the next one.
   Piece* remove(Piece* piece);
-  // The same with all line ends behind it.
+  // The same with all line ends after it.
   Piece* remove_key(Piece* key);
-  // The same as a line of its own: with the blank before it, and leaving the blank lines behind it.
+  // The same as a line of its own: with the space before it, and leaving the blank lines after it.
   Piece* remove_header_line(Piece* header);
   Piece* remove_key_line(Piece* key);
 

@@ -162,7 +162,7 @@ int KIV_CALL zu_dir1_remove(const char* path) KIV_NOEXCEPT {
 
 int KIV_CALL zu_dir1_RemoveAll(const char* path) KIV_NOEXCEPT {
   if (!system::is_path(path)) return 0;
-  // With a separator behind it, a link would be followed.
+  // With a trailing separator, a link would be followed.
   const std::size_t length = length_without_separators(path);
   Owned<char> bare(zu_strdup(path));
   if (length == 0 || !bare) return 0;

@@ -18,7 +18,7 @@ enum MatchType : std::int32_t { kGeneral, kGeneralFromTail, kHead, kTail, kExact
 
 static_assert(sizeof(zu_pattern) == 16 + sizeof(void*) && offsetof(zu_pattern, text) == 16);
 
-// Copies the text with the "?" of every run of wildcards in front and one "*" behind them, so that
+// Copies the text with the "?" of every run of wildcards in front and one "*" after them, so that
 // "*?" and "?*", which match the same, become the same. Sets the lengths.
 void normalise(zu_pattern& pattern, const char* text) {
   char* out = pattern.text;
@@ -141,7 +141,7 @@ bool same(const char* a, const char* b, std::size_t length, bool match_case) {
   return match_case ? std::memcmp(a, b, length) == 0 : base::equal_ignoring_case(a, b, length);
 }
 
-// One block: the text stands behind the record. Empty for null, for 2 GiB and if out of memory.
+// One block: the text follows the record. Empty for null, for 2 GiB and if out of memory.
 base::Owned<zu_pattern> make_pattern(const char* text) {
   const std::size_t length = text == nullptr ? 0 : std::strlen(text);
   if (text == nullptr || length > INT32_MAX) return {};

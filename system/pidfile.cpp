@@ -1,4 +1,4 @@
-// Pid files: who holds one is the running instance, whatever number it shows.
+// Pid files: the process that holds one is the running instance, whatever number it contains.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
