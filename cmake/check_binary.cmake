@@ -5,9 +5,10 @@
 #   cmake -D BINARY=... -D OBJDUMP=... -D NEEDS="a b"  -P check_binary.cmake
 #     it loads no other libraries than these; case does not count
 #   cmake -D BINARY=... -D OBJDUMP=... -D IMPORTS=... -D BITS=32 -D WINDRES=... -D VERSION=1.2.3
-#         -P check_binary.cmake
+#         -D MOST=640000 -P check_binary.cmake
 #     a Windows library of this width, which may be loaded anywhere, whose data is not run, that
-#     tells this version, and that takes no names from the system but those of the file IMPORTS
+#     tells this version, that takes no names from the system but those of the file IMPORTS, and
+#     that has no more than MOST bytes (built for release)
 cmake_minimum_required(VERSION 3.25)
 
 function(objdump option out)
@@ -82,4 +83,8 @@ if(IMPORTS)
   file(SIZE ${BINARY} bytes)
   list(LENGTH imported count)
   message(STATUS "${count} names imported, ${bytes} bytes")
+  if(MOST AND bytes GREATER MOST)
+    message(FATAL_ERROR "${BINARY} has ${bytes} bytes, more than ${MOST}: look in a link map for "
+      "what the C++ run-time library has added")
+  endif()
 endif()

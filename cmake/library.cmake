@@ -47,7 +47,9 @@ set_target_properties(kiv_base PROPERTIES LINKER_LANGUAGE CXX)
 if(WIN32)
   enable_language(RC)
   configure_file(platform/win32/version.rc.in ${PROJECT_BINARY_DIR}/version.rc @ONLY)
-  target_sources(kiv_base PRIVATE ${PROJECT_BINARY_DIR}/version.rc)
+  # Not among kiv_objects: test programs have the compiler's own.
+  target_sources(kiv_base PRIVATE ${PROJECT_BINARY_DIR}/version.rc platform/win32/runtime.cpp)
+  kiv_library_sources(kiv_base)
   set_target_properties(kiv_base PROPERTIES PREFIX "" LINK_DEPENDS ${PROJECT_BINARY_DIR}/kiv_base.def)
   target_link_options(kiv_base PRIVATE ${PROJECT_BINARY_DIR}/kiv_base.def
     -static -static-libgcc -static-libstdc++ -Wl,--dynamicbase -Wl,--nxcompat

@@ -91,7 +91,8 @@ char* relative_path(std::string_view to, std::string_view from) noexcept {
   TextBuffer out;
   const auto ups = std::count(from.begin() + static_cast<std::ptrdiff_t>(shared), from.end(), '/');
   for (auto i = ups; i > 0; --i) out.put("../");
-  put_escaped(out, to.substr(shared), kPlainInRelative);
+  to.remove_prefix(shared);
+  put_escaped(out, to, kPlainInRelative);
   return out.release();
 }
 
