@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Fetches a URL through kiv_base, and takes URIs apart.
+"""Fetches a URL through kiv_base, and parses URIs.
 
     fetch.py URL            one line: the status and the length of the body
-    fetch.py --parts URI    the parts of a URI, a line each
+    fetch.py --parts URI    the parts of a URI, one per line
 
-Exit status 0 when that was done, 1 when not, 2 for a wrong command line.
+Exit status 0 on success, 1 on failure, 2 for a wrong command line.
 """
 import signal
 import sys
