@@ -77,7 +77,16 @@ int on_master(kiv_bigbox& big, const Wake& wake, Operation op) {
   return on_box_of_thread(big.master, big.master_thread, wake, op);
 }
 
-// Ends the waits of a client on its slave's box and frees it. The socket stays open.
+// Runs op(raw) on the slave's box; 0 when that has ended.
+template <typename Operation>
+int on_slave(Slave& slave, const Wake& wake, Operation op) {
+  return on_box_of_thread(slave.box, slave.thread, wake, op);
+}
+
+// The client of a big box that a box serves; the caller holds the lock of the box.
+Client* client_of(const zu_box& raw, const kiv_bigbox* big, std::int32_t socket);
+// Ends the waits of a client on its slave's box and frees it. The socket stays open,
+// unless it was to be closed.
 void release_client(Client& client);
 // Deletes a socket of the master's box.
 void delete_on_master(kiv_bigbox& big, std::int32_t socket);

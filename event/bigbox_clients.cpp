@@ -3,6 +3,7 @@
 
 #include "base/owned.h"
 #include "event/bigbox.h"
+#include "event/stream.h"
 #include "platform/socket.h"
 #include "platform/thread.h"
 
@@ -16,12 +17,6 @@ struct Peer {
 
 bool ask_for_peer(std::int32_t socket, Peer& peer) {
   return zu_sock_GetPeer(socket, peer.ip, sizeof peer.ip, &peer.port) == 1;
-}
-
-// Runs op(raw) on the slave's box; 0 when that has ended.
-template <typename Operation>
-int on_slave(Slave& slave, const Wake& wake, Operation op) {
-  return on_box_of_thread(slave.box, slave.thread, wake, op);
 }
 
 // One whose loop has ended, as its wait failed, serves nobody.
@@ -135,7 +130,28 @@ int stop_waiting(kiv_bigbox* big, std::int32_t socket, Kind kind, ClearHandlers 
   });
 }
 
-// The client of a big box that a box serves; the caller holds the lock of the box.
+// Sends on the slave's box, whose lock keeps the socket the client's meanwhile.
+std::int32_t send_on_this_slave(kiv_bigbox* big, std::int32_t socket, const void* data,
+                                std::int32_t length, bool& is_ours) {
+  return on_live_box(box_of_this_thread(), 0, kNoWake, [&](kiv_box& live) {
+    is_ours = client_of(*live.raw, big, socket) != nullptr;
+    return is_ours ? platform::socket_send(socket, data, length) : 0;
+  });
+}
+
+// Forgets the queue and the limits of a client; true when its socket was to be closed.
+bool release_stream(zu_box& raw, const Client& client) {
+  Socket* const socket = raw.sockets.find(client.socket);
+  if (socket == nullptr || socket->is_own() || socket->stream == nullptr) return false;
+  if (socket->wait(Kind::read).user != &client) return false;
+  const bool is_closing = socket->stream->is_closing;
+  drop_stream(*socket);
+  if (socket->wait(Kind::write).serve == serve_queue) remove_wait(raw, Kind::write, *socket);
+  return is_closing;
+}
+
+}  // namespace
+
 Client* client_of(const zu_box& raw, const kiv_bigbox* big, std::int32_t id) {
   Socket* const socket = raw.sockets.find(id);
   if (socket == nullptr) return nullptr;
@@ -147,21 +163,27 @@ Client* client_of(const zu_box& raw, const kiv_bigbox* big, std::int32_t id) {
   return nullptr;
 }
 
-// Sends on the slave's box, whose lock keeps the socket the client's meanwhile.
-std::int32_t send_on_this_slave(kiv_bigbox* big, std::int32_t socket, const void* data,
-                                std::int32_t length, bool& is_ours) {
-  return on_live_box(box_of_this_thread(), 0, kNoWake, [&](kiv_box& live) {
-    is_ours = client_of(*live.raw, big, socket) != nullptr;
-    return is_ours ? platform::socket_send(socket, data, length) : 0;
-  });
-}
-
-}  // namespace
-
 void release_client(Client& client) {
+  const bool is_closing = on_slave(*client.slave, kNoWake, [&](zu_box& raw) {
+                            return release_stream(raw, client) ? 1 : 0;
+                          }) == 1;
   stop_wait(client, Kind::read);
   stop_wait(client, Kind::write);
+  if (is_closing) platform::socket_close(client.socket);
   _zu_free(&client);
+}
+
+bool close_done_client(void* big, std::int32_t socket) {
+  return on_live_bigbox(static_cast<kiv_bigbox*>(big), false, [=](kiv_bigbox& live) {
+    Client* const client = live.clients.find(socket);
+    if (client == nullptr) return false;
+    const int is_done = on_slave(*client->slave, kNoWake, [=](zu_box& raw) {
+      const Socket* const known = raw.sockets.find(socket);
+      return known != nullptr && known->stream != nullptr && known->stream->is_done ? 1 : 0;
+    });
+    if (is_done == 1) forget(live, *client);
+    return is_done == 1;
+  });
 }
 
 }  // namespace kiv::event

@@ -2,11 +2,16 @@
 // the slave's box.
 #include "event/bigbox.h"
 #include "event/read_pool.h"
+#include "event/stream.h"
 #include "platform/socket.h"
 
 namespace kiv::event {
 
 Served serve_client_read(zu_box& slave, Socket& socket, Kind kind, base::Guard& guard) {
+  if (socket.stream != nullptr) {
+    if (socket.stream->is_closing) return serve_closing(slave, socket, guard);
+    socket.stream->has_received = true;
+  }
   const Client& client = *static_cast<Client*>(socket.wait(kind).user);
   ReadBuffer buffer;
   const std::int32_t id = socket.id;
@@ -25,8 +30,10 @@ Served serve_client_read(zu_box& slave, Socket& socket, Kind kind, base::Guard& 
     // deliberate: the socket is still waited for, so this comes again every iteration until the
     // application deletes it; hosts count on being reminded.
     const SocketHandler close = client.close;
+    const std::int32_t error = length < 0 ? platform::last_error() : KIV_REASON_END;
+    const std::int32_t reason = end_reading(slave, socket, error);
     guard.unlock();
-    close(big, id);
+    call_with_reason(slave, reason, close, big, id);
   }
   return Served::called;
 }

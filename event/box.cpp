@@ -3,10 +3,16 @@
 
 #include "base/owned.h"
 #include "event/raw_box.h"
+#include "event/stream.h"
 #include "platform/socket.h"
 
 namespace kiv::event {
 namespace {
+
+// A client of a big box that was to be closed is the library's, too.
+bool is_to_close(const Socket& socket) {
+  return socket.is_own() || (socket.stream != nullptr && socket.stream->is_closing);
+}
 
 void close_own(const Socket& socket) {
   if (socket.kind == SocketKind::local_tcp_server) {
@@ -80,7 +86,8 @@ zu_box::~zu_box() {
   is_live = false;
   if (wake_socket > 0) kiv::platform::socket_close(wake_socket);
   sockets.for_each([](Socket& socket) {
-    if (socket.is_own()) close_own(socket);
+    if (is_to_close(socket)) close_own(socket);
+    drop_stream(socket);
     _zu_free(&socket);
   });
   timers.for_each([](Timer& timer) { _zu_free(&timer); });

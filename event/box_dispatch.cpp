@@ -3,6 +3,7 @@
 #include "event/endpoint.h"
 #include "event/ip_text.h"
 #include "event/raw_box.h"
+#include "event/stream.h"
 #include "platform/socket.h"
 
 namespace kiv::event {
@@ -23,27 +24,40 @@ void end_connecting(zu_box& box, Socket& socket) {
   remove_wait(box, Kind::except, socket);
 }
 
+constexpr std::int32_t kNotConnected = 10057;
+
 // Asks for the error once, since asking clears it. A connect that failed within the call has left
 // no error to ask for, but no peer either.
-bool is_connected(std::int32_t socket) {
+std::int32_t connect_error(const Socket& socket) {
   std::int32_t error = 0;
   platform::WireAddress peer;
-  return platform::socket_pending_error(socket, &error) == 0 && error == 0 &&
-         platform::socket_peer_address(socket, &peer) == 0;
+  if (platform::socket_pending_error(socket.id, &error) != 0) return platform::last_error();
+  if (error != 0 || platform::socket_peer_address(socket.id, &peer) == 0) return error;
+  return socket.stream != nullptr && socket.stream->error != 0 ? socket.stream->error
+                                                               : kNotConnected;
 }
 
-Served call(const zu_box& box, base::Guard& guard, const SocketHandler& chosen,
-            std::int32_t socket) {
+Served call(zu_box& box, base::Guard& guard, const SocketHandler& chosen, std::int32_t socket,
+            std::int32_t reason) {
   const SocketHandler handler = chosen;
   void* const handle = box.handle;
   guard.unlock();
-  handler(handle, socket);
+  call_with_reason(box, reason, handler, handle, socket);
   return Served::called;
+}
+
+Served fail(zu_box& box, base::Guard& guard, Socket& socket, std::int32_t reason) {
+  abandon(box, socket);
+  return call(box, guard, socket.failure, socket.id, reason);
 }
 
 }  // namespace
 
 Served serve_stream(zu_box& box, Socket& socket, Kind kind, base::Guard& guard) {
+  if (socket.stream != nullptr) {
+    if (socket.stream->is_closing) return serve_closing(box, socket, guard);
+    socket.stream->has_received = true;
+  }
   char data[kMaxReadLength + 1];
   const std::int32_t id = socket.id;
   const std::int32_t length =
@@ -60,8 +74,9 @@ Served serve_stream(zu_box& box, Socket& socket, Kind kind, base::Guard& guard) 
   if (length < 0 && came_too_late(box, id)) return Served::nothing;
   // deliberate: the socket stays in the box, closed by the peer but not here, until the
   // application deletes it.
+  const std::int32_t reason = length < 0 ? platform::last_error() : KIV_REASON_END;
   remove_wait(box, kind, socket);
-  return call(box, guard, socket.close, id);
+  return call(box, guard, socket.close, id, end_reading(box, socket, reason));
 }
 
 Served serve_datagram(zu_box& box, Socket& socket, Kind, base::Guard& guard) {
@@ -103,20 +118,21 @@ Served serve_accept(zu_box& box, Socket& socket, Kind, base::Guard& guard) {
 
 Served serve_connected(zu_box& box, Socket& socket, Kind, base::Guard& guard) {
   end_connecting(box, socket);
-  if (is_connected(socket.id)) {
-    const bool is_awaited = socket.wait(Kind::read).serve != nullptr;
-    if (is_awaited) return Served::called;
-    if (add_wait(box, Kind::read, socket.id, {serve_stream})) {
-      zu_sock_keep_alive(socket.id);
-      return call(box, guard, socket.connect, socket.id);
-    }
+  const std::int32_t error = connect_error(socket);
+  if (error != 0) return fail(box, guard, socket, error);
+  const bool is_awaited = socket.wait(Kind::read).serve != nullptr;
+  if (!is_awaited && !add_wait(box, Kind::read, socket.id, {serve_stream})) {
+    return fail(box, guard, socket, KIV_REASON_NO_MEMORY);
   }
-  return call(box, guard, socket.failure, socket.id);
+  start_queue(box, socket);
+  if (is_awaited) return Served::called;
+  zu_sock_keep_alive(socket.id);
+  return call(box, guard, socket.connect, socket.id, KIV_REASON_NONE);
 }
 
 Served serve_connect_failed(zu_box& box, Socket& socket, Kind, base::Guard& guard) {
   end_connecting(box, socket);
-  return call(box, guard, socket.failure, socket.id);
+  return fail(box, guard, socket, connect_error(socket));
 }
 
 Served serve_import(zu_box&, Socket& socket, Kind kind, base::Guard& guard) {

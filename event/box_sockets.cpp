@@ -3,6 +3,7 @@
 
 #include "event/box_sockets.h"
 #include "event/endpoint.h"
+#include "event/stream.h"
 #include "platform/socket.h"
 
 namespace kiv::event {
@@ -29,18 +30,18 @@ std::int32_t own(zu_box& box, std::int32_t id, SocketKind kind, SetHandlers set)
   return -1;
 }
 
-Socket* find_own(const zu_box* box, std::int32_t socket) {
-  Socket* const found = is_usable(box) && socket > 0 ? box->sockets.find(socket) : nullptr;
-  return found != nullptr && found->is_own() ? found : nullptr;
-}
-
-// The box forgets a socket with its last wait.
+// The box forgets a socket with its last wait. That of a queue is none of the application's.
 int stop_one_wait(zu_box* box, std::int32_t id, Kind kind) {
   if (!is_usable(box)) return 0;
   Socket* const socket = box->sockets.find(id);
   if (socket == nullptr) return 1;
   const bool is_own = socket->is_own();
+  if (socket->wait(kind).serve == serve_queue) return 1;
   remove_wait(*box, kind, *socket);
+  if (is_own && !socket->wait(Kind::read).serve && !socket->wait(Kind::except).serve &&
+      socket->wait(Kind::write).serve == serve_queue) {
+    remove_wait(*box, Kind::write, *socket);
+  }
   if (is_own && !socket->is_awaited()) give_away(*box, *socket);
   return 1;
 }
@@ -65,9 +66,17 @@ Socket* next_in_bucket(const zu_box& box, std::int32_t bucket, std::int32_t high
 
 }  // namespace
 
+Socket* find_own(const zu_box* box, std::int32_t socket) {
+  Socket* const found = is_usable(box) && socket > 0 ? box->sockets.find(socket) : nullptr;
+  return found != nullptr && found->is_own() ? found : nullptr;
+}
+
 std::int32_t add_tcp_client(zu_box& box, const platform::WireAddress& target,
                             const ClientHandlers& handlers) {
-  return own(box, open_tcp_client(target), SocketKind::local_tcp_client, [&](Socket& socket) {
+  std::int32_t error = 0;
+  const std::int32_t opened = open_tcp_client(target, error);
+  return own(box, opened, SocketKind::local_tcp_client, [&](Socket& socket) {
+    if (error != 0 && stream_of(socket) != nullptr) socket.stream->error = error;
     socket.connect = handlers.connect;
     socket.failure = handlers.failure;
     socket.read = handlers.read;
@@ -216,7 +225,7 @@ int KIV_CALL zu_box_sock_SetMaxReadLen(zu_box* box, std::int32_t socket,
                                        std::int32_t length) KIV_NOEXCEPT {
   Socket* const known = find_own(box, socket);
   if (known == nullptr || !known->is_stream()) return 0;
-  known->max_read_length = std::clamp(length, 1, kMaxReadLength);
+  known->max_read_length = static_cast<std::int16_t>(std::clamp(length, 1, kMaxReadLength));
   return 1;
 }
 

@@ -60,10 +60,15 @@ bool find_local(const char* ip, std::uint16_t port, platform::WireAddress& local
 // How a connect goes the loop finds out: a writable socket without a peer has failed. One that
 // fails within the call is not reported by every system's wait; a datagram socket takes its place,
 // which is writable at once and has no peer either.
-std::int32_t open_tcp_client(const platform::WireAddress& target) {
+std::int32_t open_tcp_client(const platform::WireAddress& target, std::int32_t& error) {
+  error = 0;
   const std::int32_t socket = open_socket(platform::Transport::tcp);
   if (socket < 1 || platform::socket_connect(socket, target) == 0) return socket;
-  if (platform::last_error() == platform::kWouldBlock) return socket;
+  error = platform::last_error();
+  if (error == platform::kWouldBlock) {
+    error = 0;
+    return socket;
+  }
   const std::int32_t stand_in = open_socket(platform::Transport::udp);
   if (stand_in < 1) return socket;
   platform::socket_close(socket);

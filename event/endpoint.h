@@ -18,8 +18,8 @@ bool find_target(const char* host, std::uint16_t port, platform::WireAddress& ta
 bool find_local(const char* ip, std::uint16_t port, platform::WireAddress& local);
 
 // Each returns a new non-blocking socket, or -1 with nothing left open. A TCP client has started to
-// connect, a TCP server listens.
-std::int32_t open_tcp_client(const platform::WireAddress& target);
+// connect, a TCP server listens. `error` is why a connect failed at once, otherwise 0.
+std::int32_t open_tcp_client(const platform::WireAddress& target, std::int32_t& error);
 std::int32_t open_udp_client();
 std::int32_t open_tcp_server(const platform::WireAddress& local, std::int32_t backlog);
 std::int32_t open_udp_server(const platform::WireAddress& local);

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "event/raw_box.h"
+#include "event/stream.h"
 #include "platform/clock.h"
 
 namespace kiv::event {
@@ -9,6 +10,8 @@ namespace {
 
 constexpr std::int32_t kNone = -1;
 constexpr std::int32_t kAboveAll = INT32_MAX;
+constexpr std::uint32_t kRoundsPerClock =
+    32;  // a busy loop looks at the limits of streams so seldom
 
 std::int32_t socket_waits(const zu_box& box) {
   return box.wait_counts[0] + box.wait_counts[1] + box.wait_counts[2];
@@ -16,7 +19,8 @@ std::int32_t socket_waits(const zu_box& box) {
 
 // A socket that only wakes the loop keeps none alive.
 bool is_left(const zu_box& box) {
-  return socket_waits(box) > (box.wake_socket > 0 ? 1 : 0) || !box.schedule.empty();
+  return socket_waits(box) > (box.wake_socket > 0 ? 1 : 0) || !box.schedule.empty() ||
+         !box.streams.empty();
 }
 
 class Loop {
@@ -34,8 +38,10 @@ class Loop {
   // One iteration. False ends the loop: stopped, nothing left to wait for, or a wait error that no
   // sweep can repair. Each serving step is false once the loop is stopped.
   bool pass() {
-    if (!run_posts()) return false;
-    switch (wait()) {
+    if (!run_posts() || !run_streams()) return false;
+    const Result result = wait();
+    was_idle_ = result == Result::timed_out;
+    switch (result) {
       case Result::ready:
         return box_.is_fair ? serve_all() && fire_due_timers() : serve_highest();
       case Result::timed_out:
@@ -53,6 +59,16 @@ class Loop {
     return !stopped();
   }
 
+  bool run_streams() {
+    const StreamWork& work = box_.streams;
+    if (work.has_notices.load(std::memory_order_acquire)) run_notices(box_);
+    if (work.next_check_us.load(std::memory_order_relaxed) != StreamWork::kNever &&
+        (was_idle_ || ++rounds_ % kRoundsPerClock == 0)) {
+      run_limits(box_);
+    }
+    return !stopped();
+  }
+
   Result wait() {
     std::int64_t timeout_us = 0;
     bool is_limited = false;
@@ -60,12 +76,12 @@ class Loop {
     {
       const base::Guard guard(box_.lock);
       // Those that came while the last ones ran: nobody wakes the loop for them.
-      const bool has_posts = !box_.posts.empty();
+      const bool has_posts = !box_.posts.empty() || box_.streams.notices.first != nullptr;
       if (!has_posts && !is_left(box_)) return Result::failed;
-      is_limited = has_posts || !box_.schedule.empty();
+      is_limited = has_posts || first_due_us() != StreamWork::kNever;
       has_sockets = socket_waits(box_) > 0;
       const bool blocks = (!has_sockets || poller_.begin_wait()) && !has_posts;
-      if (blocks && is_limited) timeout_us = time_to_first_timer();
+      if (blocks && is_limited) timeout_us = time_to_first();
       if (has_sockets) box_.waits.fetch_add(1, std::memory_order_relaxed);
     }
     return has_sockets ? wait_for_sockets(is_limited ? &timeout_us : nullptr) : sleep(timeout_us);
@@ -80,8 +96,14 @@ class Loop {
     return result;
   }
 
-  std::int64_t time_to_first_timer() const {
-    return std::max<std::int64_t>(box_.schedule.first_us() - platform::steady_us(), 0);
+  // The first timer, or the next look at the limits of streams.
+  std::int64_t first_due_us() const {
+    const std::int64_t check_us = box_.streams.next_check_us.load(std::memory_order_relaxed);
+    return box_.schedule.empty() ? check_us : std::min(box_.schedule.first_us(), check_us);
+  }
+
+  std::int64_t time_to_first() const {
+    return std::max<std::int64_t>(first_due_us() - platform::steady_us(), 0);
   }
 
   Result sleep(std::int64_t timeout_us) {
@@ -206,6 +228,8 @@ class Loop {
 
   zu_box& box_;
   platform::Poller& poller_;
+  bool was_idle_ = false;
+  std::uint32_t rounds_ = 0;
   std::int32_t chosen_[3] = {kNone, kNone, kNone};
 };
 

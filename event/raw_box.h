@@ -11,6 +11,7 @@
 #include "event/handler.h"
 #include "event/id_map.h"
 #include "event/post_queue.h"
+#include "event/stream_work.h"
 #include "event/timer_heap.h"
 #include "kiv_base/base.h"
 #include "platform/poller.h"
@@ -40,6 +41,7 @@ struct Wait {
   zu_event_fn callback = nullptr;  // of an import
   void* user = nullptr;
   bool asks_first = false;  // serving it does not find out whether the socket is still ready
+  bool is_paused = false;   // stays registered, but the poller does not watch for it
 };
 
 enum class SocketKind : std::int32_t {
@@ -56,8 +58,9 @@ struct Socket {
   std::int32_t id = -1;
   std::uint32_t number = 0;  // the order in which they became the box's own
   SocketKind kind = SocketKind::imported;
-  std::int32_t max_read_length = kMaxReadLength;
-  Wait waits[3] = {};  // by Kind
+  std::int16_t max_read_length = kMaxReadLength;
+  bool is_broken = false;  // could not connect, or the connection is lost
+  Wait waits[3] = {};      // by Kind
 
   SocketHandler connect = {};
   SocketHandler failure = {};
@@ -66,12 +69,15 @@ struct Socket {
   AcceptHandler accept = {};
   DatagramHandler datagram = {};
 
+  Stream* stream = nullptr;  // what sending and limits need, from their first use on
+
   Wait& wait(Kind wanted) { return waits[index_of(wanted)]; }
   bool is_own() const { return kind != SocketKind::imported; }
   bool is_stream() const {
     return kind == SocketKind::local_tcp_client || kind == SocketKind::remote_tcp_client;
   }
   bool is_awaited() const;
+  bool is_connecting() const;
 };
 
 // What becomes of a box when its running loop ends.
@@ -100,13 +106,15 @@ struct zu_box {
       INT64_MIN;  // in a fair round: no timer that fired in it fires before
 
   kiv::event::PostQueue posts;
+  kiv::event::StreamWork streams;
   std::int32_t wake_socket =
       -1;  // of a box without a lock that other threads post to; counts nowhere
 
   std::atomic<std::int32_t> current_socket{-1};  // whose callback is running
   std::atomic<std::int32_t> current_timer{-1};
-  std::atomic<std::int32_t> break_flag{0};  // 1: stop; never cleared
-  std::atomic<std::uint32_t> waits{0};      // begun and ended: odd during a wait for sockets
+  std::atomic<std::int32_t> current_reason{0};  // of the failure or close callback that is running
+  std::atomic<std::int32_t> break_flag{0};      // 1: stop; never cleared
+  std::atomic<std::uint32_t> waits{0};          // begun and ended: odd during a wait for sockets
 
   ~zu_box();
 };
@@ -124,6 +132,8 @@ inline bool is_usable(const zu_box* box) {
 bool add_wait(zu_box& box, Kind kind, std::int32_t socket, const Wait& wait);
 // Forgets an imported socket with its last wait.
 void remove_wait(zu_box& box, Kind kind, Socket& socket);
+// Stops or restarts the watching for a wait that stays. False, and no change, if out of memory.
+bool set_paused(zu_box& box, Socket& socket, Kind kind, bool paused);
 // Ends all waits. False when that was all the box knew of it: the record is gone.
 bool remove_waits(zu_box& box, Socket& socket);
 // Drops, and prints, the first registration of a socket that was closed behind the loop's back.
@@ -131,6 +141,8 @@ void sweep_one_dead_socket(zu_box& box);
 
 // Makes a socket the box's own, in a record with default handlers; null if out of memory.
 Socket* take_in(zu_box& box, std::int32_t socket, SocketKind kind);
+// The box's own socket of that number; null when it has none.
+Socket* find_own(const zu_box* box, std::int32_t socket);
 // The opposite: the box forgets the socket, which stays open.
 void give_away(zu_box& box, Socket& socket);
 // Ends all waits and closes an own socket; the record is gone.

@@ -8,6 +8,7 @@
 #include "event/endpoint.h"
 #include "event/ip_text.h"
 #include "kiv_base/event.h"
+#include "kiv_base/streams.h"
 #include "platform/socket.h"
 
 namespace {
@@ -68,6 +69,19 @@ int resolve_into(const char* host, zu_sock_ip_slot* slots, std::int32_t max_slot
 bool first_address(const char* host, std::uint32_t* address) {
   *address = platform::numeric_address(host);
   return *address != platform::kNoAddress || platform::resolve_host(host, address, 1) == 1;
+}
+
+// One end of a connection.
+int name_of(std::int32_t (*ask)(std::int32_t, WireAddress*) noexcept, std::int32_t socket,
+            char* text, std::int32_t size, std::uint16_t* port) {
+  zu_sock_startup();
+  WireAddress found;
+  if (ask(socket, &found) < 0) return 0;
+  if (text != nullptr && size > 0) {
+    copy_text(text, static_cast<std::size_t>(size), IpText(found.address).text);
+  }
+  if (port != nullptr) *port = platform::swap_order(found.port);
+  return 1;
 }
 
 }  // namespace
@@ -218,14 +232,12 @@ int KIV_CALL zu_sock_HostnameTo32bits(uint32_t* address, const char* host) KIV_N
 
 int KIV_CALL zu_sock_GetPeer(int32_t socket, char* text, int32_t size,
                              uint16_t* port) KIV_NOEXCEPT {
-  zu_sock_startup();
-  WireAddress peer;
-  if (platform::socket_peer_address(socket, &peer) < 0) return 0;
-  if (text != nullptr && size > 0) {
-    copy_text(text, static_cast<std::size_t>(size), IpText(peer.address).text);
-  }
-  if (port != nullptr) *port = platform::swap_order(peer.port);
-  return 1;
+  return name_of(platform::socket_peer_address, socket, text, size, port);
+}
+
+int KIV_CALL zu_sock_GetLocal(int32_t socket, char* text, int32_t size,
+                              uint16_t* port) KIV_NOEXCEPT {
+  return name_of(platform::socket_local_address, socket, text, size, port);
 }
 
 int32_t KIV_CALL zu_sock_write_ByPeerIp(int32_t socket, const void* data, int32_t length,

@@ -6,6 +6,7 @@
 
 #include "base/owned.h"
 #include "event/raw_box.h"
+#include "event/stream.h"
 #include "platform/socket.h"
 
 namespace kiv::event {
@@ -14,7 +15,8 @@ namespace {
 platform::Kinds kinds_of(const Socket& socket) {
   unsigned kinds = 0;
   for (const Kind kind : kKinds) {
-    if (socket.waits[index_of(kind)].serve != nullptr) kinds |= platform::set_of(kind);
+    const Wait& wait = socket.waits[index_of(kind)];
+    if (wait.serve != nullptr && !wait.is_paused) kinds |= platform::set_of(kind);
   }
   if (socket.waits[index_of(Kind::except)].serve == serve_connect_failed) {
     kinds |= platform::kConnecting;
@@ -24,6 +26,7 @@ platform::Kinds kinds_of(const Socket& socket) {
 
 void forget(zu_box& box, Socket& socket) {
   box.sockets.erase(socket.id);
+  drop_stream(socket);
   _zu_free(&socket);
 }
 
@@ -74,7 +77,9 @@ Socket* highest_dead(zu_box& box, Kind kind) {
 }
 
 bool start_watching(zu_box& box, Socket& socket, Kind kind, const Wait& wait) {
+  const bool is_paused = socket.wait(kind).is_paused;
   socket.wait(kind) = wait;
+  socket.wait(kind).is_paused = is_paused;
   switch (box.poller.watch(socket.id, kinds_of(socket))) {
     case platform::Poller::Watched::yes:
       ++box.wait_counts[index_of(kind)];
@@ -96,6 +101,10 @@ bool Socket::is_awaited() const {
   return waits[0].serve != nullptr || waits[1].serve != nullptr || waits[2].serve != nullptr;
 }
 
+bool Socket::is_connecting() const {
+  return waits[index_of(Kind::write)].serve == serve_connected;
+}
+
 bool add_wait(zu_box& box, Kind kind, std::int32_t id, const Wait& wait) {
   if (box.wait_counts[index_of(kind)] >= box.max_waits) return false;
   Socket* const socket = find_or_make(box, id);
@@ -114,6 +123,16 @@ void remove_wait(zu_box& box, Kind kind, Socket& socket) {
   drop_wait(box, kind, socket);
   box.poller.watch(socket.id, kinds_of(socket));
   keep_or_forget(box, socket);
+}
+
+bool set_paused(zu_box& box, Socket& socket, Kind kind, bool paused) {
+  Wait& wait = socket.wait(kind);
+  if (wait.is_paused == paused) return true;
+  wait.is_paused = paused;
+  if (wait.serve == nullptr) return true;  // from when it is waited for
+  if (box.poller.watch(socket.id, kinds_of(socket)) == platform::Poller::Watched::yes) return true;
+  wait.is_paused = !paused;
+  return false;
 }
 
 bool remove_waits(zu_box& box, Socket& socket) {
@@ -137,6 +156,7 @@ Socket* take_in(zu_box& box, std::int32_t id, SocketKind kind) {
   Socket* const socket = find_or_make(box, id);
   if (socket == nullptr) return nullptr;
   if (!socket->is_own()) ++box.own_sockets;
+  drop_stream(*socket);
   Socket fresh{id, ++box.next_number, kind};
   std::copy_n(socket->waits, std::size(fresh.waits), fresh.waits);
   *socket = fresh;

@@ -1,47 +1,23 @@
-#include <algorithm>
-
 #include "kiv_base.h"
 
-// A connection. It is read from or, while the socket is full, waits to send the rest: a peer that
-// never reads cannot fill the memory.
-struct Client {
-  kiv_box* box;
-  int32_t socket;
-  char bytes[5120];  // a read callback gets no more
-  int32_t length, sent;
+// Reading pauses while bytes wait to be sent back: a peer that never reads cannot fill the memory.
+static void KIV_CALL on_read(void* handle, void*, int32_t socket, char* data, int32_t length) {
+  auto* box = static_cast<kiv_box*>(handle);
+  if (kivx_box_Send(box, socket, data, length) == 0) kiv_box_DeleteSock(box, socket);
+  if (kivx_box_GetQueued(box, socket) > 0) kivx_box_PauseRead(box, socket);
+}
+static void KIV_CALL on_drained(void* box, void*, int32_t socket) {
+  kivx_box_ResumeRead(static_cast<kiv_box*>(box), socket);
+}
+static void KIV_CALL on_close(void* box, void*, int32_t socket) {
+  kivx_box_CloseAfterSend(static_cast<kiv_box*>(box), socket, 10000, nullptr, nullptr);
+}
 
-  bool receive() { return kiv_box_AcceptTcpClient(box, socket, on_read, this, on_close, this) > 0; }
-  bool send() {
-    const int32_t count = kiv_box_TcpWrite(box, socket, bytes + sent, length - sent);
-    sent += std::max(count, 0);
-    return count > 0;
-  }
-
-  static void KIV_CALL on_read(void*, void* argument, int32_t, char* data, int32_t length) {
-    auto* client = static_cast<Client*>(argument);
-    std::copy_n(data, length, client->bytes);
-    client->length = length;
-    client->sent = 0;
-    client->send();
-    if (client->sent == length) return;
-    kivx_box_ExportSockId(client->box, client->socket);
-    kivx_box_ImportSockId_ForWrite(client->box, client->socket, on_writable, client);
-  }
-  static void KIV_CALL on_writable(void* argument) {
-    auto* client = static_cast<Client*>(argument);
-    if (client->send() && client->sent < client->length) return;
-    // All is sent, or the connection is lost: reading goes on, and on_close is called.
-    if (client->receive()) kivx_box_ExportSockId_ForWrite(client->box, client->socket);
-  }
-  static void KIV_CALL on_close(void* box, void* argument, int32_t socket) {
-    kiv_box_DeleteSock(static_cast<kiv_box*>(box), socket);
-    delete static_cast<Client*>(argument);
-  }
-};
-
-static void KIV_CALL on_accept(void* box, void*, int32_t, int32_t socket, const char*, uint16_t) {
-  auto* client = new Client{static_cast<kiv_box*>(box), socket, {}, 0, 0};
-  if (!client->receive()) delete client;
+static void KIV_CALL on_accept(void* handle, void*, int32_t, int32_t socket, const char*,
+                               uint16_t) {
+  auto* box = static_cast<kiv_box*>(handle);
+  if (kiv_box_AcceptTcpClient(box, socket, on_read, nullptr, on_close, nullptr) < 0) return;
+  kivx_box_SetDrained(box, socket, on_drained, nullptr);
 }
 
 int main() {

@@ -7,6 +7,7 @@
 #include "kiv_base/event.h"
 #include "kiv_base/http.h"
 #include "kiv_base/protocol.h"
+#include "kiv_base/streams.h"
 #include "kiv_base/system.h"
 
 #endif

@@ -253,6 +253,13 @@ namespace KivBase
     }
 
     [StructLayout(LayoutKind.Sequential)]
+    public struct zu_sock_piece
+    {
+        public IntPtr data;
+        public int length;
+    }
+
+    [StructLayout(LayoutKind.Sequential)]
     public struct kiv_uri
     {
         public IntPtr scheme;
@@ -305,6 +312,15 @@ namespace KivBase
         public const int ZU_TRAVERSE_PRE_ORDER = 1;
         public const int ZU_TRAVERSE_POST_ORDER = 2;
         public const int ZU_TRAVERSE_LEVEL_ORDER = 3;
+        public const int KIV_REASON_NONE = 0;
+        public const int KIV_REASON_FILE = 1;
+        public const int KIV_REASON_END = 10101;
+        public const int KIV_REASON_RESET = 10054;
+        public const int KIV_REASON_REFUSED = 10061;
+        public const int KIV_REASON_TIMED_OUT = 10060;
+        public const int KIV_REASON_NET_UNREACHABLE = 10051;
+        public const int KIV_REASON_HOST_UNREACHABLE = 10065;
+        public const int KIV_REASON_NO_MEMORY = 10055;
         public const int KIV_CIPHER_NONE = 1;
         public const int KIV_CIPHER_ROTATION = 2;
         public const int KIV_CIPHER_XTEA = 3;
@@ -1494,6 +1510,114 @@ namespace KivBase
 
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
         public static extern int kivx_bigbox_Post(IntPtr big, int socket, zu_box_post_fn post, IntPtr argument, zu_event_fn release);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_sock_GetReason(IntPtr box, int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_box_GetReason(IntPtr box, int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_bigbox_GetReason(IntPtr big, int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern IntPtr zu_sock_ReasonText(int reason);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_sock_Send(IntPtr box, int socket, IntPtr data, int length);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_box_Send(IntPtr box, int socket, IntPtr data, int length);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_bigbox_Send(IntPtr big, int socket, IntPtr data, int length);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_sock_SendPieces(IntPtr box, int socket, IntPtr pieces, int count);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_box_SendPieces(IntPtr box, int socket, IntPtr pieces, int count);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_bigbox_SendPieces(IntPtr big, int socket, IntPtr pieces, int count);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_sock_SendFile(IntPtr box, int socket, IntPtr path, long offset, long length);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_box_SendFile(IntPtr box, int socket, IntPtr path, long offset, long length);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_bigbox_SendFile(IntPtr big, int socket, IntPtr path, long offset, long length);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern long zu_box_sock_GetQueued(IntPtr box, int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern long kivx_box_GetQueued(IntPtr box, int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern long kivx_bigbox_GetQueued(IntPtr big, int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_sock_SetSendLimit(IntPtr box, int socket, long limit, zu_box_socket_fn on_full, IntPtr full_arg);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_box_SetSendLimit(IntPtr box, int socket, long limit, zu_box_socket_fn on_full, IntPtr full_arg);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_bigbox_SetSendLimit(IntPtr big, int socket, long limit, zu_box_socket_fn on_full, IntPtr full_arg);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_sock_SetDrained(IntPtr box, int socket, zu_box_socket_fn on_drained, IntPtr drained_arg);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_box_SetDrained(IntPtr box, int socket, zu_box_socket_fn on_drained, IntPtr drained_arg);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_bigbox_SetDrained(IntPtr big, int socket, zu_box_socket_fn on_drained, IntPtr drained_arg);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_sock_Shutdown(IntPtr box, int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_box_Shutdown(IntPtr box, int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_bigbox_Shutdown(IntPtr big, int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_sock_CloseAfterSend(IntPtr box, int socket, uint limit_ms, zu_box_socket_fn on_closed, IntPtr closed_arg);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_box_CloseAfterSend(IntPtr box, int socket, uint limit_ms, zu_box_socket_fn on_closed, IntPtr closed_arg);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_bigbox_CloseAfterSend(IntPtr big, int socket, uint limit_ms, zu_box_socket_fn on_closed, IntPtr closed_arg);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_sock_PauseRead(IntPtr box, int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_sock_ResumeRead(IntPtr box, int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_box_PauseRead(IntPtr box, int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_box_ResumeRead(IntPtr box, int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_bigbox_PauseRead(IntPtr big, int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_bigbox_ResumeRead(IntPtr big, int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_sock_GetLocal(int socket, IntPtr text, int size, IntPtr port);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_sock_set_keep_alive_times(int socket, int idle_s, int interval_s, int probes);
 
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
         public static extern IntPtr kiv_proto_new();

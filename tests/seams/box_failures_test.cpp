@@ -1,7 +1,10 @@
 // Boxes when memory runs out: every step fails cleanly and leaves no block and no socket behind.
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "kiv_base/base.h"
+#include "kiv_base/streams.h"
 #include "tests/event/box_events.h"
 #include "tests/seams/heap_seam.h"
 #include "tests/support/eventually.h"
@@ -66,6 +69,41 @@ TEST(BoxMemory, BigBoxesUndoWhatFails) {
   const std::string thread = "error: kivx_ThreadBox_create()->CreateThread() error!";
   EXPECT_TRUE(printed == thread ||
               printed == "kivx_ThreadBox_create()->CreateEvent() error!\n" + thread);
+}
+
+// All or none, whatever fails: what was taken arrives.
+void send_through_a_box() {
+  zu_box* box = zu_box_malloc();
+  auto [near, far] = tcp_pair();
+  const std::int32_t id = near.release();
+  if (zu_box_sock_AddRemoteTcpClient(box, id, nullptr, nullptr, nullptr, nullptr) < 0) {
+    zu_box_free(box);
+    return Socket(id).close();
+  }
+  constexpr int kBlock = 3000000;
+  const std::string block(kBlock, 'x');
+  const zu_sock_piece pieces[] = {{block.data(), kBlock}, {block.data(), kBlock}};
+  std::size_t taken = 0;
+  zu_box_sock_SetSendLimit(box, id, 100000000, nullptr, nullptr);
+  for (int i = 0; i < 2; ++i) {
+    taken += zu_box_sock_SendPieces(box, id, pieces, 2) == 1 ? 2 * kBlock : 0;
+    taken += zu_box_sock_Send(box, id, "y", 1) == 1 ? 1 : 0;
+  }
+  zu_box_sock_SendFile(box, id, "/dev/null", 0, -1);
+  const int paused = zu_box_sock_PauseRead(box, id);
+  EXPECT_EQ(zu_box_sock_ResumeRead(box, id), paused);
+  const int closes = zu_box_sock_CloseAfterSend(box, id, 60000, nullptr, nullptr);
+  std::thread reader([&, &from = far] {
+    EXPECT_EQ(closes == 1 ? from.receive_to_end().size() : taken, taken);
+    from.close();
+  });
+  zu_box_StartLoop(box);
+  reader.join();
+  zu_box_free(box);
+}
+
+TEST(BoxMemory, StreamsTakeAllOrNothing) {
+  EXPECT_SURVIVES_FAILING_ALLOCATIONS(8, send_through_a_box);
 }
 
 }  // namespace

@@ -58,6 +58,47 @@ class BigBoxRef : public Ref<kiv_bigbox> {
     return kivx_bigbox_write(socket, data.data(), data.size());
   }
 
+  // Streams, additions; see BoxRef.
+  bool send(SocketId client, Data data) const noexcept {
+    return kivx_bigbox_Send(object_, client, data.data(), data.size()) == 1;
+  }
+  bool send_pieces(SocketId client, std::span<const zu_sock_piece> pieces) const noexcept {
+    return kivx_bigbox_SendPieces(object_, client, pieces.data(), piece_count(pieces)) == 1;
+  }
+  bool send_file(SocketId client, TextRef path, std::int64_t offset = 0,
+                 std::int64_t length = -1) const noexcept {
+    return kivx_bigbox_SendFile(object_, client, path.c_str(), offset, length) == 1;
+  }
+  std::int64_t queued(SocketId client) const noexcept {
+    return kivx_bigbox_GetQueued(object_, client);
+  }
+  bool set_send_limit(SocketId client, std::int64_t limit,
+                      OnBigSocket on_full = nullptr) const noexcept {
+    return kivx_bigbox_SetSendLimit(object_, client, limit, on_full.function(),
+                                    on_full.argument()) == 1;
+  }
+  bool set_drained(SocketId client, OnBigSocket on_drained) const noexcept {
+    return kivx_bigbox_SetDrained(object_, client, on_drained.function(), on_drained.argument()) ==
+           1;
+  }
+  bool shutdown(SocketId client) const noexcept {
+    return kivx_bigbox_Shutdown(object_, client) == 1;
+  }
+  bool close_after_send(SocketId client, std::uint32_t limit_ms,
+                        OnBigSocket on_closed = nullptr) const noexcept {
+    return kivx_bigbox_CloseAfterSend(object_, client, limit_ms, on_closed.function(),
+                                      on_closed.argument()) == 1;
+  }
+  bool pause_read(SocketId client) const noexcept {
+    return kivx_bigbox_PauseRead(object_, client) == 1;
+  }
+  bool resume_read(SocketId client) const noexcept {
+    return kivx_bigbox_ResumeRead(object_, client) == 1;
+  }
+  std::int32_t reason(SocketId client) const noexcept {
+    return kivx_bigbox_GetReason(object_, client);
+  }
+
   // Releases a client, whose socket stays open, or closes a listener.
   void remove(SocketId socket) const noexcept { kiv_bigbox_DeleteSock(object_, socket); }
   // Closes a socket that the big box has released or rejected: the master adopts it and removes it.

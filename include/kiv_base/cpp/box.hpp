@@ -17,10 +17,12 @@
 #define KIV_BASE_CPP_BOX_HPP
 
 #include <cstdint>
+#include <span>
 
 #include "kiv_base/cpp/callback.hpp"
 #include "kiv_base/cpp/text.hpp"
 #include "kiv_base/event.h"
+#include "kiv_base/streams.h"
 
 namespace kiv {
 
@@ -100,6 +102,11 @@ struct ReadyKind {
     Call::on(argument);
   }
 };
+
+// What no interface can count is refused.
+inline std::int32_t piece_count(std::span<const zu_sock_piece> pieces) noexcept {
+  return Buffer::narrow(pieces.size());
+}
 
 using OnSocket = Callback<SocketKind<BoxRef>>;
 using OnRead = Callback<ReadKind<BoxRef>>;
@@ -214,6 +221,46 @@ class BoxRef : public Ref<kiv_box> {
   }
   std::int32_t read_from_unchecked(SocketId socket, Buffer to, Peer& from) const noexcept {
     return kivx_box_UdpRead(object_, socket, to.data(), to.size(), &from);
+  }
+
+  // Streams, additions (kiv_base/streams.h): all bytes or none, sent at once or queued; pausing;
+  // and ends that lose nothing.
+  bool send(SocketId socket, Data data) const noexcept {
+    return kivx_box_Send(object_, socket, data.data(), data.size()) == 1;
+  }
+  bool send_pieces(SocketId socket, std::span<const zu_sock_piece> pieces) const noexcept {
+    return kivx_box_SendPieces(object_, socket, pieces.data(), piece_count(pieces)) == 1;
+  }
+  bool send_file(SocketId socket, TextRef path, std::int64_t offset = 0,
+                 std::int64_t length = -1) const noexcept {
+    return kivx_box_SendFile(object_, socket, path.c_str(), offset, length) == 1;
+  }
+  std::int64_t queued(SocketId socket) const noexcept {
+    return kivx_box_GetQueued(object_, socket);
+  }
+  bool set_send_limit(SocketId socket, std::int64_t limit,
+                      OnSocket on_full = nullptr) const noexcept {
+    return kivx_box_SetSendLimit(object_, socket, limit, on_full.function(), on_full.argument()) ==
+           1;
+  }
+  bool set_drained(SocketId socket, OnSocket on_drained) const noexcept {
+    return kivx_box_SetDrained(object_, socket, on_drained.function(), on_drained.argument()) == 1;
+  }
+  bool shutdown(SocketId socket) const noexcept { return kivx_box_Shutdown(object_, socket) == 1; }
+  bool close_after_send(SocketId socket, std::uint32_t limit_ms,
+                        OnSocket on_closed = nullptr) const noexcept {
+    return kivx_box_CloseAfterSend(object_, socket, limit_ms, on_closed.function(),
+                                   on_closed.argument()) == 1;
+  }
+  bool pause_read(SocketId socket) const noexcept {
+    return kivx_box_PauseRead(object_, socket) == 1;
+  }
+  bool resume_read(SocketId socket) const noexcept {
+    return kivx_box_ResumeRead(object_, socket) == 1;
+  }
+  // Within a failure, close or closed callback.
+  std::int32_t reason(SocketId socket) const noexcept {
+    return kivx_box_GetReason(object_, socket);
   }
 
   // Wait for a socket that still belongs to the caller, and give one away without closing it.
