@@ -262,13 +262,13 @@ TYPED_TEST(Streams, CloseAfterSendLosesNothing) {
 // The connection breaks while bytes wait, read from or not.
 TYPED_TEST(Streams, ALostConnectionIsReportedWithItsReason) {
   using Of = TypeParam;
+  this->seen.then = [&](const Event& event) {
+    if (event.text[0] == 'e') this->close_near();
+  };
   for (const bool paused : {false, true}) {
     this->open();
     this->fill(4000);
     EXPECT_EQ(paused ? Of::pause(this->of.handle, this->near) : 1, 1);
-    this->seen.then = [&](const Event& event) {
-      if (event.text[0] == 'e') this->close_near();
-    };
     zu_sock_set_linger(this->far.id(), 0);
     this->far.close();
     this->seen.await(paused ? 2 : 1);
