@@ -257,7 +257,8 @@ void start_queue(zu_box& box, Socket& socket) {
 
 Served serve_closing(zu_box& box, Socket& socket, base::Guard& guard) {
   char ignored[8192];
-  const std::int32_t length = platform::socket_receive(socket.id, ignored, sizeof ignored);
+  const std::int32_t length = platform::socket_receive(
+      socket.id, ignored, sizeof ignored, platform::Waiting::never);
   if (length > 0) return Served::called;
   const std::int32_t error = length < 0 ? platform::last_error() : KIV_REASON_NONE;
   if (error == platform::kWouldBlock) return Served::nothing;

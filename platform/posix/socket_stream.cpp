@@ -35,7 +35,7 @@ std::int32_t socket_send_parts(std::int32_t socket, const Bytes* parts,
   message.msg_iov = pieces;
   message.msg_iovlen = static_cast<decltype(message.msg_iovlen)>(count);
   return static_cast<std::int32_t>(
-      uninterrupted([&] { return sendmsg(socket, &message, MSG_NOSIGNAL); }));
+      uninterrupted([&] { return sendmsg(socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT); }));
 }
 
 #if defined(__linux__)
