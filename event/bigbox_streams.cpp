@@ -113,3 +113,10 @@ int KIV_CALL kivx_bigbox_ResumeRead(kiv_bigbox* big, std::int32_t id) KIV_NOEXCE
 std::int32_t KIV_CALL kivx_bigbox_GetReason(kiv_bigbox* big, std::int32_t id) KIV_NOEXCEPT {
   return bigboxes().has(big) ? kivx_box_GetReason(box_of_this_thread(), id) : 0;
 }
+
+int KIV_CALL kivx_bigbox_SetIdleLimit(kiv_bigbox* big, std::int32_t id, std::uint32_t read_ms,
+                                      std::uint32_t write_ms) KIV_NOEXCEPT {
+  return result_on_client(big, "SetIdleLimit", id, [=](zu_box& raw, Socket& socket) {
+    return limit_silence(raw, socket, read_ms, write_ms);
+  });
+}

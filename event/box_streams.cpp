@@ -86,3 +86,17 @@ std::int32_t KIV_CALL zu_box_sock_GetReason(zu_box* box, std::int32_t id) KIV_NO
              ? box->current_reason.load(std::memory_order_relaxed)
              : 0;
 }
+
+int KIV_CALL zu_box_sock_SetConnectLimit(zu_box* box, std::int32_t id,
+                                         std::uint32_t limit_ms) KIV_NOEXCEPT {
+  return on_client(box, id, [=](zu_box& raw, Socket& socket) {
+    return limit_connecting(raw, socket, limit_ms);
+  });
+}
+
+int KIV_CALL zu_box_sock_SetIdleLimit(zu_box* box, std::int32_t id, std::uint32_t read_ms,
+                                      std::uint32_t write_ms) KIV_NOEXCEPT {
+  return on_client(box, id, [=](zu_box& raw, Socket& socket) {
+    return limit_silence(raw, socket, read_ms, write_ms);
+  });
+}

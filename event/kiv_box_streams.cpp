@@ -86,3 +86,17 @@ std::int32_t KIV_CALL kivx_box_GetReason(kiv_box* box, std::int32_t id) KIV_NOEX
     return is_own_thread(live) ? zu_box_sock_GetReason(live.raw, id) : 0;
   });
 }
+
+int KIV_CALL kivx_box_SetConnectLimit(kiv_box* box, std::int32_t id,
+                                      std::uint32_t limit_ms) KIV_NOEXCEPT {
+  return on_client(box, "SetConnectLimit", id, [=](zu_box& raw, Socket& socket) {
+    return limit_connecting(raw, socket, limit_ms);
+  });
+}
+
+int KIV_CALL kivx_box_SetIdleLimit(kiv_box* box, std::int32_t id, std::uint32_t read_ms,
+                                   std::uint32_t write_ms) KIV_NOEXCEPT {
+  return on_client(box, "SetIdleLimit", id, [=](zu_box& raw, Socket& socket) {
+    return limit_silence(raw, socket, read_ms, write_ms);
+  });
+}

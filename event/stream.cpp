@@ -81,12 +81,6 @@ bool end_now(Socket& socket) {
   return false;
 }
 
-Target target_of(const zu_box& box, const Socket& socket) {
-  Target target{box.handle, socket.close};
-  if (!socket.is_own()) find_client_target(socket, target);
-  return target;
-}
-
 // The loop finds a connection lost. A client of a big box still waits to read, and is reminded.
 Served serve_lost(zu_box& box, Socket& socket, std::int32_t error, base::Guard& guard) {
   abandon(box, socket);
@@ -131,6 +125,12 @@ void serve_notice(zu_box& box, Stream& stream, base::Guard& guard) {
 }
 
 }  // namespace
+
+Target target_of(const zu_box& box, const Socket& socket) {
+  Target target{box.handle, socket.close};
+  if (!socket.is_own()) find_client_target(socket, target);
+  return target;
+}
 
 Stream* stream_of(Socket& socket) {
   if (socket.stream != nullptr) return socket.stream;
@@ -196,6 +196,7 @@ Change close_after_send(zu_box& box, Socket& socket, std::uint32_t limit_ms,
   if (stream == nullptr || stream->is_closing) return {};
   stream->is_closing = true;
   stream->closed = closed;
+  stream->reading = stream->sending = {};
   set_limit(box, *stream, stream->closing, limit_ms);
   // Without a wait for reading, or if out of memory for one, nobody would see the peer's end.
   stream->peer_has_ended =
@@ -257,8 +258,8 @@ void start_queue(zu_box& box, Socket& socket) {
 
 Served serve_closing(zu_box& box, Socket& socket, base::Guard& guard) {
   char ignored[8192];
-  const std::int32_t length = platform::socket_receive(
-      socket.id, ignored, sizeof ignored, platform::Waiting::never);
+  const std::int32_t length =
+      platform::socket_receive(socket.id, ignored, sizeof ignored, platform::Waiting::never);
   if (length > 0) return Served::called;
   const std::int32_t error = length < 0 ? platform::last_error() : KIV_REASON_NONE;
   if (error == platform::kWouldBlock) return Served::nothing;

@@ -54,6 +54,9 @@ struct Stream {
   // Set with each transfer, and looked at now and then: no clock is asked for a transfer.
   bool has_received = false;
   bool has_sent = false;
+  Limit connecting;
+  Limit reading;
+  Limit sending;
   Limit closing;
 
   StreamLink notice_link;
@@ -112,6 +115,8 @@ struct Target {
   SocketHandler close;
 };
 bool find_client_target(const Socket& socket, Target& target);
+// What any socket is called back with.
+Target target_of(const zu_box& box, const Socket& socket);
 // Closes a client that is done and lets the big box forget it, without any lock held; false when
 // another thread was faster.
 bool close_done_client(void* big, std::int32_t socket);
@@ -141,6 +146,9 @@ void take_out(Stream& stream) {
   (link.next == nullptr ? link.list->last : (link.next->*Link).previous) = link.previous;
   link = {};
 }
+
+Change limit_connecting(zu_box& box, Socket& socket, std::uint32_t limit_ms);
+Change limit_silence(zu_box& box, Socket& socket, std::uint32_t read_ms, std::uint32_t write_ms);
 
 // Adds a reason to call the application; true when the loop is to be woken for it.
 bool notify(zu_box& box, Stream& stream, Notice notice);

@@ -1614,6 +1614,21 @@ namespace KivBase
         public static extern int kivx_bigbox_ResumeRead(IntPtr big, int socket);
 
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_sock_SetConnectLimit(IntPtr box, int socket, uint limit_ms);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_box_SetConnectLimit(IntPtr box, int socket, uint limit_ms);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_box_sock_SetIdleLimit(IntPtr box, int socket, uint read_ms, uint write_ms);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_box_SetIdleLimit(IntPtr box, int socket, uint read_ms, uint write_ms);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int kivx_bigbox_SetIdleLimit(IntPtr big, int socket, uint read_ms, uint write_ms);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
         public static extern int zu_sock_GetLocal(int socket, IntPtr text, int size, IntPtr port);
 
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]

@@ -170,6 +170,29 @@ KIV_API int KIV_CALL kivx_box_ResumeRead(kiv_box* box, int32_t socket) KIV_NOEXC
 KIV_API int KIV_CALL kivx_bigbox_PauseRead(kiv_bigbox* big, int32_t socket) KIV_NOEXCEPT;
 KIV_API int KIV_CALL kivx_bigbox_ResumeRead(kiv_bigbox* big, int32_t socket) KIV_NOEXCEPT;
 
+/* ---- Time ---------------------------------------------------------------------------------------
+ * Limits cost nothing for each event, and may end late, by an eighth of them. 0 ends a limit. They
+ * hold even while other sockets delay the timers of the box.
+ */
+
+/* Limits the time that a socket takes to connect, from now on: after `limit_ms` the failure
+ * callback is called with KIV_REASON_TIMED_OUT. 0 for a socket that is not connecting. */
+KIV_API int KIV_CALL zu_box_sock_SetConnectLimit(zu_box* box, int32_t socket,
+                                                 uint32_t limit_ms) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_box_SetConnectLimit(kiv_box* box, int32_t socket,
+                                              uint32_t limit_ms) KIV_NOEXCEPT;
+
+/* Limits silence: `read_ms` without a byte from the peer while reading is on, `write_ms` in which
+ * the queue makes no progress. After either, both limits end, reading ends (for a client of a big
+ * box it is paused), and the close callback is called with KIV_REASON_TIMED_OUT; a queue that
+ * stands still is discarded. */
+KIV_API int KIV_CALL zu_box_sock_SetIdleLimit(zu_box* box, int32_t socket, uint32_t read_ms,
+                                              uint32_t write_ms) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_box_SetIdleLimit(kiv_box* box, int32_t socket, uint32_t read_ms,
+                                           uint32_t write_ms) KIV_NOEXCEPT;
+KIV_API int KIV_CALL kivx_bigbox_SetIdleLimit(kiv_bigbox* big, int32_t socket, uint32_t read_ms,
+                                              uint32_t write_ms) KIV_NOEXCEPT;
+
 /* ---- Names and options, by id -------------------------------------------------------------------
  */
 

@@ -191,7 +191,12 @@ void Poller::wait(const std::int64_t* timeout_us) noexcept {
     any = true;
   }
   self.found = 0;
-  if (!any) return;  // the system rejects an empty wait
+  if (!any) {  // all are paused, and select() fails for empty sets
+    constexpr std::int64_t kMostMs = 10;  // then one may have been resumed
+    const std::int64_t ms = timeout_us == nullptr ? kMostMs : *timeout_us / 1000;
+    Sleep(static_cast<DWORD>(std::clamp<std::int64_t>(ms, 0, kMostMs)));
+    return;
+  }
   timeval timeout = limited(timeout_us == nullptr ? 0 : *timeout_us);
   self.found = select(0, sets[0], sets[1], sets[2], timeout_us == nullptr ? nullptr : &timeout);
   if (self.found < 0) self.error = WSAGetLastError();

@@ -26,6 +26,7 @@ struct OfBox {
   static constexpr auto shutdown = kivx_box_Shutdown;
   static constexpr auto close = kivx_box_CloseAfterSend;
   static constexpr auto pause = kivx_box_PauseRead;
+  static constexpr auto set_idle = kivx_box_SetIdleLimit;
   static constexpr auto resume = kivx_box_ResumeRead;
   static constexpr auto remove = kiv_box_DeleteSock;
 
@@ -49,6 +50,7 @@ struct OfBigBox {
   static constexpr auto shutdown = kivx_bigbox_Shutdown;
   static constexpr auto close = kivx_bigbox_CloseAfterSend;
   static constexpr auto pause = kivx_bigbox_PauseRead;
+  static constexpr auto set_idle = kivx_bigbox_SetIdleLimit;
   static constexpr auto resume = kivx_bigbox_ResumeRead;
   static constexpr auto remove = kiv_bigbox_DeleteSock;
 
@@ -278,6 +280,23 @@ TYPED_TEST(Streams, ALostConnectionIsReportedWithItsReason) {
   EXPECT_EQ(this->lines(), Lines(2, "end: connection reset"));
 }
 
+TYPED_TEST(Streams, SilenceIsLimitedForReadingAndForSending) {
+  using Of = TypeParam;
+  for (const bool sending : {false, true}) {
+    this->open();
+    if (sending) this->fill(4000);
+    const std::size_t before = this->lines().size();
+    EXPECT_EQ(Of::set_idle(this->of.handle, this->near, sending ? 0 : 40, sending ? 40 : 0), 1);
+    this->seen.await(before + 1);
+    EXPECT_EQ(this->lines().back(), "end: timed out");
+    EXPECT_EQ(Of::queued(this->of.handle, this->near), 0);
+    EXPECT_EQ(this->send("x"), sending ? 0 : 1) << "an answer can still be given";
+    EXPECT_EQ(Of::close(this->of.handle, this->near, 60000, nullptr, nullptr), 1);
+    this->far.close();
+    EXPECT_TRUE(eventually([&] { return !this->of.has(this->near); }));
+  }
+}
+
 // Each thread's messages arrive in its order, whatever the others do.
 TYPED_TEST(Streams, ForeignThreadsSendPauseAndResume) {
   using Of = TypeParam;
@@ -385,6 +404,24 @@ TEST(RawStreams, AClientSendsWhatItQueuedWhileConnecting) {
   zu_box_StartLoop(raw.box);  // ends with the last socket
   EXPECT_EQ(raw.lines,
             (Lines{"c: no error", "d: no error", "answer", "e: end of stream", "z: no error"}));
+}
+
+TEST(RawStreams, ConnectingIsLimited) {
+  Raw raw;
+  // With its queue full a listener answers nobody, or, on Windows, refuses.
+  const std::int32_t listener = zu_box_sock_AddLocalTcpServer(raw.box, nullptr, 0, {}, {});
+  EXPECT_EQ(zu_box_sock_SetBacklog(raw.box, listener, 1), 1);
+  EXPECT_EQ(zu_box_sock_PauseRead(raw.box, listener), 1);
+  raw.then = [&](const std::string& line, std::int32_t) {
+    if (line[0] == 'f') zu_box_BreakLoop(raw.box);
+  };
+  for (int i = 0; i < 5; ++i) {
+    const std::int32_t id = raw.connect(port_of(listener));
+    EXPECT_EQ(zu_box_sock_SetConnectLimit(raw.box, id, 100), 1);
+  }
+  EXPECT_EQ(zu_box_sock_SetConnectLimit(raw.box, listener, 100), 0);
+  zu_box_StartLoop(raw.box);
+  EXPECT_TRUE(raw.lines.back() == "f: timed out" || raw.lines.back() == "f: connection refused");
 }
 
 TEST(RawStreams, AnImportForWritingAndAQueueExcludeEachOther) {

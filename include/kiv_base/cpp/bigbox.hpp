@@ -89,6 +89,10 @@ class BigBoxRef : public Ref<kiv_bigbox> {
     return kivx_bigbox_CloseAfterSend(object_, client, limit_ms, on_closed.function(),
                                       on_closed.argument()) == 1;
   }
+  bool set_idle_limit(SocketId client, std::uint32_t read_ms,
+                      std::uint32_t write_ms) const noexcept {
+    return kivx_bigbox_SetIdleLimit(object_, client, read_ms, write_ms) == 1;
+  }
   bool pause_read(SocketId client) const noexcept {
     return kivx_bigbox_PauseRead(object_, client) == 1;
   }

@@ -252,6 +252,13 @@ class BoxRef : public Ref<kiv_box> {
     return kivx_box_CloseAfterSend(object_, socket, limit_ms, on_closed.function(),
                                    on_closed.argument()) == 1;
   }
+  bool set_connect_limit(SocketId socket, std::uint32_t limit_ms) const noexcept {
+    return kivx_box_SetConnectLimit(object_, socket, limit_ms) == 1;
+  }
+  bool set_idle_limit(SocketId socket, std::uint32_t read_ms,
+                      std::uint32_t write_ms) const noexcept {
+    return kivx_box_SetIdleLimit(object_, socket, read_ms, write_ms) == 1;
+  }
   bool pause_read(SocketId socket) const noexcept {
     return kivx_box_PauseRead(object_, socket) == 1;
   }
