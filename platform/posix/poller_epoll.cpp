@@ -85,7 +85,7 @@ struct Poller::Backend {
   int epoll = -1;  // -1: waits with poll()
   std::uint32_t forked = forks.load(std::memory_order_relaxed);
   std::uint32_t passes_to_try = 0;
-  std::uint32_t files = 0;  // watched, and always ready
+  std::uint32_t files = 0;  // watched; always ready to be read and written
   int found = 0;
   bool is_busy = false;      // something was ready before the wait
   std::uint32_t passes = 0;  // since the last sweep
@@ -291,9 +291,10 @@ bool Poller::begin_wait() noexcept {
     self.watches.begin_poll();
     return true;
   }
+  if (self.files > 0) self.set_files_ready();
   self.is_busy = self.watches.any_ready();
   self.plan_sweep();
-  if (self.files > 0 || !self.watches.dead.empty()) self.is_busy = true;
+  if (!self.watches.dead.empty()) self.is_busy = true;
   return !self.is_busy;
 }
 
@@ -323,7 +324,6 @@ Poller::Result Poller::end_wait() noexcept {
       self.found = std::max(epoll_wait(self.epoll, self.events, kBatch, 0), 0);
       self.take_events();
     }
-    if (self.files > 0) self.set_files_ready();
   }
   if (!self.watches.dead.empty()) return Result::dead_socket;
   return self.watches.any_ready() ? Result::ready : Result::timed_out;
