@@ -1,39 +1,77 @@
-// Memory from _zu_malloc, and objects with a function that frees them, with one owner.
+// Memory of the process heap, and objects in it, with one owner.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
+#include <new>
+#include <utility>
 
 #include "kiv_base/base.h"
+#include "platform/heap.h"
 
 namespace kiv::base {
 
-template <typename T>
-class Owned {
- public:
-  Owned() = default;
-  explicit Owned(T* memory) : memory_(memory) {}
-  ~Owned() { _zu_free(memory_); }
+// Returns null if the size is no positive int32 or if out of memory.
+inline void* allocate(std::size_t size) noexcept {
+  return size - 1 < static_cast<std::size_t>(INT32_MAX) ? platform::heap_alloc(size) : nullptr;
+}
 
-  Owned(Owned&& other) noexcept : memory_(other.release()) {}
-  Owned& operator=(Owned&& other) noexcept {
+inline void deallocate(void* memory) noexcept {
+  if (memory != nullptr) platform::heap_free(memory);
+}
+
+template <typename T>
+void destroy(T* object) noexcept {
+  if (object != nullptr) object->~T();
+  deallocate(object);
+}
+
+struct Destroy {
+  template <typename T>
+  void operator()(T* object) const noexcept {
+    destroy(object);
+  }
+};
+
+template <typename T>
+using Made = std::unique_ptr<T, Destroy>;
+
+// Allocates and constructs an object; null if out of memory.
+template <typename T, typename... Arguments>
+Made<T> make(Arguments&&... arguments) noexcept {
+  void* const memory = allocate(sizeof(T));
+  return Made<T>(memory == nullptr ? nullptr
+                                   : new (memory) T{std::forward<Arguments>(arguments)...});
+}
+
+// Storage in which nothing is constructed or destroyed.
+template <typename T>
+class RawStorage {
+ public:
+  RawStorage() = default;
+  explicit RawStorage(T* memory) : memory_(memory) {}
+  ~RawStorage() { deallocate(memory_); }
+
+  RawStorage(RawStorage&& other) noexcept : memory_(other.release()) {}
+  RawStorage& operator=(RawStorage&& other) noexcept {
     reset(other.release());
     return *this;
   }
-  Owned(const Owned&) = delete;
-  Owned& operator=(const Owned&) = delete;
+  RawStorage(const RawStorage&) = delete;
+  RawStorage& operator=(const RawStorage&) = delete;
 
   // Storage for `count` objects, not initialised; empty when the size is not an int32 or if out of
   // memory.
-  static Owned allocate(std::size_t count = 1) {
-    if (count > static_cast<std::size_t>(INT32_MAX) / sizeof(T)) return Owned();
-    return Owned(static_cast<T*>(_zu_malloc(static_cast<std::int32_t>(count * sizeof(T)))));
+  static RawStorage allocate(std::size_t count = 1) {
+    if (count > static_cast<std::size_t>(INT32_MAX) / sizeof(T)) return RawStorage();
+    return RawStorage(static_cast<T*>(base::allocate(count * sizeof(T))));
   }
 
   // The same, zeroed.
-  static Owned allocate_zeroed(std::size_t count = 1) {
-    Owned made = allocate(count);
+  static RawStorage allocate_zeroed(std::size_t count = 1) {
+    RawStorage made = allocate(count);
     if (made) std::memset(static_cast<void*>(made.get()), 0, count * sizeof(T));
     return made;
   }
@@ -52,7 +90,7 @@ class Owned {
   }
 
   void reset(T* memory = nullptr) {
-    if (memory != memory_) _zu_free(memory_);
+    if (memory != memory_) deallocate(memory_);
     memory_ = memory;
   }
 
@@ -60,10 +98,13 @@ class Owned {
   T* memory_ = nullptr;
 };
 
+template <typename T>
+using Owned = RawStorage<T>;
+
 // Returns a terminated copy of `length` bytes; empty if out of memory.
-inline Owned<char> copy_text(const char* text, std::size_t length) {
+inline RawStorage<char> copy_text(const char* text, std::size_t length) {
   if (length >= static_cast<std::size_t>(INT32_MAX)) return {};
-  auto copy = Owned<char>::allocate(length + 1);
+  auto copy = RawStorage<char>::allocate(length + 1);
   if (!copy) return copy;
   std::memcpy(copy.get(), text, length);
   copy[length] = '\0';

@@ -30,8 +30,7 @@ void tear_down(kiv_bigbox& big) {
   for (std::int32_t i = 0; i < big.slave_count; ++i) {
     end_thread_box(big.slaves[i].box, big.slaves[i].thread);
   }
-  _zu_free(big.slaves);
-  big.slaves = nullptr;
+  big.slaves.reset();
   big.slave_count = 0;
   end_thread_box(big.master, big.master_thread);
   big.master = nullptr;
@@ -48,24 +47,24 @@ bool add_slave(kiv_bigbox& big) {
 }
 
 bool fill(kiv_bigbox& big, std::int32_t slaves) {
-  big.slaves = base::Owned<Slave>::allocate(static_cast<std::size_t>(slaves)).release();
-  if (big.slaves == nullptr) return false;
+  big.slaves = base::RawStorage<Slave>::allocate(static_cast<std::size_t>(slaves));
+  if (!big.slaves) return false;
   big.master = kivx_ThreadBox_create();
   if (big.master == nullptr) return false;
   big.master_thread = kivx_box_GetThreadId(big.master);
   while (big.slave_count < slaves) {
     if (!add_slave(big)) return false;
   }
-  std::sort(big.slaves, big.slaves + slaves,
+  std::sort(big.slaves.get(), big.slaves.get() + slaves,
             [](const Slave& a, const Slave& b) { return a.thread < b.thread; });
   return true;
 }
 
 kiv_box* slave_box_of_this_thread(const kiv_bigbox& big) {
   const std::int32_t thread = platform::current_thread_id();
-  const Slave* const end = big.slaves + big.slave_count;
+  const Slave* const end = big.slaves.get() + big.slave_count;
   const Slave* const slave = std::lower_bound<const Slave*>(
-      big.slaves, end, thread, [](const Slave& a, std::int32_t id) { return a.thread < id; });
+      big.slaves.get(), end, thread, [](const Slave& a, std::int32_t id) { return a.thread < id; });
   return slave != end && slave->thread == thread ? slave->box : nullptr;
 }
 

@@ -46,7 +46,7 @@ struct kiv_bigbox : kiv::event::HandleRecord {
   kiv_box* master = nullptr;
   std::int32_t master_thread = 0;
   kiv::event::IdMap<kiv::event::Listener> listeners;
-  kiv::event::Slave* slaves = nullptr;  // in the order of their thread ids
+  kiv::base::RawStorage<kiv::event::Slave> slaves;  // in the order of their thread ids
   std::int32_t slave_count = 0;
   kiv::event::IdMap<kiv::event::Client> clients;
   std::int32_t max_clients = 0;

@@ -1,6 +1,4 @@
 // The clients of a big box: how they come, how they are spread over the slaves, how they go.
-#include <new>
-
 #include "base/owned.h"
 #include "event/bigbox.h"
 #include "event/stream.h"
@@ -78,22 +76,21 @@ template <typename SetHandlers>
 bool add_client(kiv_bigbox& big, std::int32_t socket, const Peer& peer, Kind kind,
                 SetHandlers set) {
   Slave* const slave = least_loaded_slave(big);
-  auto memory = base::Owned<Client>::allocate();
+  auto client = base::make<Client>(&big, slave, socket);
   // A read or write that blocks would stop the slave, or delay who deletes the client.
-  if (slave == nullptr || !memory || platform::socket_set_blocking(socket, false) != 0) {
+  if (slave == nullptr || !client || platform::socket_set_blocking(socket, false) != 0) {
     return false;
   }
-  auto* const client = new (memory.get()) Client{&big, slave, socket};
   zu_strncpy(client->peer_ip, peer.ip, kPeerText - 1);
   client->peer_port = peer.port;
   set(*client);
-  if (!big.clients.insert(socket, client)) return false;
+  if (!big.clients.insert(socket, client.get())) return false;
   if (!start_wait(*client, kind)) {
     big.clients.erase(socket);
     return false;
   }
   ++slave->client_count;
-  (void)memory.release();
+  (void)client.release();
   return true;
 }
 
@@ -170,7 +167,7 @@ void release_client(Client& client) {
   stop_wait(client, Kind::read);
   stop_wait(client, Kind::write);
   if (is_closing) platform::socket_close(client.socket);
-  _zu_free(&client);
+  base::destroy(&client);
 }
 
 bool close_done_client(void* big, std::int32_t socket) {

@@ -1,6 +1,4 @@
 // The listening sockets of a big box, and who is let in.
-#include <new>
-
 #include "base/owned.h"
 #include "event/bigbox.h"
 #include "event/ip_text.h"
@@ -12,15 +10,15 @@ namespace {
 
 void forget(kiv_bigbox& big, Listener& listener) {
   big.listeners.erase(listener.socket);
-  _zu_free(&listener);
+  base::destroy(&listener);
 }
 
 bool take_in(kiv_bigbox& big, std::int32_t socket, const AcceptHandler& accept) {
   // One that was closed without the knowledge of the big box may have left its number.
   if (Listener* const stale = big.listeners.find(socket)) forget(big, *stale);
-  auto memory = base::Owned<Listener>::allocate();
-  if (!memory || !big.listeners.insert(socket, memory.get())) return false;
-  new (memory.release()) Listener{socket, accept};
+  auto listener = base::make<Listener>(socket, accept);
+  if (!listener || !big.listeners.insert(socket, listener.get())) return false;
+  (void)listener.release();
   return true;
 }
 
@@ -42,7 +40,7 @@ void KIV_CALL let_in(void*, void* argument, std::int32_t listener, std::int32_t 
                      const char* peer_ip, std::uint16_t peer_port) {
   auto* const big = static_cast<kiv_bigbox*>(argument);
   const AcceptHandler receiver = receiver_of(big, listener);
-  if (receiver.callback == nullptr) {
+  if (receiver.function == nullptr) {
     platform::socket_close(socket);
     return;
   }
@@ -80,7 +78,7 @@ void delete_on_master(kiv_bigbox& big, std::int32_t socket) {
 
 void release_listener(kiv_bigbox& big, Listener& listener) {
   delete_on_master(big, listener.socket);
-  _zu_free(&listener);
+  base::destroy(&listener);
 }
 
 }  // namespace kiv::event

@@ -34,9 +34,7 @@ bool open(zu_box& box) {
 void end(zu_box* box, Fate fate) {
   box->~zu_box();
   new (box) zu_box;
-  if (fate == Fate::destroy) return;
-  box->~zu_box();
-  _zu_free(box);
+  if (fate == Fate::free) base::destroy(box);
 }
 
 // The loop still needs the box that one of its callbacks ends: its own end then does the rest.
@@ -88,23 +86,18 @@ zu_box::~zu_box() {
   sockets.for_each([](Socket& socket) {
     if (is_to_close(socket)) close_own(socket);
     drop_stream(socket);
-    _zu_free(&socket);
+    kiv::base::destroy(&socket);
   });
-  timers.for_each([](Timer& timer) { _zu_free(&timer); });
+  timers.for_each([](Timer& timer) { kiv::base::destroy(&timer); });
   if (was_live) kiv::platform::network_stop();
 }
 
 zu_box* KIV_CALL zu_box_mallocx(std::uintptr_t lock) KIV_NOEXCEPT {
-  auto memory = kiv::base::Owned<zu_box>::allocate();
-  if (!memory) return nullptr;
-  auto* const box = new (memory.get()) zu_box;
-  if (!open(*box)) {
-    box->~zu_box();
-    return nullptr;
-  }
+  auto box = kiv::base::make<zu_box>();
+  if (!box || !open(*box)) return nullptr;
   box->lock = reinterpret_cast<zu_sem*>(lock);
-  box->handle = box;
-  return memory.release();
+  box->handle = box.get();
+  return box.release();
 }
 
 zu_box* KIV_CALL zu_box_malloc(void) KIV_NOEXCEPT {

@@ -107,7 +107,7 @@ Served serve_accept(zu_box& box, Socket& socket, Kind, base::Guard& guard) {
   const AcceptHandler accept = socket.accept;
   void* const handle = box.handle;
   guard.unlock();
-  if (accept.callback == nullptr) {
+  if (accept.function == nullptr) {
     platform::socket_close(client);
     return Served::called;
   }

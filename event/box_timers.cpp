@@ -1,6 +1,4 @@
 // The timers of a raw box.
-#include <new>
-
 #include "base/owned.h"
 #include "base/random.h"
 #include "event/raw_box.h"
@@ -33,18 +31,17 @@ std::int32_t unused_id(const zu_box& box) {
 }
 
 std::int32_t add_timer(zu_box* box, const Schedule& schedule, const TimerHandler& handler) {
-  if (!is_usable(box) || handler.callback == nullptr || schedule.interval_ms == 0 ||
+  if (!is_usable(box) || handler.function == nullptr || schedule.interval_ms == 0 ||
       schedule.limit < 1) {
     return -1;
   }
-  auto memory = base::Owned<Timer>::allocate();
-  if (!memory || !box->schedule.reserve()) return -1;
+  auto timer = base::make<Timer>();
+  if (!timer || !box->schedule.reserve()) return -1;
   const std::int32_t id = unused_id(*box);
-  if (id < 0 || !box->timers.insert(id, memory.get())) return -1;
+  if (id < 0 || !box->timers.insert(id, timer.get())) return -1;
   const std::int64_t due_us = platform::steady_us() + microseconds(schedule.interval_ms);
-  auto* const timer = new (memory.release())
-      Timer{id, 0, handler, due_us, schedule.interval_ms, schedule.kind, schedule.limit};
-  box->schedule.add(*timer);
+  *timer = {id, 0, handler, due_us, schedule.interval_ms, schedule.kind, schedule.limit};
+  box->schedule.add(*timer.release());
   return id;
 }
 
@@ -112,7 +109,7 @@ void KIV_CALL zu_box_timer_Delete(zu_box* box, std::int32_t timer) KIV_NOEXCEPT 
   if (known == nullptr) return;
   box->schedule.remove(*known);
   box->timers.erase(timer);
-  _zu_free(known);
+  kiv::base::destroy(known);
 }
 
 void KIV_CALL zu_box_timer_DeleteThis(zu_box* box) KIV_NOEXCEPT {

@@ -8,7 +8,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <new>
 
 #include "base/lock.h"
 #include "base/owned.h"
@@ -96,9 +95,8 @@ class Handles {
 
   bool grow() {
     if (!grow_table()) return false;
-    auto memory = base::Owned<Record>::allocate();
-    if (!memory) return false;
-    auto* const made = new (memory.release()) Record;
+    Record* const made = base::make<Record>().release();
+    if (made == nullptr) return false;
     made->next = first_;
     made->next_free = nullptr;
     first_ = free_ = made;
@@ -128,12 +126,11 @@ class Handles {
     while (first_ != nullptr) {
       auto* const record = static_cast<Record*>(first_);
       first_ = record->next;
-      record->~Record();
-      _zu_free(record);
+      base::destroy(record);
     }
     for (Table* table = table_.exchange(nullptr); table != nullptr;) {
       Table* const older = table->older;
-      _zu_free(table);
+      base::deallocate(table);
       table = older;
     }
   }

@@ -11,7 +11,7 @@ template <typename Record>
 class IdMap {
  public:
   IdMap() = default;
-  ~IdMap() { _zu_free(slots_); }
+  ~IdMap() = default;
   IdMap(const IdMap&) = delete;
   IdMap& operator=(const IdMap&) = delete;
 
@@ -50,8 +50,7 @@ class IdMap {
 
   // Forgets all ids; the records are the caller's.
   void clear() {
-    _zu_free(slots_);
-    slots_ = nullptr;
+    slots_.reset();
     capacity_ = count_ = 0;
   }
 
@@ -88,19 +87,17 @@ class IdMap {
 
   bool grow() {
     const std::uint32_t larger = capacity_ == 0 ? kFirstCapacity : capacity_ * 2;
-    auto fresh = base::Owned<Slot>::allocate_zeroed(larger);
-    if (!fresh) return false;
-    const base::Owned<Slot> old(slots_);
-    const std::uint32_t old_capacity = capacity_;
-    slots_ = fresh.release();
-    capacity_ = larger;
+    auto old = base::RawStorage<Slot>::allocate_zeroed(larger);
+    if (!old) return false;
+    std::swap(old, slots_);
+    const std::uint32_t old_capacity = std::exchange(capacity_, larger);
     for (std::uint32_t i = 0; i < old_capacity; ++i) {
       if (old[i].record != nullptr) slots_[slot_of(old[i].id)] = old[i];
     }
     return true;
   }
 
-  Slot* slots_ = nullptr;
+  base::RawStorage<Slot> slots_;
   std::uint32_t capacity_ = 0;  // a power of two, or 0
   std::uint32_t count_ = 0;
 };

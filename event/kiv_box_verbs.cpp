@@ -4,7 +4,7 @@ namespace kiv::event {
 namespace {
 
 bool is_adopted_with(const Socket& socket, const ReadHandler& read) {
-  return socket.kind == SocketKind::remote_tcp_client && socket.read.callback == read.callback &&
+  return socket.kind == SocketKind::remote_tcp_client && socket.read.function == read.function &&
          socket.read.argument == read.argument;
 }
 

@@ -1,7 +1,5 @@
 #include "event/post_queue.h"
 
-#include <new>
-
 #include "base/owned.h"
 
 namespace kiv::event {
@@ -9,14 +7,13 @@ namespace kiv::event {
 PostQueue::~PostQueue() {
   while (Post* const taken = take()) {
     if (taken->release != nullptr) taken->release(taken->argument);
-    _zu_free(taken);
+    base::destroy(taken);
   }
 }
 
 PostQueue::Added PostQueue::add(const Post& post) noexcept {
-  auto memory = base::Owned<Post>::allocate();
-  if (!memory) return Added::refused;
-  Post* const added = new (memory.release()) Post(post);
+  Post* const added = base::make<Post>(post).release();
+  if (added == nullptr) return Added::refused;
   const base::Guard guard(lock_);
   ++count_;
   if (!empty()) {

@@ -4,6 +4,7 @@
 #include <atomic>
 
 #include "base/lock.h"
+#include "base/owned.h"
 #include "kiv_base/event.h"
 
 namespace kiv::event {
@@ -30,7 +31,7 @@ class PostQueue {
   enum class Added { refused, first, behind_others };
   // `first` tells that nobody has woken the loop for those that wait; refused if out of memory.
   Added add(const Post& post) noexcept;
-  // Takes the oldest out; null when there is none. The caller frees it with _zu_free.
+  // Takes the oldest out; null when there is none. The caller destroys it.
   Post* take() noexcept;
   // Runs what has been posted so far, in its order, until `stop()`.
   template <typename Stop>
@@ -38,7 +39,7 @@ class PostQueue {
     for (std::uint32_t left = count(); left > 0 && !stop(); --left) {
       Post* const taken = take();
       const Post post = *taken;
-      _zu_free(taken);
+      base::destroy(taken);
       post.run(post.handle, post.argument);
     }
   }

@@ -14,23 +14,23 @@ constexpr std::uint32_t kAllTaken = (1U << kBuffers) - 1;
 
 struct Pool {
   base::StaticLock lock;
-  char* memory = nullptr;
+  base::RawStorage<char> memory;
   std::uint32_t taken = 0;  // a bit for each buffer
   bool is_retired = false;
 
   char* take() {
     const base::Guard guard(lock);
-    if (memory == nullptr) memory = base::Owned<char>::allocate(kBytes * kBuffers).release();
+    if (!memory) memory = base::RawStorage<char>::allocate(kBytes * kBuffers);
     is_retired = false;
-    if (memory == nullptr || taken == kAllTaken) return nullptr;
+    if (!memory || taken == kAllTaken) return nullptr;
     const auto free = static_cast<std::uint32_t>(std::countr_one(taken));
     taken |= 1U << free;
-    return memory + free * kBytes;
+    return &memory[free * kBytes];
   }
 
   void give_back(const char* buffer) {
     const base::Guard guard(lock);
-    taken &= ~(1U << static_cast<std::uint32_t>(buffer - memory) / kBytes);
+    taken &= ~(1U << static_cast<std::uint32_t>(buffer - memory.get()) / kBytes);
     free_if_idle();
   }
 
@@ -42,9 +42,7 @@ struct Pool {
 
   // A shut-down must not take the memory from under the reads that go on.
   void free_if_idle() {
-    if (!is_retired || taken != 0) return;
-    _zu_free(memory);
-    memory = nullptr;
+    if (is_retired && taken == 0) memory.reset();
   }
 };
 

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
-#include <new>
 
 #include "base/owned.h"
 #include "event/raw_box.h"
@@ -27,7 +26,7 @@ platform::Kinds kinds_of(const Socket& socket) {
 void forget(zu_box& box, Socket& socket) {
   box.sockets.erase(socket.id);
   drop_stream(socket);
-  _zu_free(&socket);
+  base::destroy(&socket);
 }
 
 void drop_wait(zu_box& box, Kind kind, Socket& socket) {
@@ -46,9 +45,8 @@ bool keep_or_forget(zu_box& box, Socket& socket) {
 
 Socket* find_or_make(zu_box& box, std::int32_t socket) {
   if (Socket* const known = box.sockets.find(socket)) return known;
-  auto memory = base::Owned<Socket>::allocate();
-  if (!memory || !box.sockets.insert(socket, memory.get())) return nullptr;
-  return new (memory.release()) Socket{socket, 0};
+  auto made = base::make<Socket>(socket);
+  return made && box.sockets.insert(socket, made.get()) ? made.release() : nullptr;
 }
 
 void print_dead(std::int32_t socket) {

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "base/owned.h"
-
 namespace kiv::event {
 namespace {
 
@@ -12,18 +10,13 @@ constexpr std::uint32_t kFirstCapacity = 8;
 
 }  // namespace
 
-TimerHeap::~TimerHeap() {
-  _zu_free(entries_);
-}
-
 bool TimerHeap::reserve() noexcept {
   if (count_ < capacity_) return true;
   const std::uint32_t larger = std::max(kFirstCapacity, capacity_ * 2);
-  auto fresh = base::Owned<Entry>::allocate(larger);
+  auto fresh = base::RawStorage<Entry>::allocate(larger);
   if (!fresh) return false;
-  std::copy_n(entries_, count_, fresh.get());
-  _zu_free(entries_);
-  entries_ = fresh.release();
+  std::copy_n(entries_.get(), count_, fresh.get());
+  entries_ = std::move(fresh);
   capacity_ = larger;
   return true;
 }

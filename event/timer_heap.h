@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "base/owned.h"
 #include "event/handler.h"
 
 namespace kiv::event {
@@ -28,7 +29,7 @@ struct Timer {
 class TimerHeap {
  public:
   TimerHeap() = default;
-  ~TimerHeap();
+  ~TimerHeap() = default;
   TimerHeap(const TimerHeap&) = delete;
   TimerHeap& operator=(const TimerHeap&) = delete;
 
@@ -62,7 +63,7 @@ class TimerHeap {
   void sink(std::uint32_t place, const Entry& entry) noexcept;
   void settle(std::uint32_t place, const Entry& entry) noexcept;
 
-  Entry* entries_ = nullptr;
+  base::RawStorage<Entry> entries_;
   std::uint32_t count_ = 0;
   std::uint32_t capacity_ = 0;
   std::uint64_t scheduled_ = 0;

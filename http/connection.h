@@ -4,23 +4,14 @@
 
 #include <cstdint>
 
+#include "base/callback.h"
 #include "base/kiv_sem.h"
 #include "kiv_base/event.h"
 #include "platform/socket.h"
 
 namespace kiv::http {
 
-// An application's callback and the argument that comes first; a missing one is omitted.
-template <typename Function>
-struct Callback {
-  Function function;
-  void* user;
-
-  template <typename... Arguments>
-  void operator()(Arguments... arguments) const {
-    if (function != nullptr) function(user, arguments...);
-  }
-};
+using base::Callback;
 
 // Looks a host up for a box that lives, which may take seconds: never under a lock. False for what
 // a TCP client of the box refuses.
@@ -37,9 +28,9 @@ struct Handlers {
 };
 
 struct Connection {
-  kiv_box* box;
-  std::int32_t socket;  // -1: none
-  std::int32_t timer;   // -1: none
+  kiv_box* box = nullptr;
+  std::int32_t socket = -1;  // -1: none
+  std::int32_t timer = -1;   // -1: none
 
   // Starts to connect; the handlers get the object that this is part of. The caller holds the
   // object's lock, so that they wait until all is set up.

@@ -2,7 +2,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <type_traits>
 
 #include "base/ascii.h"
 #include "base/base64.h"
@@ -41,7 +40,6 @@ struct kiv_proxy_http {
   std::int32_t answer_length;
   std::int32_t established;
 };
-static_assert(std::is_standard_layout_v<kiv_proxy_http>);
 
 namespace kiv::http {
 namespace {
@@ -114,7 +112,7 @@ void fail(Tunnel& tunnel) {
   const auto on_failure = tunnel->on_failure;
   const std::int32_t socket = tunnel->connection.release();
   tunnel.unlock();
-  on_failure(socket);
+  on_failure.call(socket);
 }
 
 // deliberate: one byte a read until the answer has ended, so that what follows it, which may be the
@@ -140,7 +138,7 @@ void KIV_CALL handle_failure(void*, void* argument, std::int32_t socket) {
   tunnel->connection.end_timer();
   const auto on_failure = tunnel->on_failure;
   tunnel.unlock();
-  on_failure(socket);
+  on_failure.call(socket);
 }
 
 enum class Answer { incomplete, accepted, refused };
@@ -168,7 +166,7 @@ void establish(Tunnel& tunnel, kiv_box* box, std::int32_t socket) {
   tunnel->established = 1;
   const auto on_ready = tunnel->on_ready;
   tunnel.unlock();
-  on_ready(socket);
+  on_ready.call(socket);
 }
 
 void KIV_CALL handle_read(void* box, void* argument, std::int32_t socket, char* data,
@@ -178,7 +176,7 @@ void KIV_CALL handle_read(void* box, void* argument, std::int32_t socket, char* 
   if (tunnel->established != 0) {
     const auto on_data = tunnel->on_data;
     tunnel.unlock();
-    return on_data(socket, data, length);
+    return on_data.call(socket, data, length);
   }
   switch (take_answer(*tunnel, data, length)) {
     case Answer::incomplete:
@@ -196,7 +194,7 @@ void KIV_CALL handle_close(void*, void* argument, std::int32_t socket) {
   tunnel->connection.end_timer();
   const auto on_close = tunnel->on_close;
   tunnel.unlock();
-  on_close(socket);
+  on_close.call(socket);
 }
 
 void KIV_CALL handle_timeout(void*, void* argument, std::int32_t timer, std::int32_t) {
@@ -220,10 +218,8 @@ bool release_earlier(kiv_proxy_http* tunnel) {
 using namespace kiv::http;
 
 kiv_proxy_http* KIV_CALL kiv_proxy_http_make() KIV_NOEXCEPT {
-  auto tunnel = kiv::base::Owned<kiv_proxy_http>::allocate_zeroed();
-  if (!tunnel) return nullptr;
-  tunnel->connection = {nullptr, -1, -1};
-  return kiv::base::insert_object(tunnel.get()) ? tunnel.release() : nullptr;
+  auto tunnel = kiv::base::make<kiv_proxy_http>();
+  return tunnel && kiv::base::insert_object(tunnel.get()) ? tunnel.release() : nullptr;
 }
 
 int KIV_CALL kiv_proxy_http_attach(kiv_box* box, kiv_proxy_http* tunnel, const char* proxy_host,
@@ -267,6 +263,6 @@ int KIV_CALL kiv_proxy_http_free(kiv_proxy_http* tunnel) KIV_NOEXCEPT {
   if (!locked) return 0;
   locked->connection.release();
   kiv::base::objects().remove(tunnel);
-  _zu_free(tunnel);
+  kiv::base::destroy(tunnel);
   return locked.unlock();
 }

@@ -3,9 +3,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <type_traits>
-
-static_assert(std::is_standard_layout_v<kiv_http_request>);
 
 namespace kiv::http {
 namespace {
@@ -97,7 +94,7 @@ int destroy(Locked<kiv_http_request>& locked) {
   kiv_http_table_free(request->table);
   kiv_uri_free(request->uri);
   _zu_free(request->proxy_host);
-  _zu_free(request);
+  base::destroy(request);
   return locked.unlock();
 }
 
@@ -131,9 +128,8 @@ std::int32_t kiv_http_request::release() noexcept {
 
 kiv_http_request* KIV_CALL kiv_http_request_make() KIV_NOEXCEPT {
   OwnedTable table(kiv_http_table_make());
-  auto request = kiv::base::Owned<kiv_http_request>::allocate_zeroed();
+  auto request = kiv::base::make<kiv_http_request>();
   if (table == nullptr || !request) return nullptr;
-  request->connection = {nullptr, -1, -1};
   request->table = table.get();
   // Last: a late handler of an object that had this address may look into it from now on.
   if (!kiv::base::insert_object(request.get())) return nullptr;

@@ -17,7 +17,7 @@ void fail(base::Locked<kiv_http_request>& request) {
   kiv_box* const box = request->connection.box;
   const std::int32_t socket = request->release();
   request.unlock();
-  on_failure(box, socket);
+  on_failure.call(box, socket);
 }
 
 void end(Request& request, Callback<kiv_http_request_socket_fn> kiv_http_request::*callback) {
@@ -28,7 +28,7 @@ void end(Request& request, Callback<kiv_http_request_socket_fn> kiv_http_request
   kiv_box* const box = request->connection.box;
   const std::int32_t socket = request->connection.socket;
   request.unlock();
-  called(box, socket);
+  called.call(box, socket);
 }
 
 // A failed write is left to the read side, which finds out what became of the connection.
@@ -79,7 +79,7 @@ void deliver(Request& request) {
   kiv_box* const box = request->connection.box;
   const std::int32_t socket = request->connection.socket;
   request.unlock();
-  on_response(box, socket, url.get(), table.get(), body.get(), status);
+  on_response.call(box, socket, url.get(), table.get(), body.get(), status);
 }
 
 // The answers that were complete when the stream broke, then the failure: as if each had come in a

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "base/callback.h"
 #include "kiv_base/event.h"
 
 namespace kiv::protocol::uv {
@@ -42,17 +43,7 @@ inline constexpr int kBatch = 32;
 
 inline constexpr std::int32_t kSocketBuffer = 0x80000;
 
-// An application callback with its argument.
-template <typename Function>
-struct Callback {
-  Function function;
-  void* argument;
-
-  template <typename Object, typename... Arguments>
-  void operator()(Object* object, Arguments... arguments) const {
-    if (function != nullptr) function(object, argument, arguments...);
-  }
-};
+using base::Callback;
 
 // A received datagram, with a NUL after it.
 struct Datagram {

@@ -65,9 +65,8 @@ void release(kiv_uvc& client) {
 using namespace kiv::protocol::uv;
 
 kiv_uvc* KIV_CALL kiv_uvc_make() KIV_NOEXCEPT {
-  auto client = kiv::base::Owned<kiv_uvc>::allocate_zeroed();
-  if (!client || !kiv::base::insert_object(client.get())) return nullptr;
-  return client.release();
+  auto client = kiv::base::make<kiv_uvc>();
+  return client && kiv::base::insert_object(client.get()) ? client.release() : nullptr;
 }
 
 int KIV_CALL kivx_uvc_attach(kiv_box* box, kiv_uvc* client, int32_t socket, const char* host,
@@ -124,6 +123,6 @@ int KIV_CALL kiv_uvc_free(kiv_uvc* client) KIV_NOEXCEPT {
   if (!locked) return 0;
   close(*client);
   kiv::base::objects().remove(client);
-  _zu_free(client);
+  kiv::base::destroy(client);
   return locked.unlock();
 }

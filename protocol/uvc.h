@@ -1,9 +1,7 @@
 // The record behind a client of a virtual connection.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
 #include "base/kiv_sem.h"
 #include "kiv_base/protocol.h"
@@ -16,7 +14,7 @@ enum class ClientState : std::uint8_t { connecting = 0, connected = 1, lost = 2,
 
 }  // namespace kiv::protocol::uv
 
-// Zeroed, it is a client that has never been attached.
+// As it is made, it has never been attached: every handle and number is 0 or null.
 struct kiv_uvc {
   kiv::protocol::uv::Link link;
   std::uint32_t server_address;  // host order
@@ -43,15 +41,6 @@ struct kiv_uvc {
 
   kiv::protocol::uv::Address server() const { return {server_ip, server_port}; }
 };
-
-static_assert(std::is_standard_layout_v<kiv_uvc> && std::is_trivial_v<kiv_uvc>);
-static_assert(sizeof(void*) != 4 ||
-              (offsetof(kiv_uvc, server_address) == 12 && offsetof(kiv_uvc, server_ip) == 16 &&
-               offsetof(kiv_uvc, server_port) == 38 && offsetof(kiv_uvc, session) == 40 &&
-               offsetof(kiv_uvc, connect_timer) == 108 && offsetof(kiv_uvc, peer_alive) == 124 &&
-               offsetof(kiv_uvc, on_connected) == 128 && offsetof(kiv_uvc, state) == 168 &&
-               offsetof(kiv_uvc, received) == 169 && offsetof(kiv_uvc, received_length) == 10412 &&
-               offsetof(kiv_uvc, sent) == 10416));
 
 namespace kiv::protocol::uv {
 

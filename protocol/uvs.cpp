@@ -75,7 +75,7 @@ int attach(kiv_box* box, kiv_uvs* server, const Handlers& handlers, Ownership ow
 using namespace kiv::protocol::uv;
 
 kiv_uvs* KIV_CALL kiv_uvs_make() KIV_NOEXCEPT {
-  auto server = kiv::base::Owned<kiv_uvs>::allocate_zeroed();
+  auto server = kiv::base::make<kiv_uvs>();
   if (!server || !kiv::base::insert_object(server.get())) return nullptr;
   server->current_id = -1;
   return server.release();
@@ -144,6 +144,6 @@ int KIV_CALL kiv_uvs_free(kiv_uvs* server) KIV_NOEXCEPT {
   if (!locked) return 0;
   release(*server);
   kiv::base::objects().remove(server);
-  _zu_free(server);
+  kiv::base::destroy(server);
   return locked.unlock();
 }

@@ -1,12 +1,10 @@
 // The records behind a server of virtual connections and its clients.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
 #include "base/kiv_sem.h"
-#include "kiv_base/containers.h"
+#include "containers/int_map.h"
 #include "kiv_base/protocol.h"
 #include "protocol/uv_wire.h"
 
@@ -37,11 +35,11 @@ struct Peer {
 
 }  // namespace kiv::protocol::uv
 
-// Zeroed, it is a server that has never been attached.
+// As it is made, it has never been attached: every handle and number is 0 or null.
 struct kiv_uvs {
   kiv::protocol::uv::Link link;
-  zu_ihash* by_address;  // null while not attached
-  zu_ihash* by_id;
+  kiv::containers::IntMap<kiv::protocol::uv::Peer> by_address;
+  kiv::containers::IntMap<kiv::protocol::uv::Peer> by_id;
   std::int32_t keep_alive_timer;  // below 1: none
   std::int32_t current_id;
   kiv_uvs_connect_fn on_connect;
@@ -58,19 +56,6 @@ struct kiv_uvs {
 };
 
 namespace kiv::protocol::uv {
-
-static_assert(std::is_standard_layout_v<Peer> && std::is_trivial_v<Peer>);
-static_assert(sizeof(void*) != 4 ||
-              (offsetof(Peer, address) == 4 && offsetof(Peer, ip) == 8 &&
-               offsetof(Peer, port) == 24 && offsetof(Peer, session) == 26 &&
-               offsetof(Peer, sent_recently) == 92 && offsetof(Peer, peer_alive) == 100 &&
-               offsetof(Peer, on_data) == 104 && offsetof(Peer, state) == 120));
-static_assert(std::is_standard_layout_v<kiv_uvs> && std::is_trivial_v<kiv_uvs>);
-static_assert(sizeof(void*) != 4 ||
-              (offsetof(kiv_uvs, by_address) == 12 && offsetof(kiv_uvs, keep_alive_timer) == 20 &&
-               offsetof(kiv_uvs, on_connect) == 28 && offsetof(kiv_uvs, argument) == 40 &&
-               offsetof(kiv_uvs, received) == 44 && offsetof(kiv_uvs, received_length) == 10288 &&
-               offsetof(kiv_uvs, sent) == 10292 && offsetof(kiv_uvs, client_count) == 20532));
 
 // The tables. All need the lock of the server.
 

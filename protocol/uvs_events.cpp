@@ -111,16 +111,13 @@ News take(kiv_uvs& server, const zu_sock_peer& from, Peer*& peer) {
   }
 }
 
-void KIV_CALL keep_peer_alive(void* data, void* user) {
-  auto* peer = static_cast<Peer*>(data);
-  if (peer->sent_recently == 0) static_cast<Link*>(user)->send_keep_alive(peer->sender());
-  peer->sent_recently = 0;
-}
-
 // Also called instead of a tick that is held up.
 void keep_alive(kiv_uvs& server) {
   if (!server.keep_alive_pace.take(kKeepAliveMs)) return;
-  zu_ihash_foreach(server.by_id, keep_peer_alive, &server.link);
+  for (Peer& peer : server.by_id) {
+    if (peer.sent_recently == 0) server.link.send_keep_alive(peer.sender());
+    peer.sent_recently = 0;
+  }
 }
 
 }  // namespace

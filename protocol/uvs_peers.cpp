@@ -26,57 +26,43 @@ std::int32_t key_of(const kiv_uvs& server, const Sender& sender) {
   return static_cast<std::int32_t>(z >> 33);
 }
 
-int KIV_CALL has_address(void* data, void* user) {
-  const auto* peer = static_cast<Peer*>(data);
-  const auto* sender = static_cast<Sender*>(user);
-  return peer->address == sender->address && peer->port == sender->port;
+void free_peer(const kiv_uvs& server, Peer* peer) {
+  kiv_box_DeleteTimer(server.link.box, peer->liveness_timer);
+  base::destroy(peer);
 }
 
-void KIV_CALL free_peer(void* data, void* box) {
-  auto* peer = static_cast<Peer*>(data);
-  kiv_box_DeleteTimer(static_cast<kiv_box*>(box), peer->liveness_timer);
-  _zu_free(peer);
-}
-
-bool insert(const kiv_uvs& server, Peer* peer) {
-  if (zu_ihash_insert(server.by_id, peer->id, peer) != 1) return false;
-  const std::int32_t key = key_of(server, {peer->address, peer->port});
-  if (zu_ihash_insert(server.by_address, key, peer) == 1) return true;
-  zu_ihash_delete(server.by_id, peer->id);
+bool insert(kiv_uvs& server, Peer* peer) {
+  if (!server.by_id.insert(peer->id, peer)) return false;
+  if (server.by_address.insert(key_of(server, {peer->address, peer->port}), peer)) return true;
+  server.by_id.remove(peer->id);
   return false;
 }
 
 }  // namespace
 
 bool make_tables(kiv_uvs& server) {
-  server.by_address = zu_ihash_malloc(kBuckets);
-  server.by_id = zu_ihash_malloc(kBuckets);
-  return server.by_address != nullptr && server.by_id != nullptr &&
+  return server.by_address.create(kBuckets) && server.by_id.create(kBuckets) &&
          platform::random_bytes(&server.secret, sizeof server.secret);
 }
 
 void free_tables(kiv_uvs& server) {
-  zu_ihash_free(server.by_address);
-  zu_ihash_freex(server.by_id, free_peer, server.link.box);
-  server.by_address = server.by_id = nullptr;
+  server.by_address.clear([](Peer&) {});
+  server.by_id.clear([&](Peer& peer) { free_peer(server, &peer); });
   server.client_count = 0;
 }
 
 Peer* find_by_id(const kiv_uvs& server, std::int32_t id) {
-  void* peer = nullptr;
-  zu_ihash_find(server.by_id, id, &peer);
-  return static_cast<Peer*>(peer);
+  return server.by_id.find(id);
 }
 
 Peer* find_by_address(const kiv_uvs& server, const zu_sock_peer& from) {
-  Sender sender{from.address, from.port};
-  void* peer = nullptr;
-  zu_ihash_findx(server.by_address, key_of(server, sender), has_address, &sender, &peer);
-  return static_cast<Peer*>(peer);
+  return server.by_address.find_if(
+      key_of(server, {from.address, from.port}),
+      [&](const Peer& peer) { return peer.address == from.address && peer.port == from.port; });
 }
 
 Peer* add_peer(kiv_uvs& server, const zu_sock_peer& sender, const char* session) {
-  auto peer = base::Owned<Peer>::allocate_zeroed();
+  auto peer = base::make<Peer>();
   if (!peer) return nullptr;
   kiv_box* const box = server.link.box;
   peer->id = kiv_box_NewLoopTimer(box, kLivenessMs, liveness_tick, &server);
@@ -97,9 +83,9 @@ Peer* add_peer(kiv_uvs& server, const zu_sock_peer& sender, const char* session)
 }
 
 void delete_peer(kiv_uvs& server, Peer* peer) {
-  zu_ihash_delete(server.by_id, peer->id);
-  zu_ihash_deletex(server.by_address, key_of(server, {peer->address, peer->port}), peer);
-  free_peer(peer, server.link.box);
+  server.by_id.remove(peer->id);
+  server.by_address.remove(key_of(server, {peer->address, peer->port}), peer);
+  free_peer(server, peer);
   --server.client_count;
 }
 
