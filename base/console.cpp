@@ -6,6 +6,7 @@
 
 #include "base/format.h"
 #include "base/lock.h"
+#include "base/owned.h"
 #include "kiv_base/base.h"
 
 using namespace kiv;
@@ -21,7 +22,7 @@ constexpr char kFileName[] = "zu_console.txt";
 struct Console {
   base::StaticLock lock;
   std::atomic<bool> enabled{true};
-  char* buffer = nullptr;
+  base::RawStorage<char> buffer;
   std::FILE* file = nullptr;
 
   // The steps below are for the holder of the lock.
@@ -32,15 +33,15 @@ struct Console {
   }
 
   bool make_buffer() {
-    if (buffer == nullptr) buffer = static_cast<char*>(_zu_malloc(kMaxMessage + 1));
-    return buffer != nullptr;
+    if (!buffer) buffer = base::RawStorage<char>::allocate(kMaxMessage + 1);
+    return static_cast<bool>(buffer);
   }
 
   void write(const char* format, std::va_list arguments) {
     if (file == nullptr) file = std::fopen(kFileName, "wb");
     if (file == nullptr) return;
-    base::format_within(buffer, kMaxMessage, format, arguments);
-    std::fputs(buffer, file);
+    base::format_within(buffer.get(), kMaxMessage, format, arguments);
+    std::fputs(buffer.get(), file);
     // deliberate: a flush for every message, as in the logs; a crash must not take the last ones.
     std::fflush(file);
   }
@@ -74,8 +75,7 @@ int KIV_CALL zu_console_Shutdown(void) KIV_NOEXCEPT {
   Console& trace = console();
   base::Guard guard(trace.lock);
   trace.enabled = false;
-  _zu_free(trace.buffer);
-  trace.buffer = nullptr;
+  trace.buffer.reset();
   return trace.close();
 }
 

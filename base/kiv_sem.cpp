@@ -27,7 +27,7 @@ void Registry::shutdown() noexcept {
   for (std::size_t i = 0; buckets_ != nullptr && i < kBuckets; ++i) {
     while (buckets_[i] != nullptr) remove(buckets_[i]->address);
   }
-  _zu_free(buckets_);
+  deallocate(buckets_);
   buckets_ = nullptr;
   // The unlock that belongs to them does nothing from now on, and the lock outlives this.
   holder_.store(0, std::memory_order_relaxed);
@@ -49,10 +49,8 @@ bool Registry::insert(const void* address, const void* type) noexcept {
   if (buckets_ == nullptr) return false;
   Entry** const link = find(address);
   if (*link == nullptr) {
-    auto entry = Owned<Entry>::allocate();
-    if (!entry) return false;
-    *entry = {address, nullptr, nullptr};
-    *link = entry.release();
+    *link = make<Entry>(address, nullptr, nullptr).release();
+    if (*link == nullptr) return false;
   }
   if (type != nullptr) (*link)->type = type;
   return true;
@@ -71,7 +69,7 @@ void Registry::remove(const void* address) noexcept {
   if (link == nullptr || *link == nullptr) return;
   Entry* const entry = *link;
   *link = entry->next;
-  _zu_free(entry);
+  destroy(entry);
 }
 
 bool Registry::lock_if_known(const void* address, const void* type) noexcept {

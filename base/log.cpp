@@ -8,7 +8,7 @@
 
 #include "base/format.h"
 #include "base/lock.h"
-#include "base/owned.h"
+#include "base/str.h"
 #include "kiv_base/base.h"
 #include "platform/clock.h"
 
@@ -70,19 +70,19 @@ int KIV_CALL zu_log_init(zu_log* log, const char* path) KIV_NOEXCEPT {
   log->file = nullptr;
   log->buffer = nullptr;
   log->lock.state = base::kLockUnusable;
-  zu_strncpy(log->path, path, kMaxPath);
+  base::copy_within(log->path, sizeof log->path, path);
   if (path == nullptr) return 0;
 
   log->file = std::fopen(log->path, "ab+");
   if (log->file == nullptr) return 0;
-  log->buffer = static_cast<char*>(_zu_malloc(kMaxMessage + 1));
+  log->buffer = base::RawStorage<char>::allocate(kMaxMessage + 1).release();
   if (log->buffer == nullptr) return 0;
   base::init_lock(log->lock);
   return 1;
 }
 
 zu_log* KIV_CALL zu_log_malloc(const char* path) KIV_NOEXCEPT {
-  auto log = base::Owned<zu_log>::allocate();
+  auto log = base::make<zu_log>();
   if (!log) return nullptr;
   if (zu_log_init(log.get(), path) == 0) {
     zu_log_destroy(log.get());
@@ -95,14 +95,14 @@ void KIV_CALL zu_log_destroy(zu_log* log) KIV_NOEXCEPT {
   if (log == nullptr) return;
   if (log->file != nullptr) std::fclose(file_of(log));
   log->file = nullptr;
-  _zu_free(log->buffer);
+  base::deallocate(log->buffer);
   log->buffer = nullptr;
   base::destroy_lock(&log->lock);
 }
 
 void KIV_CALL zu_log_free(zu_log* log) KIV_NOEXCEPT {
   zu_log_destroy(log);
-  _zu_free(log);
+  base::deallocate(log);
 }
 
 #define WRITE_MESSAGE(severity)                                       \

@@ -89,6 +89,15 @@ class RawStorage {
     return memory;
   }
 
+  // Keeps what fits in the new size. Returns false, with nothing changed, if out of memory.
+  bool resize(std::size_t count) {
+    if (count > static_cast<std::size_t>(INT32_MAX) / sizeof(T)) return false;
+    void* const moved = memory_ == nullptr ? base::allocate(count * sizeof(T))
+                                           : platform::heap_realloc(memory_, count * sizeof(T));
+    if (moved != nullptr) memory_ = static_cast<T*>(moved);
+    return moved != nullptr;
+  }
+
   void reset(T* memory = nullptr) {
     if (memory != memory_) deallocate(memory_);
     memory_ = memory;
@@ -100,16 +109,6 @@ class RawStorage {
 
 template <typename T>
 using Owned = RawStorage<T>;
-
-// Returns a terminated copy of `length` bytes; empty if out of memory.
-inline RawStorage<char> copy_text(const char* text, std::size_t length) {
-  if (length >= static_cast<std::size_t>(INT32_MAX)) return {};
-  auto copy = RawStorage<char>::allocate(length + 1);
-  if (!copy) return copy;
-  std::memcpy(copy.get(), text, length);
-  copy[length] = '\0';
-  return copy;
-}
 
 // Deletes what an exported function frees: std::unique_ptr<zu_jitter, FreedBy<zu_jitter_free>>.
 template <auto Free>

@@ -30,7 +30,7 @@ void KIV_CALL zu_sem_init_ex(zu_sem* record) KIV_NOEXCEPT {
 }
 
 uintptr_t KIV_CALL zu_sem_malloc(void) KIV_NOEXCEPT {
-  auto record = base::Owned<zu_sem>::allocate();
+  auto record = base::make<zu_sem>();
   if (!record) return 0;
   base::init_lock(*record);
   return reinterpret_cast<uintptr_t>(record.release());
@@ -38,7 +38,7 @@ uintptr_t KIV_CALL zu_sem_malloc(void) KIV_NOEXCEPT {
 
 void KIV_CALL zu_sem_free(uintptr_t handle) KIV_NOEXCEPT {
   base::destroy_lock(lock_of(handle));
-  _zu_free(lock_of(handle));
+  base::deallocate(lock_of(handle));
 }
 
 int KIV_CALL zu_sem_lock(uintptr_t handle) KIV_NOEXCEPT {

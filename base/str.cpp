@@ -1,9 +1,10 @@
 // Texts that may be NULL: copying, comparing, searching.
-#include "base/ascii.h"
+#include "base/str.h"
 
 #include <cstdint>
 #include <cstring>
 
+#include "base/ascii.h"
 #include "kiv_base/base.h"
 
 using namespace kiv;
@@ -44,16 +45,23 @@ std::size_t length_of(std::int32_t n) {
 
 }  // namespace
 
+void base::copy_within(char* out, std::size_t size, const char* text) noexcept {
+  const std::size_t length = text == nullptr ? 0 : ::strnlen(text, size - 1);
+  if (length > 0) std::memmove(out, text, length);
+  out[length] = '\0';
+}
+
+int base::compare(const char* a, const char* b) noexcept {
+  int order;
+  if (ordered_by_pointer(a, b, &order)) return order;
+  order = std::strcmp(a, b);
+  return (order > 0) - (order < 0);
+}
+
 void KIV_CALL zu_strncpy(char* destination, const char* source, int32_t n) KIV_NOEXCEPT {
-  if (destination == nullptr) return;
-  std::size_t length = 0;
-  if (source != nullptr) {
-    length = ::strnlen(source, length_of(n));
-    std::memmove(destination, source, length);
-  }
   // deliberate: n bytes fit beside the terminator, which may become byte n + 1; callers size their
   // fields for that.
-  destination[length] = '\0';
+  if (destination != nullptr) base::copy_within(destination, length_of(n) + 1, source);
 }
 
 uint32_t KIV_CALL zu_strlen(const char* text) KIV_NOEXCEPT {
@@ -61,10 +69,7 @@ uint32_t KIV_CALL zu_strlen(const char* text) KIV_NOEXCEPT {
 }
 
 int KIV_CALL zu_strcmp(const char* a, const char* b) KIV_NOEXCEPT {
-  int order;
-  if (ordered_by_pointer(a, b, &order)) return order;
-  order = std::strcmp(a, b);
-  return (order > 0) - (order < 0);
+  return base::compare(a, b);
 }
 
 int KIV_CALL zu_stricmp(const char* a, const char* b) KIV_NOEXCEPT {

@@ -46,7 +46,7 @@ class HashCore : public Keys::Record {
   static HashCore* create(Count count) {
     auto* table = take_record<HashCore>(nullptr);
     if (table && table->init(count)) return table;
-    _zu_free(table);
+    base::deallocate(table);
     return nullptr;
   }
 
@@ -60,7 +60,7 @@ class HashCore : public Keys::Record {
 
   bool init(Count count) {
     if (!fits(count, INT32_MAX)) return false;
-    void* own = _zu_malloc(static_cast<std::int32_t>(count) * int{sizeof(Bucket)});
+    void* own = base::allocate(static_cast<std::size_t>(count) * sizeof(Bucket));
     if (!own) return false;
     init(static_cast<void**>(own), count, nullptr);
     this->owns_buckets = 1;
@@ -80,7 +80,7 @@ class HashCore : public Keys::Record {
       }
       bucket(i)->head = nullptr;
     }
-    if (this->owns_buckets == 1) _zu_free(this->buckets);
+    if (this->owns_buckets == 1) base::deallocate(this->buckets);
   }
 
   // deliberate: looks for no entry of the key; the newest one hides the older ones until it goes.

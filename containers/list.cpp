@@ -1,5 +1,5 @@
 // The doubly linked list; a list is the pointer to its first node.
-#include "kiv_base/base.h"
+#include "base/owned.h"
 #include "kiv_base/containers.h"
 
 #include <cstddef>
@@ -10,9 +10,7 @@ namespace {
 static_assert(sizeof(void*) != 4 || (sizeof(zu_list) == 12 && offsetof(zu_list, data) == 8));
 
 zu_list* new_node(void* data) {
-  auto* node = static_cast<zu_list*>(_zu_malloc(sizeof(zu_list)));
-  if (node) *node = {nullptr, nullptr, data};
-  return node;
+  return kiv::base::make<zu_list>(nullptr, nullptr, data).release();
 }
 
 void link_before(zu_list* position, zu_list* node) {
@@ -39,7 +37,7 @@ zu_list* discard(zu_list* list, zu_list* node, zu_release_fn release, void* user
   if (!node) return list;
   list = unlink(list, node);
   if (release) release(node->data, user);
-  _zu_free(node);
+  kiv::base::destroy(node);
   return list;
 }
 
@@ -251,7 +249,7 @@ void KIV_CALL zu_list_free_all(zu_list* node, zu_release_fn release, void* user)
   while (node) {
     zu_list* next = node->next;
     if (release) release(node->data, user);
-    _zu_free(node);
+    kiv::base::destroy(node);
     node = next;
   }
 }

@@ -20,17 +20,17 @@ void* pop_first(zu_list*& first, int32_t& count) {
 template <typename Container>
 void free_container(Container* container, zu_list* first, zu_release_fn release, void* user) {
   zu_list_free_all(first, release, user);
-  _zu_free(container);
+  kiv::base::destroy(container);
 }
 
 }  // namespace
 
 kiv_queue* KIV_CALL kiv_queue_make(void) KIV_NOEXCEPT {
-  return kiv::base::Owned<kiv_queue>::allocate_zeroed().release();
+  return kiv::base::make<kiv_queue>().release();
 }
 
 kiv_stack* KIV_CALL kiv_stack_make(void) KIV_NOEXCEPT {
-  return kiv::base::Owned<kiv_stack>::allocate_zeroed().release();
+  return kiv::base::make<kiv_stack>().release();
 }
 
 int KIV_CALL kiv_queue_push(kiv_queue* queue, void* data) KIV_NOEXCEPT {

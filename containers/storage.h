@@ -3,12 +3,13 @@
 
 #include <cstdint>
 
+#include "base/owned.h"
 #include "kiv_base/base.h"
 
 namespace kiv::containers {
 
 inline void* take(void* pool, std::uint32_t size) {
-  return pool ? zu_mem_malloc(pool, size) : _zu_malloc(static_cast<std::int32_t>(size));
+  return pool ? zu_mem_malloc(pool, size) : base::allocate(size);
 }
 
 template <typename Record>
@@ -21,7 +22,7 @@ inline void give_back(void* pool, void* block) {
   if (pool) {
     zu_mem_free(pool, block);
   } else {
-    _zu_free(block);
+    base::deallocate(block);
   }
 }
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "base/str.h"
 #include "containers/tree_core.h"
 
 namespace kiv::containers {
@@ -44,7 +45,7 @@ struct TextTreeKeys {
 
   // The comparison for trees of this kind.
   static int KIV_CALL compare(const void* stored_key, const void* probe, void*) {
-    return zu_strcmp(static_cast<const char*>(probe), static_cast<const char*>(stored_key));
+    return base::compare(static_cast<const char*>(probe), static_cast<const char*>(stored_key));
   }
 
   static void init(TreeCore& tree, void* pool) {

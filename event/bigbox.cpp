@@ -131,8 +131,8 @@ int KIV_CALL kivx_bigbox_SetFairRounds(kiv_bigbox* big, int on) KIV_NOEXCEPT {
   return on_live_bigbox(big, 0, [=](kiv_bigbox& live) {
     const auto set = [=](zu_box& raw) { return zu_box_SetFairRounds(&raw, on); };
     on_master(live, kNoWake, set);
-    for (Slave* slave = live.slaves; slave != live.slaves + live.slave_count; ++slave) {
-      on_box_of_thread(slave->box, slave->thread, kNoWake, set);
+    for (std::int32_t i = 0; i < live.slave_count; ++i) {
+      on_box_of_thread(live.slaves[i].box, live.slaves[i].thread, kNoWake, set);
     }
     return 1;
   });

@@ -1,5 +1,5 @@
 // The clients of a big box: how they come, how they are spread over the slaves, how they go.
-#include "base/owned.h"
+#include "base/str.h"
 #include "event/bigbox.h"
 #include "event/stream.h"
 #include "platform/socket.h"
@@ -81,7 +81,7 @@ bool add_client(kiv_bigbox& big, std::int32_t socket, const Peer& peer, Kind kin
   if (slave == nullptr || !client || platform::socket_set_blocking(socket, false) != 0) {
     return false;
   }
-  zu_strncpy(client->peer_ip, peer.ip, kPeerText - 1);
+  base::copy_within(client->peer_ip, kPeerText, peer.ip);
   client->peer_port = peer.port;
   set(*client);
   if (!big.clients.insert(socket, client.get())) return false;
@@ -195,7 +195,7 @@ int KIV_CALL kiv_bigbox_accept(kiv_bigbox* big, std::int32_t socket, const char*
   return on_live_bigbox(big, 0, [=](kiv_bigbox& live) {
     Peer peer;
     if (peer_ip != nullptr) {
-      zu_strncpy(peer.ip, peer_ip, kPeerText - 1);
+      base::copy_within(peer.ip, kPeerText, peer_ip);
       peer.port = peer_port;
     } else if (!ask_for_peer(socket, peer)) {
       return 0;
@@ -260,7 +260,9 @@ int KIV_CALL kiv_bigbox_GetSockIP(kiv_bigbox* big, std::int32_t socket, char* te
   return on_live_bigbox(big, 0, [=](kiv_bigbox& live) {
     const Client* const client = live.clients.find(socket);
     if (client == nullptr) return 0;
-    if (text != nullptr && size > 0) zu_strncpy(text, client->peer_ip, size - 1);
+    if (text != nullptr && size > 0) {
+      base::copy_within(text, static_cast<std::size_t>(size), client->peer_ip);
+    }
     if (port != nullptr) *port = client->peer_port;
     return 1;
   });

@@ -91,4 +91,9 @@ std::int32_t open_udp_server(const platform::WireAddress& local) {
   return socket < 1 ? -1 : keep_if(bind(socket, local), socket);
 }
 
+void set_buffers(std::int32_t socket, std::int32_t send_bytes, std::int32_t receive_bytes) {
+  platform::socket_set_option(socket, platform::Option::send_buffer, send_bytes);
+  platform::socket_set_option(socket, platform::Option::receive_buffer, receive_bytes);
+}
+
 }  // namespace kiv::event

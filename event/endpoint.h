@@ -28,4 +28,7 @@ std::int32_t open_udp_server(const platform::WireAddress& local);
 std::int32_t read_datagram(std::int32_t socket, void* buffer, std::int32_t length,
                            zu_sock_peer& from, platform::Waiting waiting);
 
+// Asks the system for larger or smaller buffers, which it need not give.
+void set_buffers(std::int32_t socket, std::int32_t send_bytes, std::int32_t receive_bytes);
+
 }  // namespace kiv::event

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "base/str.h"
 #include "event/endpoint.h"
 #include "event/ip_text.h"
 #include "kiv_base/event.h"
@@ -27,13 +28,6 @@ static_assert(sizeof(zu_sock_peer) == 44 && offsetof(zu_sock_peer, addr_len) == 
 static_assert(sizeof(zu_sock_ip_slot) == 21);
 
 std::atomic<int> started{0};
-
-// Copies what fits of a text into `size` bytes, terminator included.
-void copy_text(char* out, std::size_t size, const char* text) {
-  const std::size_t length = strnlen(text, size - 1);
-  std::memcpy(out, text, length);
-  out[length] = '\0';
-}
 
 // Sets an option and gives 1 or 0.
 int set(std::int32_t socket, Option option, std::int32_t value) {
@@ -59,7 +53,7 @@ int resolve_into(const char* host, zu_sock_ip_slot* slots, std::int32_t max_slot
       platform::resolve_host(host, found, std::clamp(max_slots, 0, kMostAddresses));
   if (stored < 0) return 0;
   for (std::int32_t i = 0; i < stored; ++i) {
-    copy_text(slots[i], sizeof slots[i], IpText(found[i]).text);
+    kiv::base::copy_within(slots[i], sizeof slots[i], IpText(found[i]).text);
   }
   if (count != nullptr) *count = stored;
   return 1;
@@ -78,7 +72,7 @@ int name_of(std::int32_t (*ask)(std::int32_t, WireAddress*) noexcept, std::int32
   WireAddress found;
   if (ask(socket, &found) < 0) return 0;
   if (text != nullptr && size > 0) {
-    copy_text(text, static_cast<std::size_t>(size), IpText(found.address).text);
+    kiv::base::copy_within(text, static_cast<std::size_t>(size), IpText(found.address).text);
   }
   if (port != nullptr) *port = platform::swap_order(found.port);
   return 1;
@@ -94,7 +88,7 @@ std::int32_t kiv::event::read_datagram(std::int32_t socket, void* buffer, std::i
   from.addr = std::bit_cast<zu_sock_addr>(peer);
   from.addr_len = sizeof peer;
   if (received > 0) {
-    copy_text(from.ip, sizeof from.ip, IpText(peer.address).text);
+    kiv::base::copy_within(from.ip, sizeof from.ip, IpText(peer.address).text);
     from.address = platform::swap_order(peer.address);
     from.port = platform::swap_order(peer.port);
   }
@@ -196,7 +190,7 @@ int KIV_CALL zu_sock_GetHostIP(const char* host, zu_sock_ip_slot* slots, int32_t
   if (host == nullptr || (slots == nullptr && max_slots > 0)) return 0;
   zu_sock_startup();
   if (zu_sock_IsRealIp(host) == 1) {
-    if (max_slots > 0) copy_text(slots[0], sizeof slots[0], host);
+    if (max_slots > 0) kiv::base::copy_within(slots[0], sizeof slots[0], host);
     // deliberate: one address is counted even with no slot for it; callers take it for "numeric".
     if (count != nullptr) *count = 1;
     return 1;
@@ -216,7 +210,7 @@ int KIV_CALL zu_sock_GetHostFirstIP(const char* host, char* text) KIV_NOEXCEPT {
   zu_sock_ip_slot slot;
   std::int32_t count = 0;
   if (text == nullptr || zu_sock_GetHostIP(host, &slot, 1, &count) == 0 || count < 1) return 0;
-  copy_text(text, kIpText, slot);
+  kiv::base::copy_within(text, kIpText, slot);
   return 1;
 }
 
@@ -266,7 +260,7 @@ int32_t KIV_CALL zu_sock_read_ByPeerIp(int32_t socket, void* buffer, int32_t len
   WireAddress from;
   const std::int32_t received = platform::socket_receive_from(socket, buffer, length, &from);
   if (received > 0) {
-    copy_text(ip, kIpText, IpText(from.address).text);
+    kiv::base::copy_within(ip, kIpText, IpText(from.address).text);
     if (port != nullptr) *port = platform::swap_order(from.port);
   }
   return received;

@@ -116,7 +116,7 @@ using namespace kiv::http;
 
 zu_cgi* KIV_CALL zu_cgi_malloc(const char* text, int32_t length) KIV_NOEXCEPT {
   if (text == nullptr || length < 0) return nullptr;
-  OwnedCgi cgi(kiv::base::Owned<zu_cgi>::allocate_zeroed().release());
+  OwnedCgi cgi(kiv::base::make<zu_cgi>().release());
   if (!cgi || !parse({text, static_cast<std::size_t>(length)}, &cgi->fields)) return nullptr;
   return cgi.release();
 }
@@ -125,10 +125,10 @@ void KIV_CALL zu_cgi_free(zu_cgi* cgi) KIV_NOEXCEPT {
   if (cgi == nullptr) return;
   for (CgiField* field = cgi->fields; field != nullptr;) {
     CgiField* const next = field->next;
-    _zu_free(field);
+    kiv::base::deallocate(field);
     field = next;
   }
-  _zu_free(cgi);
+  kiv::base::destroy(cgi);
 }
 
 int KIV_CALL zu_cgi_FormString(const zu_cgi* cgi, const char* name, char* out,

@@ -6,7 +6,7 @@ using namespace kiv::http;
 namespace {
 
 kiv_http_filter* make() {
-  return kiv::base::Owned<kiv_http_filter>::allocate_zeroed().release();
+  return kiv::base::make<kiv_http_filter>().release();
 }
 
 void free_filter(kiv_http_filter* filter) {
@@ -14,7 +14,7 @@ void free_filter(kiv_http_filter* filter) {
   OwnedTable table;
   OwnedJitter body;
   while (filter->oldest != nullptr) filter->take_oldest(table, body);
-  _zu_free(filter);
+  kiv::base::destroy(filter);
 }
 
 int input(kiv_http_filter* filter, const void* bytes, std::int32_t n, Kind kind) {
@@ -96,7 +96,7 @@ bool kiv_http_filter::step(Input& in, Kind kind) noexcept {
 }
 
 Message* kiv_http_filter::add_message() noexcept {
-  auto made = kiv::base::Owned<Message>::allocate_zeroed();
+  auto made = kiv::base::make<Message>();
   if (!made) return nullptr;
   if (newest == nullptr) {
     oldest = made.get();
@@ -128,8 +128,8 @@ void kiv_http_filter::take_oldest(OwnedTable& table, OwnedJitter& body) noexcept
   oldest = message->next;
   if (oldest == nullptr) newest = nullptr;
   --count;
-  _zu_free(message->held);
-  _zu_free(message);
+  kiv::base::deallocate(message->held);
+  kiv::base::destroy(message);
 }
 
 kiv_http_filter* KIV_CALL kiv_http_filter_request_make() KIV_NOEXCEPT {

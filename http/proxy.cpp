@@ -5,7 +5,8 @@
 
 #include "base/ascii.h"
 #include "base/base64.h"
-#include "base/owned.h"
+#include "base/str.h"
+#include "event/endpoint.h"
 #include "http/connection.h"
 #include "kiv_base/http.h"
 
@@ -63,7 +64,7 @@ using Tunnel = Served<kiv_proxy_http>;
 // Copies what fits; a missing text is empty.
 template <std::size_t Size>
 void fill(char (&field)[Size], const char* text) {
-  zu_strncpy(field, text, static_cast<std::int32_t>(Size) - 1);
+  base::copy_within(field, Size, text);
 }
 
 // Length of the request that it writes.
@@ -120,8 +121,7 @@ void fail(Tunnel& tunnel) {
 void KIV_CALL handle_connect(void* box, void* argument, std::int32_t socket) {
   Tunnel tunnel(argument, &Connection::socket, socket);
   if (!tunnel) return;
-  zu_sock_set_send_buff(socket, kSocketBuffer);
-  zu_sock_set_recv_buff(socket, kSocketBuffer);
+  event::set_buffers(socket, kSocketBuffer, kSocketBuffer);
   kivx_box_SetMaxReadLen(static_cast<kiv_box*>(box), socket, 1);
   const Texts& texts = tunnel->texts;
   std::printf("info: connect to proxy server(%s:%d) OK!\n", texts.proxy_host, texts.proxy_port);

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/str.h"
+
 namespace kiv::http {
 namespace {
 
@@ -37,12 +39,12 @@ OwnedUri parse_target(const char* url) {
   OwnedUri uri(kiv_uri_malloc(url));
   if (uri == nullptr) return refuse(url, 1);
   if (uri->host == nullptr && !asks_for_server(url, *uri)) {
-    const OwnedText with_scheme(zu_strdup2("http://", url));
+    const OwnedText with_scheme(base::join({"http://", url}));
     uri.reset(kiv_uri_malloc(with_scheme.get()));
     if (uri == nullptr) return refuse(url, 3);
   }
   if (uri->scheme == nullptr || uri->host == nullptr) return refuse(url, 4);
-  if (zu_stricmp(uri->scheme, "http") != 0) return refuse(url, 5);
+  if (!same_name(uri->scheme, "http")) return refuse(url, 5);
   return uri;
 }
 
@@ -51,11 +53,11 @@ OwnedUri parse_target(const char* url) {
 bool set_target(kiv_http_request& request, OwnedUri uri, const char* proxy_host,
                 std::int32_t proxy_port) {
   if (uri->path_raw == nullptr) return false;
-  OwnedText proxy(zu_strdup(proxy_host));
+  OwnedText proxy(base::copy_text(proxy_host));
   if (proxy_host != nullptr && !proxy) return false;
   kiv_uri_free(request.uri);
   request.uri = uri.release();
-  _zu_free(request.proxy_host);
+  base::deallocate(request.proxy_host);
   request.proxy_host = proxy.release();
   request.proxy_port = proxy_port;
   return true;
@@ -93,7 +95,7 @@ int destroy(Locked<kiv_http_request>& locked) {
   kiv::base::objects().remove(request);
   kiv_http_table_free(request->table);
   kiv_uri_free(request->uri);
-  _zu_free(request->proxy_host);
+  base::deallocate(request->proxy_host);
   base::destroy(request);
   return locked.unlock();
 }
@@ -108,7 +110,7 @@ int on_table(kiv_http_request* request, int(KIV_CALL* operation)(kiv_http_table*
 }  // namespace
 
 void Outgoing::set(OwnedText bytes, std::int32_t count) noexcept {
-  _zu_free(text);
+  base::deallocate(text);
   text = bytes.release();
   length = count;
   sent = 0;

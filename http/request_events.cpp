@@ -1,6 +1,7 @@
 // What a request does when its connection is ready, answers, ends or keeps it waiting.
 #include "http/request.h"
 
+#include "event/endpoint.h"
 #include "http/filter.h"
 
 namespace kiv::http {
@@ -50,8 +51,7 @@ void KIV_CALL handle_writable(void* argument) {
 void KIV_CALL handle_connect(void*, void* argument, std::int32_t socket) {
   Request request(argument, &Connection::socket, socket);
   if (!request) return;
-  zu_sock_set_send_buff(socket, kSendBuffer);
-  zu_sock_set_recv_buff(socket, kReceiveBuffer);
+  event::set_buffers(socket, kSendBuffer, kReceiveBuffer);
   std::int32_t length = 0;
   OwnedText text = request_text(*request->table, *request->uri, length);
   if (!text) return fail(request);

@@ -5,6 +5,7 @@
 #include "base/kiv_sem.h"
 #include "base/owned.h"
 #include "containers/int_tree.h"
+#include "event/endpoint.h"
 #include "event/kiv_box_verbs.h"
 #include "http/filter.h"
 #include "platform/socket.h"
@@ -157,8 +158,7 @@ void KIV_CALL handle_accept(void* box, void* argument, std::int32_t, std::int32_
     platform::socket_close(socket);  // no box knows it: it would stay open for ever
     return;
   }
-  zu_sock_set_send_buff(socket, kSendBuffer);
-  zu_sock_set_recv_buff(socket, kReceiveBuffer);
+  event::set_buffers(socket, kSendBuffer, kReceiveBuffer);
   const auto on_accept = locked->on_accept;
   locked.unlock();
   on_accept(server, socket, peer_ip, peer_port);

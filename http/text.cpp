@@ -6,15 +6,6 @@
 
 namespace kiv::http {
 
-OwnedText copy_text(const char* text, std::size_t length) noexcept {
-  auto copy = OwnedText::allocate(length + 1);
-  if (copy) {
-    std::memcpy(copy.get(), text, length);
-    copy[length] = '\0';
-  }
-  return copy;
-}
-
 std::int64_t leading_number(const char* text) noexcept {
   while (base::is_space(*text)) ++text;
   const bool negative = *text == '-';
@@ -39,17 +30,14 @@ char* TextBuffer::release() noexcept {
 bool TextBuffer::grow(std::size_t more) noexcept {
   if (text_ == nullptr) return false;
   const std::size_t size = std::max(length_ + more + 1, size_ * 2);
-  void* const grown =
-      size > INT32_MAX ? nullptr : _zu_realloc(heap_.get(), static_cast<std::uint32_t>(size));
-  if (grown == nullptr) {
+  const bool starts = !heap_;
+  if (!heap_.resize(size)) {
     heap_.reset();
     text_ = nullptr;
     size_ = length_ = 0;
     return false;
   }
-  if (!heap_) std::memcpy(grown, first_, length_);
-  (void)heap_.release();
-  heap_.reset(static_cast<char*>(grown));
+  if (starts) std::memcpy(heap_.get(), first_, length_);
   text_ = heap_.get();
   size_ = size;
   return true;

@@ -6,15 +6,13 @@
 #include <cstring>
 #include <string_view>
 
-#include "base/owned.h"
+#include "base/str.h"
 
 namespace kiv::http {
 
+using base::copy_text;
 using base::FreedBy;
 using OwnedText = base::Owned<char>;
-
-// A copy of `length` bytes with a terminator, empty if out of memory.
-OwnedText copy_text(const char* text, std::size_t length) noexcept;
 
 // The number a text begins with, as atoi reads it, kept within +-kHugeNumber or the int32 range; 0
 // when there is none.

@@ -4,7 +4,7 @@
 
 #include "base/ascii.h"
 #include "http/char_class.h"
-#include "kiv_base/base.h"
+#include "http/text.h"
 #include "kiv_base/http.h"
 
 namespace kiv::http {
@@ -75,23 +75,23 @@ char* KIV_CALL zu_url_escape_malloc(const char* text, int32_t length) KIV_NOEXCE
   const std::int64_t n = text_length(text, length);
   const std::int64_t size = n * 3 + 2;
   if (n < 0 || size > INT_MAX) return nullptr;
-  auto* out = static_cast<char*>(_zu_malloc(static_cast<int>(size)));
-  if (out != nullptr) *escape(text, n, out) = '\0';
-  return out;
+  auto out = OwnedText::allocate(static_cast<std::size_t>(size));
+  if (out) *escape(text, n, out.get()) = '\0';
+  return out.release();
 }
 
 char* KIV_CALL zu_url_unescape_malloc(const char* text, int32_t length) KIV_NOEXCEPT {
   const std::int64_t n = text_length(text, length);
   if (n < 0 || n >= INT_MAX) return nullptr;
-  auto* out = static_cast<char*>(_zu_malloc(static_cast<int>(n + 1)));
-  if (out != nullptr) *unescape(text, n, out) = '\0';
-  return out;
+  auto out = OwnedText::allocate(static_cast<std::size_t>(n + 1));
+  if (out) *unescape(text, n, out.get()) = '\0';
+  return out.release();
 }
 
 void KIV_CALL zu_url_escape_free(char* text) KIV_NOEXCEPT {
-  _zu_free(text);
+  kiv::base::deallocate(text);
 }
 
 void KIV_CALL zu_url_unescape_free(char* text) KIV_NOEXCEPT {
-  _zu_free(text);
+  kiv::base::deallocate(text);
 }

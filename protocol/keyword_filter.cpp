@@ -20,24 +20,23 @@ struct kiv_filter {
 };
 
 kiv_filter* KIV_CALL kiv_filter_malloc(void) KIV_NOEXCEPT {
-  return kiv::base::Owned<kiv_filter>::allocate_zeroed().release();
+  return kiv::base::make<kiv_filter>().release();
 }
 
 void KIV_CALL kiv_filter_free(kiv_filter* filter) KIV_NOEXCEPT {
   if (!filter) return;
-  filter->index.clear();
   for (Keyword* keyword = filter->first; keyword;) {
     Keyword* const next = keyword->next;
-    _zu_free(keyword);
+    kiv::base::destroy(keyword);
     keyword = next;
   }
-  _zu_free(filter);
+  kiv::base::destroy(filter);
 }
 
 int KIV_CALL kivx_filter_insert(kiv_filter* filter, const char* keyword, const char* text,
                                 int32_t tag) KIV_NOEXCEPT {
   if (!filter) return 0;
-  Keyword* const added = kiv::base::Owned<Keyword>::allocate_zeroed().release();
+  Keyword* const added = kiv::base::make<Keyword>().release();
   if (!added) return 0;
   added->length = reduce_text(added->keyword, keyword ? keyword : "", kMaxKeyword);
   if (text) std::strncat(added->text, text, kMaxKeywordText);

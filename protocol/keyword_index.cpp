@@ -4,8 +4,6 @@
 #include <bit>
 #include <cstring>
 
-#include "base/owned.h"
-
 namespace kiv::protocol {
 namespace {
 
@@ -57,19 +55,18 @@ bool KeywordIndex::build(const Keyword* keywords) {
   if (count < kFewKeywords) return false;
   const int bits = static_cast<int>(std::bit_width(static_cast<std::uint32_t>(count))) + 1;
   const std::size_t bucket_count = std::size_t{1} << bits;
-  auto entries = base::Owned<Entry>::allocate(static_cast<std::size_t>(count));
-  auto buckets = base::Owned<std::int32_t>::allocate(bucket_count);
-  auto shifts = base::Owned<std::uint8_t>::allocate(kPairs);
-  if (!entries || !buckets || !shifts) return false;
-
-  entries_ = entries.release();
-  buckets_ = buckets.release();
-  shifts_ = shifts.release();
+  entries_ = base::RawStorage<Entry>::allocate(static_cast<std::size_t>(count));
+  buckets_ = base::RawStorage<std::int32_t>::allocate(bucket_count);
+  shifts_ = base::RawStorage<std::uint8_t>::allocate(kPairs);
+  if (!entries_ || !buckets_ || !shifts_) {
+    clear();
+    return false;
+  }
   bucket_bits_ = bits;
   window_ = std::max(shortest, 2);
   prefix_sizes_ = 0;
-  std::memset(buckets_, -1, bucket_count * sizeof(std::int32_t));
-  std::memset(shifts_, window_ - 1, kPairs);
+  std::memset(buckets_.get(), -1, bucket_count * sizeof(std::int32_t));
+  std::memset(shifts_.get(), window_ - 1, kPairs);
   std::int32_t i = 0;
   for (const Keyword* keyword = keywords; keyword; keyword = keyword->next) {
     if (keyword->length > 0) entries_[i++].keyword = keyword;
@@ -102,12 +99,9 @@ void KeywordIndex::add_shifts(const Keyword& keyword) {
 }
 
 void KeywordIndex::clear() {
-  _zu_free(entries_);
-  _zu_free(buckets_);
-  _zu_free(shifts_);
-  entries_ = nullptr;
-  buckets_ = nullptr;
-  shifts_ = nullptr;
+  entries_.reset();
+  buckets_.reset();
+  shifts_.reset();
 }
 
 // Returns the better of `best` and the first keyword of its prefix size that starts the text.
@@ -142,7 +136,7 @@ const KeywordIndex::Entry* KeywordIndex::search(const char* text, std::int32_t l
   const Entry* best = nullptr;
   const char* const text_end = text + length;
   const std::ptrdiff_t tail = window_ - 2;  // the offset of a window's last pair
-  const auto move = [&, shifts = shifts_](const char*& at) {
+  const auto move = [&, shifts = shifts_.get()](const char*& at) {
     const std::uint8_t shift = shifts[load_pair(at + tail)];
     at += shift;
     if (shift > 0) return;

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "base/owned.h"
+
 namespace kiv::protocol {
 
 inline constexpr std::int32_t kMaxKeyword = 64;
@@ -19,7 +21,7 @@ struct Keyword {
   Keyword* next;        // in the order of insertion
 };
 
-// All zero is an index that is not built yet.
+// Built when it is first asked.
 class KeywordIndex {
  public:
   // Returns the first of the keywords that occurs in the zero-terminated text, or null. Builds the
@@ -44,9 +46,9 @@ class KeywordIndex {
   template <std::int32_t Size>
   const Entry* best_of_size(const char* text, const char* end, const Entry* best) const;
 
-  Entry* entries_;  // in the order of insertion
-  std::int32_t* buckets_;
-  std::uint8_t* shifts_;  // for each pair of bytes
+  base::RawStorage<Entry> entries_;  // in the order of insertion
+  base::RawStorage<std::int32_t> buckets_;
+  base::RawStorage<std::uint8_t> shifts_;  // for each pair of bytes
   std::int32_t bucket_bits_;
   std::int32_t window_;
   std::uint32_t prefix_sizes_;  // bit n: there are keywords that are hashed by n bytes

@@ -63,7 +63,7 @@ Step cut_packet(kiv_parse_pool& pool, void* buffer, int32_t capacity, int32_t* l
 }  // namespace
 
 kiv_parse_pool* KIV_CALL kiv_parse_pool_malloc(void) KIV_NOEXCEPT {
-  auto pool = kiv::base::Owned<kiv_parse_pool>::allocate();
+  auto pool = kiv::base::make<kiv_parse_pool>();
   if (!pool) return nullptr;
   *pool = {_zu_jitter_block_new(kRingSize),
            zu_jitter_mallocx(kPacketStorage, kOverflowBlocks, nullptr)};
@@ -78,7 +78,7 @@ void KIV_CALL kiv_parse_pool_free(kiv_parse_pool* pool) KIV_NOEXCEPT {
   if (!pool) return;
   _zu_jitter_block_free(pool->ring);
   zu_jitter_free(pool->overflow);
-  _zu_free(pool);
+  kiv::base::destroy(pool);
 }
 
 int KIV_CALL kiv_parse_pool_input(kiv_parse_pool* pool, const void* bytes,

@@ -30,16 +30,16 @@ bool allocate_buffer(T*& buffer, std::size_t count) {
 }
 
 void free_packet(kiv_proto* packet) {
-  _zu_free(packet->packet);
-  _zu_free(packet->command);
-  _zu_free(packet->pool_memory);
-  _zu_free(packet->scratch);
-  _zu_free(packet);
+  base::deallocate(packet->packet);
+  base::deallocate(packet->command);
+  base::deallocate(packet->pool_memory);
+  base::deallocate(packet->scratch);
+  base::destroy(packet);
 }
 
 // Null if out of memory.
 kiv_proto* new_packet() {
-  kiv_proto* packet = base::Owned<kiv_proto>::allocate_zeroed().release();
+  kiv_proto* packet = base::make<kiv_proto>().release();
   if (!packet) return nullptr;
   if (!allocate_buffer(packet->packet, kPacketStorage) ||
       !allocate_buffer(packet->command, kCommandStorage) ||

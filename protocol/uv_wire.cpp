@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "event/endpoint.h"
 #include "platform/clock.h"
 #include "platform/socket.h"
 
@@ -51,8 +52,7 @@ bool Link::open_given(kiv_box* on, std::int32_t given, zu_event_fn handler, void
   // Reads happen under the lock of all objects: one that waits would stop them.
   if (zu_sock_set_nonblock(given) != 0) return false;
   if (kivx_box_ImportSockId_ForRead(on, given, handler, argument) == 0) return false;
-  zu_sock_set_send_buff(given, kSocketBuffer);
-  zu_sock_set_recv_buff(given, kSocketBuffer);
+  event::set_buffers(given, kSocketBuffer, kSocketBuffer);
   *this = {.box = on, .socket = given, .owns_socket = 0};
   return true;
 }

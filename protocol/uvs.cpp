@@ -2,6 +2,7 @@
 #include "protocol/uvs.h"
 
 #include "base/owned.h"
+#include "event/endpoint.h"
 #include "event/kiv_box.h"
 
 namespace kiv::protocol::uv {
@@ -36,8 +37,7 @@ void release(kiv_uvs& server) {
 
 bool start(kiv_uvs& server) {
   // The larger one where the system allows it.
-  zu_sock_set_send_buff(server.link.socket, kServerBuffer);
-  zu_sock_set_recv_buff(server.link.socket, kServerBuffer);
+  event::set_buffers(server.link.socket, kServerBuffer, kServerBuffer);
   server.keep_alive_pace.start();
   server.keep_alive_timer =
       kiv_box_NewLoopTimer(server.link.box, kKeepAliveMs, keep_alive_tick, &server);

@@ -2,7 +2,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <new>
 #include <string_view>
 #include <utility>
 
@@ -20,22 +19,9 @@ namespace {
 static_assert(sizeof(zu_config_entry) == 2 * sizeof(void*) &&
               offsetof(zu_config_entry, value) == sizeof(void*));
 
-zu_config* make_empty() {
-  auto memory = base::Owned<zu_config>::allocate();
-  return memory ? new (memory.release()) zu_config : nullptr;
-}
-
-void destroy(zu_config* config) {
-  if (config == nullptr) return;
-  config->~zu_config();
-  _zu_free(config);
-}
-
 zu_config* make_from(base::Owned<char> text, std::size_t length) {
-  zu_config* config = text ? make_empty() : nullptr;
-  if (config == nullptr || config->load(std::move(text), length)) return config;
-  destroy(config);
-  return nullptr;
+  auto config = base::make<zu_config>();
+  return text && config && config->load(std::move(text), length) ? config.release() : nullptr;
 }
 
 template <typename T>
@@ -60,20 +46,20 @@ std::string_view without_quotes(std::string_view value) {
 }  // namespace
 
 zu_config* KIV_CALL zu_config_make(const char* file_name) KIV_NOEXCEPT {
-  if (file_name == nullptr) return make_empty();
+  if (file_name == nullptr) return base::make<zu_config>().release();
   std::size_t length = 0;
   base::Owned<char> text = system::read_whole_file(file_name, true, length);
   return make_from(std::move(text), length);
 }
 
 zu_config* KIV_CALL zu_config_make1(const char* text) KIV_NOEXCEPT {
-  if (text == nullptr) return make_empty();
+  if (text == nullptr) return base::make<zu_config>().release();
   const std::size_t length = std::strlen(text);
   return make_from(base::copy_text(text, length), length);
 }
 
 void KIV_CALL zu_config_free(zu_config* config) KIV_NOEXCEPT {
-  destroy(config);
+  base::destroy(config);
 }
 
 const char* KIV_CALL zu_config_GetKey(zu_config* config, const char* group,

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "base/owned.h"
+#include "base/str.h"
 #include "system/config_records.h"
 #include "system/config_text.h"
 

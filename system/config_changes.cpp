@@ -15,7 +15,7 @@ bool equals(const char* a, std::size_t a_length, const char* b, std::size_t b_le
 }
 
 void free_name(const Group& group) {
-  if (group.own_text) _zu_free(const_cast<char*>(group.text));
+  if (group.own_text) base::deallocate(const_cast<char*>(group.text));
 }
 
 // Sets the name of the group to a copy. False, with nothing changed, if out of memory.

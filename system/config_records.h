@@ -19,7 +19,7 @@ class Pool {
  public:
   Pool() = default;
   ~Pool() {
-    while (blocks_ != nullptr) _zu_free(std::exchange(blocks_, blocks_->chain));
+    while (blocks_ != nullptr) base::deallocate(std::exchange(blocks_, blocks_->chain));
   }
   Pool(const Pool&) = delete;
   Pool& operator=(const Pool&) = delete;
@@ -81,7 +81,7 @@ template <typename T>
 class Index {
  public:
   Index() = default;
-  ~Index() { _zu_free(buckets_); }
+  ~Index() = default;
   Index(const Index&) = delete;
   Index& operator=(const Index&) = delete;
 
@@ -89,7 +89,7 @@ class Index {
   bool prepare(std::size_t records = 1) {
     std::size_t size = 1;
     while (size * kMostPerBucket < records) size *= 2;
-    return buckets_ != nullptr || resize(size);
+    return buckets_ || resize(size);
   }
 
   void insert(T* record) {
@@ -102,7 +102,7 @@ class Index {
   // Returns the link to the newest record that fits, null if there is none.
   template <typename Fits>
   T** find(std::size_t hash, Fits fits) const {
-    if (buckets_ == nullptr) return nullptr;
+    if (!buckets_) return nullptr;
     T** link = &buckets_[hash & (size_ - 1)];
     while (*link != nullptr && !fits(**link)) link = &(*link)->chain;
     return *link != nullptr ? link : nullptr;
@@ -136,12 +136,12 @@ class Index {
       }
       *ends[0] = *ends[1] = nullptr;
     }
-    _zu_free(std::exchange(buckets_, buckets.release()));
+    buckets_ = std::move(buckets);
     size_ = size;
     return true;
   }
 
-  T** buckets_ = nullptr;
+  base::RawStorage<T*> buckets_;
   std::size_t size_ = 0;  // a power of two
   std::size_t count_ = 0;
 };

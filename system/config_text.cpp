@@ -58,8 +58,8 @@ void put_value(char* out, const char* value, std::size_t length, const Piece* li
 }
 
 void free_blocks(const Piece& piece) {
-  if (piece.own_text) _zu_free(const_cast<char*>(piece.pair.key));
-  if (piece.own_value) _zu_free(const_cast<char*>(piece.pair.value));
+  if (piece.own_text) base::deallocate(const_cast<char*>(piece.pair.key));
+  if (piece.own_value) base::deallocate(const_cast<char*>(piece.pair.value));
 }
 
 // The bytes between key and value.
@@ -158,7 +158,7 @@ bool ConfigText::set_value(Piece* key, const char* value) {
   auto block = base::Owned<char>::allocate(length + key->line_end_length + 1);
   if (!block) return false;
   put_value(block.get(), value, length, key);
-  if (key->own_value) _zu_free(const_cast<char*>(key->pair.value));
+  if (key->own_value) base::deallocate(const_cast<char*>(key->pair.value));
   key->pair.value = block.release();
   key->value_length = static_cast<std::uint32_t>(length);
   key->own_value = true;
@@ -255,7 +255,7 @@ Piece* ConfigText::cut_line(Piece* piece) {
     // The block that the rest lies in is kept as the value.
     char* const text = const_cast<char*>(piece->pair.key);
     if (piece->own_value) {
-      _zu_free(text);
+      base::deallocate(text);
     } else {
       piece->pair.value = text;
     }

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "base/owned.h"
+#include "base/str.h"
 #include "kiv_base/system.h"
 #include "system/config_records.h"
 

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "base/owned.h"
+#include "base/str.h"
 #include "kiv_base/system.h"
 #include "platform/fs.h"
 #include "platform/random.h"
@@ -88,10 +88,7 @@ class Walk {
   bool make_room(std::size_t wanted) {
     if (wanted <= room_) return true;
     const std::size_t larger = wanted * 2;
-    auto* moved = static_cast<char*>(_zu_realloc(name_.get(), static_cast<std::uint32_t>(larger)));
-    if (moved == nullptr) return false;
-    (void)name_.release();
-    name_.reset(moved);
+    if (!name_.resize(larger)) return false;
     room_ = larger;
     return true;
   }
@@ -144,7 +141,7 @@ int KIV_CALL zu_dir1_IsExist(const char* path) KIV_NOEXCEPT {
 int KIV_CALL zu_dir1_make(const char* path) KIV_NOEXCEPT {
   if (!system::is_path(path)) return 0;
   if (platform::make_directory(path, false) || is_directory(path)) return 1;
-  Owned<char> part(zu_strdup(path));
+  Owned<char> part = base::copy_text(path);
   if (!part) return 0;
   for (std::size_t i = 1; path[i] != '\0'; ++i) {
     if (!platform::is_separator(path[i])) continue;
@@ -164,7 +161,7 @@ int KIV_CALL zu_dir1_RemoveAll(const char* path) KIV_NOEXCEPT {
   if (!system::is_path(path)) return 0;
   // With a trailing separator, a link would be followed.
   const std::size_t length = length_without_separators(path);
-  Owned<char> bare(zu_strdup(path));
+  Owned<char> bare = base::copy_text(path);
   if (length == 0 || !bare) return 0;
   bare[length] = '\0';
   const bool dots =

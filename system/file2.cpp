@@ -54,7 +54,7 @@ int take_lock(zu_file2* file, bool wait, const char* function) {
 
 zu_file2* KIV_CALL zu_file2_open(const char* path, int mode) KIV_NOEXCEPT {
   if (!system::is_path(path) || !makes_sense(mode)) return nullptr;
-  auto made = base::Owned<zu_file2>::allocate();
+  auto made = base::make<zu_file2>();
   if (!made) return nullptr;
   *made = {platform::open_file(path, open_mode(mode)), (mode & ZU_FILE2_APPEND) != 0, false, 0};
   return made->file == platform::kNoFile ? nullptr : made.release();
@@ -65,7 +65,7 @@ int KIV_CALL zu_file2_close(zu_file2* file) KIV_NOEXCEPT {
   // Windows would give up the lock of a closed file only in its own time.
   zu_file2_unlock(file);
   const bool closed = platform::close_file(file->file);
-  _zu_free(file);
+  base::destroy(file);
   return closed;
 }
 

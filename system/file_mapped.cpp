@@ -71,7 +71,7 @@ zu_file_mapped* KIV_CALL zu_file_mapped_open(const char* path, int writable) KIV
       path, {.read = true, .write = changes, .create = changes, .regular = true}));
   if (!file) return nullptr;
   const std::int64_t size = platform::file_size(file.get());
-  auto made = base::Owned<zu_file_mapped>::allocate();
+  auto made = base::make<zu_file_mapped>();
   if (!made || !fits(size, "zu_file_mapped_open")) return nullptr;
   *made = {file.get(), nullptr, 0, changes};
   if (!map(*made, static_cast<std::size_t>(size))) return nullptr;
@@ -83,7 +83,7 @@ void KIV_CALL zu_file_mapped_close(zu_file_mapped* file) KIV_NOEXCEPT {
   if (file == nullptr) return;
   unmap(*file);
   platform::close_file(file->file);
-  _zu_free(file);
+  base::destroy(file);
 }
 
 void* KIV_CALL zu_file_mapped_GetAddress(zu_file_mapped* file) KIV_NOEXCEPT {

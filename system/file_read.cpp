@@ -15,7 +15,7 @@ using base::Owned;
 using platform::File;
 
 constexpr std::size_t kFirstRead = 16384;
-constexpr std::size_t kLongestRead = INT32_MAX;  // as much as _zu_malloc counts, the zero included
+constexpr std::size_t kLongestRead = INT32_MAX;  // as much as is ever allocated, the zero included
 
 // Room for what the file seems to have and, so that its end shows, a byte more; a size that is not
 // to be trusted is only where reading starts.
@@ -29,10 +29,7 @@ std::size_t first_room(File file) {
 bool grow(Owned<char>& text, std::size_t& room) {
   if (room >= kLongestRead) return false;
   const std::size_t larger = std::min(room * 2, kLongestRead);
-  auto* moved = static_cast<char*>(_zu_realloc(text.get(), static_cast<std::uint32_t>(larger)));
-  if (moved == nullptr) return false;
-  (void)text.release();
-  text.reset(moved);
+  if (!text.resize(larger)) return false;
   room = larger;
   return true;
 }

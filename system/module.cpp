@@ -1,5 +1,6 @@
 // Modules that a program loads while it runs.
 #include "platform/module.h"
+#include "base/str.h"
 #include "kiv_base/base.h"
 #include "kiv_base/system.h"
 
@@ -20,7 +21,7 @@ void* KIV_CALL zu_module_GetSymbol(zu_module* module, const char* name) KIV_NOEX
 char* KIV_CALL zu_module_GetError(void) KIV_NOEXCEPT {
   char text[512];
   platform::module_error(text, sizeof text);
-  return zu_strdup(text);
+  return kiv::base::copy_text(text).release();
 }
 
 int KIV_CALL zu_module_unload(zu_module* module) KIV_NOEXCEPT {

@@ -187,7 +187,7 @@ zu_pattern* KIV_CALL zu_pattern_make(const char* text) KIV_NOEXCEPT {
 }
 
 void KIV_CALL zu_pattern_free(zu_pattern* pattern) KIV_NOEXCEPT {
-  _zu_free(pattern);
+  base::deallocate(pattern);
 }
 
 int KIV_CALL zu_pattern_equal(const zu_pattern* a, const zu_pattern* b) KIV_NOEXCEPT {

@@ -107,7 +107,7 @@ int KIV_CALL zu_pidfile_free(zu_pidfile* file) KIV_NOEXCEPT {
   const bool is_ours = file->process == platform::process_id();
   const bool removed = is_ours && platform::locked_file_remove(file->file, file->path);
   if (!is_ours) platform::locked_file_close(file->file);
-  _zu_free(file);
+  base::deallocate(file);
   return removed;
 }
 
