@@ -16,7 +16,7 @@ Registry& objects() {
 bool Registry::setup() noexcept {
   if (present()) return true;
   const Guard guard(lock_);
-  if (buckets_ == nullptr) buckets_ = Owned<Entry*>::allocate_zeroed(kBuckets).release();
+  if (buckets_ == nullptr) buckets_ = RawStorage<Entry*>::allocate_zeroed(kBuckets).release();
   present_.store(buckets_ != nullptr, std::memory_order_release);
   return buckets_ != nullptr;
 }

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <type_traits>
 
 #include "base/format.h"
+#include "base/layout.h"
 #include "base/lock.h"
 #include "base/str.h"
 #include "kiv_base/base.h"
@@ -17,13 +17,9 @@ using namespace kiv;
 namespace {
 
 constexpr std::size_t kMaxMessage = 102400;
-constexpr std::int32_t kMaxPath = 260;
 
-static_assert(std::is_standard_layout_v<zu_log>);
-static_assert(sizeof(zu_log::path) == kMaxPath + 1);
-static_assert(sizeof(void*) != 4 ||
-              (offsetof(zu_log, file) == 264 && offsetof(zu_log, lock) == 268 &&
-               offsetof(zu_log, buffer) == 296 && sizeof(zu_log) == 300));
+KIV_LAYOUT(zu_log, 300, file, 264);
+KIV_LAYOUT(zu_log, 300, buffer, 296);
 
 std::FILE* file_of(zu_log* log) {
   return static_cast<std::FILE*>(log->file);

@@ -107,9 +107,6 @@ class RawStorage {
   T* memory_ = nullptr;
 };
 
-template <typename T>
-using Owned = RawStorage<T>;
-
 // Deletes what an exported function frees: std::unique_ptr<zu_jitter, FreedBy<zu_jitter_free>>.
 template <auto Free>
 struct FreedBy {

@@ -1,8 +1,8 @@
 // The recursive lock record.
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
+#include "base/layout.h"
 #include "base/lock.h"
 #include "base/owned.h"
 
@@ -10,10 +10,8 @@ using namespace kiv;
 
 namespace {
 
-static_assert(std::is_standard_layout_v<zu_sem>);
 static_assert(sizeof(zu_sem::section) == platform::kLockBytes);
-static_assert(offsetof(zu_sem, state) == platform::kLockBytes);
-static_assert(sizeof(void*) != 4 || sizeof(zu_sem) == 28);
+KIV_LAYOUT(zu_sem, 28, state, 24);
 
 zu_sem* lock_of(std::uintptr_t handle) {
   return reinterpret_cast<zu_sem*>(handle);

@@ -2,12 +2,13 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/layout.h"
 #include "kiv_base/base.h"
 #include "platform/clock.h"
 
 using namespace kiv;
 
-static_assert(sizeof(zu_timeval) == 8 && offsetof(zu_timeval, microseconds) == 4);
+KIV_LAYOUT(zu_timeval, 8, microseconds, 4);
 
 int64_t KIV_CALL zu_timenow(void) KIV_NOEXCEPT {
   return platform::wall_us();

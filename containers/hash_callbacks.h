@@ -12,7 +12,7 @@ void free_table(Table* table, zu_release_fn release, void* user) {
   table->dispose([&](void* value) {
     if (release) release(value, user);
   });
-  give_back(table->pool, table);
+  give_back_storage(table->pool, table);
 }
 
 template <typename Node>

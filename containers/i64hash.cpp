@@ -1,4 +1,5 @@
 // The hash table over 64-bit integer keys.
+#include "base/layout.h"
 #include "containers/hash_callbacks.h"
 #include "containers/int_map.h"
 
@@ -8,11 +9,9 @@ namespace {
 
 using Table = HashCore<Int64Keys>;
 
-static_assert(sizeof(void*) != 4 ||
-              (sizeof(zu_i64hash) == 48 && offsetof(zu_i64hash, bucket_count) == 8 &&
-               offsetof(zu_i64hash, pool) == 24 && offsetof(zu_i64hash, iter_bucket) == 32));
-static_assert(sizeof(void*) != 4 ||
-              (sizeof(zu_i64hash_node) == 24 && offsetof(zu_i64hash_node, value) == 16));
+KIV_LAYOUT(zu_i64hash, 48, bucket_count, 8);
+KIV_LAYOUT(zu_i64hash, 48, iter_bucket, 32);
+KIV_LAYOUT(zu_i64hash_node, 24, value, 16);
 
 int give(const zu_i64hash_node* node, std::int64_t* key, void** value) {
   if (node && key) *key = node->key;

@@ -1,4 +1,5 @@
 // The hash table over 32-bit integer keys.
+#include "base/layout.h"
 #include "containers/hash_callbacks.h"
 #include "containers/int_map.h"
 
@@ -8,10 +9,8 @@ namespace {
 
 using Table = HashCore<Int32Keys>;
 
-static_assert(sizeof(void*) != 4 || (sizeof(zu_ihash) == 28 && offsetof(zu_ihash, pool) == 16 &&
-                                     offsetof(zu_ihash, iter_pos) == 24));
-static_assert(sizeof(void*) != 4 ||
-              (sizeof(zu_ihash_node) == 16 && offsetof(zu_ihash_node, value) == 12));
+KIV_LAYOUT(zu_ihash, 28, iter_pos, 24);
+KIV_LAYOUT(zu_ihash_node, 16, value, 12);
 
 int give(const zu_ihash_node* node, std::int32_t* key, void** value) {
   if (node && key) *key = node->key;

@@ -31,7 +31,7 @@ struct IntKeys {
     return node;
   }
 
-  static void free_node(void* pool, Node* node) { give_back(pool, node); }
+  static void free_node(void* pool, Node* node) { give_back_storage(pool, node); }
 
  private:
   // A 64-bit division costs several times a 32-bit one, and a call in 32-bit builds.

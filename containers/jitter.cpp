@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "kiv_base/base.h"
+#include "base/layout.h"
+#include "base/owned.h"
 
 namespace kiv::containers {
 
 namespace {
 
-static_assert(sizeof(void*) != 4 || (sizeof(zu_jitter) == 28 && offsetof(zu_jitter, length) == 20));
+KIV_LAYOUT(zu_jitter, 28, length, 20);
 
 // A node of the list and its block, one allocation with the ring after them.
 struct Link {
@@ -23,7 +24,7 @@ Link* new_link(std::int32_t capacity) {
   constexpr std::int32_t kLine = 64;
   constexpr std::int32_t kOverhead = std::int32_t{sizeof(Link)} + kLine;
   if (capacity > INT32_MAX - kOverhead) return nullptr;
-  auto* link = static_cast<Link*>(_zu_malloc(kOverhead + capacity));
+  auto* link = static_cast<Link*>(base::allocate(static_cast<std::size_t>(kOverhead + capacity)));
   if (!link) return nullptr;
   auto* ring = reinterpret_cast<std::uint8_t*>(link + 1);
   ring += kLine - reinterpret_cast<std::uintptr_t>(ring) % kLine;
@@ -65,7 +66,7 @@ void Jitter::drop_block(zu_list* node) {
   if (blocks == node) blocks = node->next;
   if (last == node) last = node->prev;
   --block_count;
-  _zu_free(node);
+  base::deallocate(node);
 }
 
 std::int32_t Jitter::put_pieces(const void* source, std::int32_t count) {
@@ -158,10 +159,8 @@ int KIV_CALL zu_jitter_init(zu_jitter* jitter, int32_t block_size, int32_t max_b
 
 zu_jitter* KIV_CALL zu_jitter_mallocx(int32_t block_size, int32_t max_blocks,
                                       void* user_data) KIV_NOEXCEPT {
-  auto* jitter = static_cast<Jitter*>(_zu_malloc(sizeof(Jitter)));
-  if (jitter && jitter->init(block_size, max_blocks, user_data)) return jitter;
-  _zu_free(jitter);
-  return nullptr;
+  auto jitter = kiv::base::make<Jitter>();
+  return jitter && jitter->init(block_size, max_blocks, user_data) ? jitter.release() : nullptr;
 }
 
 zu_jitter* KIV_CALL zu_jitter_malloc(void) KIV_NOEXCEPT {
@@ -178,7 +177,7 @@ void KIV_CALL zu_jitter_destroy(zu_jitter* jitter) KIV_NOEXCEPT {
 
 void KIV_CALL zu_jitter_free(zu_jitter* jitter) KIV_NOEXCEPT {
   zu_jitter_empty(jitter);
-  _zu_free(jitter);
+  kiv::base::deallocate(jitter);
 }
 
 int32_t KIV_CALL zu_jitter_SetData(zu_jitter* jitter, const void* data,

@@ -3,14 +3,14 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "kiv_base/base.h"
+#include "base/layout.h"
+#include "base/owned.h"
 
 using kiv::containers::JitterBlock;
 
 namespace {
 
-static_assert(sizeof(void*) != 4 ||
-              (sizeof(zu_jitter_block) == 20 && offsetof(zu_jitter_block, read_pos) == 16));
+KIV_LAYOUT(zu_jitter_block, 20, read_pos, 16);
 
 // How many of the `count` bytes from ring index `position` on come before the first zero byte.
 int32_t count_until_zero(const JitterBlock* block, int32_t position, int32_t count) {
@@ -36,7 +36,8 @@ int32_t count_zeros(const JitterBlock* block, int32_t position, int32_t count) {
 zu_jitter_block* KIV_CALL _zu_jitter_block_new(int32_t capacity) KIV_NOEXCEPT {
   constexpr int32_t kRecord = sizeof(JitterBlock);
   if (capacity < 1 || capacity > INT32_MAX - kRecord) return nullptr;
-  auto* block = static_cast<JitterBlock*>(_zu_malloc(kRecord + capacity));
+  auto* block =
+      static_cast<JitterBlock*>(kiv::base::allocate(static_cast<std::size_t>(kRecord + capacity)));
   if (!block) return nullptr;
   block->init(reinterpret_cast<uint8_t*>(block + 1), capacity);
   std::memset(block->data, 0, static_cast<std::size_t>(capacity));
@@ -44,7 +45,7 @@ zu_jitter_block* KIV_CALL _zu_jitter_block_new(int32_t capacity) KIV_NOEXCEPT {
 }
 
 void KIV_CALL _zu_jitter_block_free(zu_jitter_block* block) KIV_NOEXCEPT {
-  _zu_free(block);
+  kiv::base::deallocate(block);
 }
 
 void KIV_CALL _zu_jitter_block_reset(zu_jitter_block* block) KIV_NOEXCEPT {

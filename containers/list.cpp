@@ -1,4 +1,5 @@
 // The doubly linked list; a list is the pointer to its first node.
+#include "base/layout.h"
 #include "base/owned.h"
 #include "kiv_base/containers.h"
 
@@ -7,7 +8,7 @@
 
 namespace {
 
-static_assert(sizeof(void*) != 4 || (sizeof(zu_list) == 12 && offsetof(zu_list, data) == 8));
+KIV_LAYOUT(zu_list, 12, data, 8);
 
 zu_list* new_node(void* data) {
   return kiv::base::make<zu_list>(nullptr, nullptr, data).release();

@@ -1,13 +1,14 @@
 // Queue and stack: thin ends on the linked list.
 #include <cstddef>
 
+#include "base/layout.h"
 #include "base/owned.h"
 #include "kiv_base/containers.h"
 
 namespace {
 
-static_assert(sizeof(void*) != 4 || (sizeof(kiv_queue) == 12 && offsetof(kiv_queue, count) == 8));
-static_assert(sizeof(void*) != 4 || (sizeof(kiv_stack) == 8 && offsetof(kiv_stack, count) == 4));
+KIV_LAYOUT(kiv_queue, 12, count, 8);
+KIV_LAYOUT(kiv_stack, 8, count, 4);
 
 // Takes the first node of a list out of the container and returns its value.
 void* pop_first(zu_list*& first, int32_t& count) {

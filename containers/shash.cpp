@@ -1,4 +1,5 @@
 // The hash table over byte strings, of which it keeps copies.
+#include "base/layout.h"
 #include "containers/hash_callbacks.h"
 #include "containers/text_map.h"
 
@@ -8,8 +9,7 @@ namespace {
 
 using Table = HashCore<TextKeys>;
 
-static_assert(sizeof(void*) != 4 ||
-              (sizeof(zu_shash_node) == 20 && offsetof(zu_shash_node, value) == 16));
+KIV_LAYOUT(zu_shash_node, 20, value, 16);
 
 TextKeys::Key text(const void* key, std::int32_t length) {
   return {static_cast<const char*>(key), length};

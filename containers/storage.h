@@ -8,17 +8,17 @@
 
 namespace kiv::containers {
 
-inline void* take(void* pool, std::uint32_t size) {
+inline void* take_storage(void* pool, std::uint32_t size) {
   return pool ? zu_mem_malloc(pool, size) : base::allocate(size);
 }
 
 template <typename Record>
 Record* take_record(void* pool) {
   static_assert(alignof(Record) == 1, "a pool aligns nothing");
-  return static_cast<Record*>(take(pool, sizeof(Record)));
+  return static_cast<Record*>(take_storage(pool, sizeof(Record)));
 }
 
-inline void give_back(void* pool, void* block) {
+inline void give_back_storage(void* pool, void* block) {
   if (pool) {
     zu_mem_free(pool, block);
   } else {

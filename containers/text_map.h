@@ -31,12 +31,12 @@ struct TextKeys {
     const auto length = static_cast<std::uint32_t>(key.length);  // huge when negative
     if (length > INT32_MAX - sizeof(Node) - 1) return nullptr;
     const auto copy_size = length + 1;
-    auto* node = static_cast<Node*>(take(pool, sizeof(Node) + (pool ? 0 : copy_size)));
+    auto* node = static_cast<Node*>(take_storage(pool, sizeof(Node) + (pool ? 0 : copy_size)));
     if (!node) return nullptr;
-    char* copy =
-        pool ? static_cast<char*>(take(pool, copy_size)) : reinterpret_cast<char*>(node + 1);
+    char* copy = pool ? static_cast<char*>(take_storage(pool, copy_size))
+                      : reinterpret_cast<char*>(node + 1);
     if (!copy) {
-      give_back(pool, node);
+      give_back_storage(pool, node);
       return nullptr;
     }
     std::memcpy(copy, key.bytes, length);
@@ -47,8 +47,8 @@ struct TextKeys {
   }
 
   static void free_node(void* pool, Node* node) {
-    if (pool) give_back(pool, node->key);
-    give_back(pool, node);
+    if (pool) give_back_storage(pool, node->key);
+    give_back_storage(pool, node);
   }
 
  private:

@@ -57,7 +57,7 @@ struct TextTreeKeys {
   // Returns NULL for an invalid length or if out of memory.
   static char* copy_of(void* pool, const void* key, std::size_t length) {
     if (length < 1 || length >= INT32_MAX) return nullptr;
-    auto* copy = static_cast<char*>(take(pool, static_cast<std::uint32_t>(length) + 1));
+    auto* copy = static_cast<char*>(take_storage(pool, static_cast<std::uint32_t>(length) + 1));
     if (!copy) return nullptr;
     std::memcpy(copy, key, length);
     copy[length] = '\0';
@@ -69,7 +69,7 @@ struct TextTreeKeys {
   static bool insert_copy(TreeCore& tree, AnyProbe probe, char* copy, void* value) {
     if (!copy) return false;
     if (tree.store(probe, copy, value, OnEqual::keep_key)) return true;
-    give_back(tree.pool, copy);
+    give_back_storage(tree.pool, copy);
     return false;
   }
 
@@ -81,7 +81,7 @@ struct TextTreeKeys {
 
  private:
   static void KIV_CALL free_key(void* key, void* tree) {
-    give_back(static_cast<zu_xtree*>(tree)->pool, key);
+    give_back_storage(static_cast<zu_xtree*>(tree)->pool, key);
   }
 };
 

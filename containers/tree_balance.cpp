@@ -3,14 +3,14 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "base/layout.h"
+
 namespace kiv::containers {
 
 namespace {
 
-static_assert(sizeof(void*) != 4 ||
-              (sizeof(zu_xtree_node) == 20 && offsetof(zu_xtree_node, balance) == 16));
-static_assert(sizeof(void*) != 4 ||
-              (sizeof(zu_xtree) == 36 && offsetof(zu_xtree, value_destroy_data) == 32));
+KIV_LAYOUT(zu_xtree_node, 20, balance, 16);
+KIV_LAYOUT(zu_xtree, 36, value_destroy_data, 32);
 
 constexpr Side opposite(Side side) {
   return side == kLeft ? kRight : kLeft;

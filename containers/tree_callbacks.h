@@ -77,7 +77,7 @@ inline std::int32_t height_of(const zu_xtree* tree) {
 inline void free_tree(zu_xtree* tree) {
   if (!tree) return;
   TreeCore::of(tree)->dispose();
-  give_back(tree->pool, tree);
+  give_back_storage(tree->pool, tree);
 }
 
 }  // namespace kiv::containers

@@ -33,7 +33,7 @@ class TreeCore : public zu_xtree {
       TreeNode* next = successor(node);
       destroy_key(node->key);
       destroy_value(node->value);
-      give_back(pool, node);
+      give_back_storage(pool, node);
       node = next;
     }
   }
@@ -97,7 +97,7 @@ class TreeCore : public zu_xtree {
       destroy_key(node->key);
       destroy_value(node->value);
     }
-    give_back(pool, node);
+    give_back_storage(pool, node);
     --nnodes;
     return true;
   }

@@ -86,7 +86,7 @@ using namespace kiv;
 using namespace kiv::event;
 
 kiv_bigbox* KIV_CALL kiv_bigbox_make(std::int32_t slaves, std::int32_t max_clients) KIV_NOEXCEPT {
-  kiv_bigbox* const big = bigboxes().take();
+  kiv_bigbox* const big = bigboxes().take_record();
   if (big == nullptr) return nullptr;
   big->max_clients = std::clamp(max_clients, 1, kMostClients);
   if (fill(*big, std::clamp(slaves, 1, kMostSlaves))) {

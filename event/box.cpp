@@ -31,7 +31,7 @@ bool open(zu_box& box) {
   return box.is_live;
 }
 
-void end(zu_box* box, Fate fate) {
+void end_box(zu_box* box, Fate fate) {
   box->~zu_box();
   new (box) zu_box;
   if (fate == Fate::free) base::destroy(box);
@@ -105,18 +105,18 @@ zu_box* KIV_CALL zu_box_malloc(void) KIV_NOEXCEPT {
 }
 
 void KIV_CALL zu_box_destroy(zu_box* box) KIV_NOEXCEPT {
-  if (is_usable(box) && !leave_to_loop(*box, Fate::destroy)) end(box, Fate::destroy);
+  if (is_usable(box) && !leave_to_loop(*box, Fate::destroy)) end_box(box, Fate::destroy);
 }
 
 void KIV_CALL zu_box_free(zu_box* box) KIV_NOEXCEPT {
-  if (box != nullptr && !leave_to_loop(*box, Fate::free)) end(box, Fate::free);
+  if (box != nullptr && !leave_to_loop(*box, Fate::free)) end_box(box, Fate::free);
 }
 
 void KIV_CALL zu_box_StartLoop(zu_box* box) KIV_NOEXCEPT {
   if (!is_usable(box) || !begin_loop(*box)) return;
   run_loop(*box);
   const Fate fate = end_loop(*box);
-  if (fate != Fate::live) end(box, fate);
+  if (fate != Fate::live) end_box(box, fate);
 }
 
 void KIV_CALL zu_box_BreakLoop(zu_box* box) KIV_NOEXCEPT {

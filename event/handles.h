@@ -47,7 +47,7 @@ class Handles {
   }
 
   // A record that nobody knows yet, new or as its last object left it; null if out of memory.
-  Record* take() {
+  Record* take_record() {
     const base::Guard guard(lock_);
     if (free_ == nullptr && !grow()) return nullptr;
     HandleRecord* const taken = free_;
@@ -109,8 +109,8 @@ class Handles {
     Table* const old = table_.load(std::memory_order_relaxed);
     if (old != nullptr && count_ < (old->mask + 1) / 2) return true;
     const std::size_t slots = old == nullptr ? kFirstSlots : (old->mask + 1) * 2;
-    auto memory =
-        base::Owned<char>::allocate_zeroed(sizeof(Table) + (slots - 1) * sizeof(Table::slots[0]));
+    auto memory = base::RawStorage<char>::allocate_zeroed(sizeof(Table) +
+                                                          (slots - 1) * sizeof(Table::slots[0]));
     if (!memory) return false;
     auto* const fresh = reinterpret_cast<Table*>(memory.release());
     fresh->mask = slots - 1;

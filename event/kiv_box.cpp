@@ -143,7 +143,7 @@ void wait_until_over(kiv_box* box, std::uint32_t wait) {
 using namespace kiv::event;
 
 kiv_box* KIV_CALL kiv_box_new(void) KIV_NOEXCEPT {
-  kiv_box* const box = boxes().take();
+  kiv_box* const box = boxes().take_record();
   if (box == nullptr) return nullptr;
   if (!fill(*box)) {
     release(box);

@@ -5,7 +5,7 @@
 namespace kiv::event {
 
 PostQueue::~PostQueue() {
-  while (Post* const taken = take()) {
+  while (Post* const taken = take_oldest()) {
     if (taken->release != nullptr) taken->release(taken->argument);
     base::destroy(taken);
   }
@@ -26,7 +26,7 @@ PostQueue::Added PostQueue::add(const Post& post) noexcept {
   return Added::first;
 }
 
-Post* PostQueue::take() noexcept {
+Post* PostQueue::take_oldest() noexcept {
   const base::Guard guard(lock_);
   Post* const taken = first_.load(std::memory_order_relaxed);
   if (taken == nullptr) return nullptr;

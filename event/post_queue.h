@@ -32,12 +32,12 @@ class PostQueue {
   // `first` tells that nobody has woken the loop for those that wait; refused if out of memory.
   Added add(const Post& post) noexcept;
   // Takes the oldest out; null when there is none. The caller destroys it.
-  Post* take() noexcept;
+  Post* take_oldest() noexcept;
   // Runs what has been posted so far, in its order, until `stop()`.
   template <typename Stop>
   void run(Stop stop) {
     for (std::uint32_t left = count(); left > 0 && !stop(); --left) {
-      Post* const taken = take();
+      Post* const taken = take_oldest();
       const Post post = *taken;
       base::destroy(taken);
       post.run(post.handle, post.argument);

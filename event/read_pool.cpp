@@ -18,7 +18,7 @@ struct Pool {
   std::uint32_t taken = 0;  // a bit for each buffer
   bool is_retired = false;
 
-  char* take() {
+  char* take_buffer() {
     const base::Guard guard(lock);
     if (!memory) memory = base::RawStorage<char>::allocate(kBytes * kBuffers);
     is_retired = false;
@@ -57,7 +57,7 @@ void read_pool_shutdown() {
   shared().retire();
 }
 
-ReadBuffer::ReadBuffer() : large_(shared().take()) {
+ReadBuffer::ReadBuffer() : large_(shared().take_buffer()) {
   static_assert(kLarge == kBytes);
 }
 

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "base/layout.h"
 #include "base/str.h"
 #include "event/endpoint.h"
 #include "event/ip_text.h"
@@ -20,11 +21,8 @@ using kiv::event::kIpText;
 using platform::Option;
 using platform::WireAddress;
 
-static_assert(sizeof(zu_sock_addr) == 16 && offsetof(zu_sock_addr, port) == 2 &&
-              offsetof(zu_sock_addr, address) == 4 && offsetof(zu_sock_addr, zero) == 8);
-static_assert(sizeof(zu_sock_peer) == 44 && offsetof(zu_sock_peer, addr_len) == 16 &&
-              offsetof(zu_sock_peer, ip) == 20 && offsetof(zu_sock_peer, address) == 36 &&
-              offsetof(zu_sock_peer, port) == 40);
+KIV_LAYOUT(zu_sock_addr, 16, zero, 8);
+KIV_LAYOUT(zu_sock_peer, 44, port, 40);
 static_assert(sizeof(zu_sock_ip_slot) == 21);
 
 std::atomic<int> started{0};

@@ -11,7 +11,7 @@ constexpr std::uint32_t kStackBytes = 0x30000;
 
 // Lies with the creator, who waits until `made` is set.
 struct Birth {
-  std::uintptr_t made;
+  platform::Event made;
   kiv_box* box = nullptr;
 };
 
@@ -25,16 +25,8 @@ void live(void* birth_of_box) {
     box->loop_thread = platform::current_thread_id();
   }
   birth->box = box;
-  platform::event_set(birth->made);
+  birth->made.set();
   if (box != nullptr) loop_and_free(box);
-}
-
-bool start_thread(Birth& birth) {
-  const std::uintptr_t thread = platform::thread_start(live, &birth, kStackBytes);
-  if (thread == 0) return false;
-  platform::event_wait(birth.made);
-  platform::thread_close(thread);
-  return true;
 }
 
 }  // namespace
@@ -44,16 +36,17 @@ using namespace kiv;
 using namespace kiv::event;
 
 kiv_box* KIV_CALL kivx_ThreadBox_create(void) KIV_NOEXCEPT {
-  Birth birth{platform::event_make()};
-  if (birth.made == 0) {
+  Birth birth;
+  if (!birth.made) {
     std::printf("kivx_ThreadBox_create()->CreateEvent() error!\n");
     return nullptr;
   }
-  if (!start_thread(birth)) {
+  if (platform::start_thread(live, &birth, kStackBytes)) {
+    birth.made.wait();
+  } else {
     // deliberate: no line end; the text is known as it is.
     std::printf("error: kivx_ThreadBox_create()->CreateThread() error!");
   }
-  platform::event_close(birth.made);
   return birth.box;
 }
 

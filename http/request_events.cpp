@@ -21,7 +21,8 @@ void fail(base::Locked<kiv_http_request>& request) {
   on_failure.call(box, socket);
 }
 
-void end(Request& request, Callback<kiv_http_request_socket_fn> kiv_http_request::*callback) {
+void end_exchange(Request& request,
+                  Callback<kiv_http_request_socket_fn> kiv_http_request::*callback) {
   request->connection.end_timer();
   if (!request->outgoing.is_done()) request->connection.stop_writing();
   request->outgoing.clear();
@@ -63,7 +64,7 @@ void KIV_CALL handle_connect(void*, void* argument, std::int32_t socket) {
 
 void KIV_CALL handle_failure(void*, void* argument, std::int32_t socket) {
   Request request(argument, &Connection::socket, socket);
-  if (request) end(request, &kiv_http_request::on_failure);
+  if (request) end_exchange(request, &kiv_http_request::on_failure);
 }
 
 // Passes the oldest answer, or what came of its body, to the application; nothing if there is none.
@@ -109,7 +110,7 @@ void KIV_CALL handle_read(void*, void* argument, std::int32_t socket, char* data
 
 void KIV_CALL handle_close(void*, void* argument, std::int32_t socket) {
   Request request(argument, &Connection::socket, socket);
-  if (request) end(request, &kiv_http_request::on_close);
+  if (request) end_exchange(request, &kiv_http_request::on_close);
 }
 
 void KIV_CALL handle_timeout(void*, void* argument, std::int32_t timer, std::int32_t) {

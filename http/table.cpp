@@ -52,8 +52,7 @@ bool same_name(const char* a, const char* b) noexcept {
 }
 
 OwnedTable make_table() noexcept {
-  void* const memory = _zu_malloc(sizeof(kiv_http_table));
-  return OwnedTable(memory == nullptr ? nullptr : new (memory) kiv_http_table);
+  return OwnedTable(base::make<kiv_http_table>().release());
 }
 
 OwnedTable clone(const kiv_http_table& table) noexcept {

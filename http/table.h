@@ -62,7 +62,7 @@ class Entries {
 
   void clear() noexcept {
     std::destroy_n(first_, count_);
-    _zu_free(first_);
+    base::deallocate(first_);
     first_ = nullptr;
     count_ = room_ = cursor_ = 0;
   }
@@ -72,11 +72,11 @@ class Entries {
 
   bool grow() noexcept {
     const std::size_t room = std::max(kFirstRoom, room_ * 2);
-    Entry* const moved = base::Owned<Entry>::allocate(room).release();
+    Entry* const moved = base::RawStorage<Entry>::allocate(room).release();
     if (moved == nullptr) return false;
     std::uninitialized_move_n(first_, count_, moved);
     std::destroy_n(first_, count_);
-    _zu_free(first_);
+    base::deallocate(first_);
     first_ = moved;
     room_ = room;
     return true;

@@ -35,9 +35,7 @@ kiv_http_table* KIV_CALL kiv_http_table_make() KIV_NOEXCEPT {
 }
 
 void KIV_CALL kiv_http_table_free(kiv_http_table* table) KIV_NOEXCEPT {
-  if (table == nullptr) return;
-  table->~kiv_http_table();
-  _zu_free(table);
+  kiv::base::destroy(table);
 }
 
 void KIV_CALL kiv_http_table_clean(kiv_http_table* table) KIV_NOEXCEPT {

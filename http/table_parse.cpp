@@ -69,7 +69,7 @@ class HeaderParser {
 
  private:
   // The string from `from` to here.
-  void take(TableText& to, char* from) {
+  void take_text(TableText& to, char* from) {
     *end_of_last_ = '\0';
     end_of_last_ = at_;
     to.text = from;
@@ -84,7 +84,7 @@ class HeaderParser {
   bool start_line(kiv_http_table& table) {
     char* const method = at_;
     if (std::strncmp(at_, "HTTP/1.", 7) != 0 && skip(at_, kLetter) > 0 && *at_ == ' ') {
-      take(table.method, method);
+      take_text(table.method, method);
       return request(table);
     }
     at_ = method;
@@ -98,7 +98,7 @@ class HeaderParser {
     if (at_ == target || *at_ != ' ') {
       return refuse("error: parse 'request' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n");
     }
-    take(table.request, target);
+    take_text(table.request, target);
     skip_spaces(at_);
     return version(table) ||
            refuse("error: parse 'version' error in kiv_http_table_ParseHeaderStr() 1!\n%.*s\n");
@@ -112,7 +112,7 @@ class HeaderParser {
     if (skip(at_, kStatusLine) == 0 || !is(*at_, kLineEnd)) {
       return refuse("error: parse 'status' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n");
     }
-    take(table.status, line);
+    take_text(table.status, line);
     table.status_value = leading_int32(line);
     return true;
   }
@@ -124,7 +124,7 @@ class HeaderParser {
     }
     char* const start = at_;
     at_ += 8;
-    take(table.version, start);
+    take_text(table.version, start);
     skip_spaces(at_);
     return true;
   }
@@ -146,7 +146,7 @@ class HeaderParser {
     if (skip(at_, kFieldName) == 0 || (*at_ != ':' && *at_ != ' ')) {
       return refuse("error: parse 'field' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n");
     }
-    take(added->name, name);
+    take_text(added->name, name);
     skip_spaces(at_);
     if (*at_ != ':') {
       return refuse("error: parse ':' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n");
@@ -159,7 +159,7 @@ class HeaderParser {
     if (at_ == value || *at_ == '\0') {
       return refuse("error: parse 'content' error in kiv_http_table_ParseHeaderStr()!\n%.*s\n");
     }
-    take(added->value, value);
+    take_text(added->value, value);
     return true;
   }
 

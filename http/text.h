@@ -12,7 +12,7 @@ namespace kiv::http {
 
 using base::copy_text;
 using base::FreedBy;
-using OwnedText = base::Owned<char>;
+using OwnedText = base::RawStorage<char>;
 
 // The number a text begins with, as atoi reads it, kept within +-kHugeNumber or the int32 range; 0
 // when there is none.

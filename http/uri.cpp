@@ -6,12 +6,11 @@
 #include <iterator>
 
 #include "base/ascii.h"
+#include "base/layout.h"
 #include "http/uri_chars.h"
 
-static_assert(sizeof(void*) != 4 ||
-              (offsetof(kiv_uri, port) == 20 && offsetof(kiv_uri, port_string) == 24 &&
-               offsetof(kiv_uri, path) == 36 && offsetof(kiv_uri, flags) == 52 &&
-               offsetof(kiv_uri, query_raw) == 56 && sizeof(kiv_uri) == 60));
+KIV_LAYOUT(kiv_uri, 60, path, 36);
+KIV_LAYOUT(kiv_uri, 60, query_raw, 56);
 
 namespace kiv::http {
 namespace {
@@ -92,7 +91,7 @@ std::int32_t default_port(const char* scheme) noexcept {
 }
 
 OwnedUri make_uri(const UriParts& parts, std::int32_t flags) noexcept {
-  OwnedUri uri(base::Owned<kiv_uri>::allocate_zeroed().release());
+  OwnedUri uri(base::make<kiv_uri>().release());
   if (!uri) return nullptr;
   uri->flags = flags;
   const Copy written = parts.plain ? Copy::kAsIs : Copy::kKeepEscapes;
@@ -125,12 +124,12 @@ kiv_uri* KIV_CALL kiv_uri_mallocx(const char* text, int raw) KIV_NOEXCEPT {
 
 void KIV_CALL kiv_uri_free(kiv_uri* uri) KIV_NOEXCEPT {
   kiv_uri_cleanall(uri);
-  _zu_free(uri);
+  kiv::base::destroy(uri);
 }
 
 void KIV_CALL kiv_uri_cleanall(kiv_uri* uri) KIV_NOEXCEPT {
   if (uri == nullptr) return;
-  for (const auto text : kTexts) _zu_free(uri->*text);
+  for (const auto text : kTexts) kiv::base::deallocate(uri->*text);
   const std::int32_t flags = uri->flags;
   *uri = kiv_uri{};
   uri->flags = flags;
@@ -138,7 +137,7 @@ void KIV_CALL kiv_uri_cleanall(kiv_uri* uri) KIV_NOEXCEPT {
 
 kiv_uri* KIV_CALL kiv_uri_clone(const kiv_uri* uri) KIV_NOEXCEPT {
   if (uri == nullptr) return nullptr;
-  OwnedUri clone(kiv::base::Owned<kiv_uri>::allocate_zeroed().release());
+  OwnedUri clone(kiv::base::make<kiv_uri>().release());
   if (!clone) return nullptr;
   for (const auto text : kTexts) {
     if (uri->*text == nullptr) continue;

@@ -55,7 +55,7 @@ class UriReader {
     while (*at_ == ' ') ++at_;
   }
 
-  std::string_view take(unsigned set) {
+  std::string_view take_part(unsigned set) {
     const char* const start = at_;
     for (;;) {
       if (is_in(*at_, set)) {
@@ -72,7 +72,7 @@ class UriReader {
   // What follows the "?" or "#".
   std::string_view take_after_mark() {
     ++at_;
-    return take(query_set_);
+    return take_part(query_set_);
   }
 
   std::string_view since(const char* start) const {
@@ -95,15 +95,15 @@ class UriReader {
   bool opaque() {
     const unsigned start = kUriOpaqueStart | (query_set_ & kUriUnwise);
     if (!is_in(*at_, start) && !is_escape(at_)) return false;
-    parts_.opaque = take(query_set_);
+    parts_.opaque = take_part(query_set_);
     return true;
   }
 
   bool relative() {
     if (is_slash(*at_)) return hierarchy();
     const char* const start = at_;
-    if (!take(kUriFirstSegment).empty()) {
-      if (is_slash(*at_)) take(kUriPath);
+    if (!take_part(kUriFirstSegment).empty()) {
+      if (is_slash(*at_)) take_part(kUriPath);
       parts_.path = since(start);
     }
     return query();
@@ -116,7 +116,7 @@ class UriReader {
       while (is_slash(*at_)) ++at_;
       if (*at_ != '\0' && !authority()) return false;
     }
-    if (is_slash(*at_)) parts_.path = take(kUriPath);
+    if (is_slash(*at_)) parts_.path = take_part(kUriPath);
     return query();
   }
 
@@ -132,13 +132,13 @@ class UriReader {
     if (server() && (*at_ == '\0' || *at_ == '?' || *at_ == ' ' || is_slash(*at_))) return true;
     at_ = start;
     parts_.user = parts_.host = {};  // a port that was read stays
-    parts_.authority = take(kUriRegistry);
+    parts_.authority = take_part(kUriRegistry);
     return !parts_.authority.empty();
   }
 
   bool server() {
     const char* const start = at_;
-    const std::string_view user = take(kUriUser);
+    const std::string_view user = take_part(kUriUser);
     if (*at_ == '@') {
       ++at_;
       parts_.user = user;

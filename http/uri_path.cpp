@@ -21,13 +21,13 @@ class PathFolder {
       while (*at != '/' && *at != '\0') ++at;
       const auto length = static_cast<std::size_t>(at - segment);
       if (*at == '/') ++at;
-      take(segment, length, at);
+      take_segment(segment, length, at);
     }
     *end_ = '\0';
   }
 
  private:
-  void take(const char* segment, std::size_t length, const char* next) {
+  void take_segment(const char* segment, std::size_t length, const char* next) {
     if (length == 0 || (length == 1 && segment[0] == '.')) return;
     if (length == 2 && segment[0] == '.' && segment[1] == '.') {
       if (end_ != root_ && !behind_up()) return drop_last();

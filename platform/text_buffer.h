@@ -25,7 +25,7 @@ class TextBuffer {
     text_[length_] = '\0';
   }
 
-  // Room for `more` bytes after the text; take() then makes some of them part of it.
+  // Room for `more` bytes after the text; use_reserved() then makes some of them part of it.
   bool reserve(std::size_t more) {
     if (failed_) return false;
     const std::size_t needed = length_ + more + 1;
@@ -41,7 +41,7 @@ class TextBuffer {
   }
   char* end() { return text_ + length_; }
   std::size_t space() const { return room_ - length_ - 1; }
-  void take(std::size_t count) {
+  void use_reserved(std::size_t count) {
     length_ += count;
     text_[length_] = '\0';
   }

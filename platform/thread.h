@@ -14,18 +14,27 @@ void* thread_value() noexcept;
 
 using ThreadEntry = void (*)(void* argument);
 
-// Starts a thread that runs entry(argument) and ends when it returns, on a stack of `stack_bytes`
-// or, where that would not do, more. The library stays loaded as long as the thread runs. The
-// handle goes to thread_close exactly once, which the thread does not notice; 0 when no thread
-// could be made.
-std::uintptr_t thread_start(ThreadEntry entry, void* argument, std::uint32_t stack_bytes) noexcept;
-void thread_close(std::uintptr_t thread) noexcept;
+// Starts a detached thread that runs entry(argument) and ends when it returns, on a stack of
+// `stack_bytes` or, where that would not do, more. The library stays loaded as long as the thread
+// runs. Returns false if no thread could be made.
+bool start_thread(ThreadEntry entry, void* argument, std::uint32_t stack_bytes) noexcept;
 
-// An event: event_wait returns once it is set and resets it again. 0 when none could be made. The
-// thread that waited may close it at once, while event_set has yet to return.
-std::uintptr_t event_make() noexcept;
-void event_set(std::uintptr_t event) noexcept;
-void event_wait(std::uintptr_t event) noexcept;
-void event_close(std::uintptr_t event) noexcept;
+// wait() returns once the event is set and resets it again. The thread that waited may destroy it
+// at once, while set() has yet to return.
+class Event {
+ public:
+  Event() noexcept;
+  ~Event();
+  Event(const Event&) = delete;
+  Event& operator=(const Event&) = delete;
+
+  // False if none could be made; it must not be set or waited for.
+  explicit operator bool() const noexcept { return system_event_ != nullptr; }
+  void set() noexcept;
+  void wait() noexcept;
+
+ private:
+  void* system_event_;
+};
 
 }  // namespace kiv::platform

@@ -9,7 +9,7 @@
 #include "kiv_base/protocol.h"
 #include "protocol/xtea.h"
 
-using kiv::base::Owned;
+using kiv::base::RawStorage;
 using kiv::protocol::kXteaBlock;
 using kiv::protocol::kXteaKey;
 using kiv::protocol::Xtea;
@@ -112,14 +112,14 @@ void move_to_front(kiv_cipher& cipher) {
 
 kiv_cipher* KIV_CALL kiv_cipher_malloc(int mode, const void* key, int32_t key_length) KIV_NOEXCEPT {
   if (!is_mode(mode) || !is_key(key, key_length)) return nullptr;
-  auto cipher = Owned<kiv_cipher>::allocate();
+  auto cipher = RawStorage<kiv_cipher>::allocate();
   if (!cipher) return nullptr;
   set_up(*cipher, mode, key, key_length);
   return cipher.release();
 }
 
 void KIV_CALL kiv_cipher_free(kiv_cipher* cipher) KIV_NOEXCEPT {
-  _zu_free(cipher);
+  kiv::base::deallocate(cipher);
 }
 
 int KIV_CALL kiv_cipher_reset(kiv_cipher* cipher, int mode, const void* key,

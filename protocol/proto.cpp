@@ -25,7 +25,7 @@ std::atomic<const Mode*> mode_in_use{&kModes[1]};
 
 template <typename T>
 bool allocate_buffer(T*& buffer, std::size_t count) {
-  buffer = base::Owned<T>::allocate_zeroed(count).release();
+  buffer = base::RawStorage<T>::allocate_zeroed(count).release();
   return buffer != nullptr;
 }
 

@@ -104,7 +104,7 @@ void Pace::start() {
   last_ms_ = now_ms();
 }
 
-bool Pace::take(std::uint32_t interval_ms) {
+bool Pace::take_tick(std::uint32_t interval_ms) {
   const std::uint32_t now = now_ms();
   if (now - last_ms_ < interval_ms / 2) return false;
   last_ms_ = now;

@@ -106,7 +106,7 @@ class Pace {
  public:
   void start();
   // Does this tick count? Not when it follows the last one in less than half the interval.
-  bool take(std::uint32_t interval_ms);
+  bool take_tick(std::uint32_t interval_ms);
   // Is the next one late by half the interval?
   bool is_overdue(std::uint32_t interval_ms) const;
 

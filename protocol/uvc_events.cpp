@@ -40,7 +40,7 @@ void tell_foreign(LockedClient& locked, const zu_sock_peer& from) {
 
 // Also called instead of a tick that is held up.
 void keep_alive(kiv_uvc& client) {
-  if (!client.keep_alive_pace.take(kKeepAliveMs)) return;
+  if (!client.keep_alive_pace.take_tick(kKeepAliveMs)) return;
   if (client.sent_recently == 0) client.link.send_keep_alive(client.server());
   client.sent_recently = 0;
 }
@@ -54,7 +54,7 @@ void KIV_CALL keep_alive_tick(void*, void* argument, std::int32_t timer, std::in
 void KIV_CALL liveness_tick(void*, void* argument, std::int32_t timer, std::int32_t) {
   auto* const client = static_cast<kiv_uvc*>(argument);
   LockedClient locked(client);
-  if (!locked || timer != client->liveness_timer || !client->liveness_pace.take(kLivenessMs)) {
+  if (!locked || timer != client->liveness_timer || !client->liveness_pace.take_tick(kLivenessMs)) {
     return;
   }
   if (client->peer_alive != 0) {
@@ -112,7 +112,7 @@ News take_keep_alive(kiv_uvc& client) {
   return News::none;
 }
 
-News take(kiv_uvc& client) {
+News take_datagram(kiv_uvc& client) {
   const Datagram datagram = datagram_of(client);
   if (!datagram.has_header()) return News::foreign;
   const bool is_ours = datagram.carries(client.session);
@@ -143,7 +143,7 @@ void KIV_CALL serve_client(void* argument) {
   for (int i = 0; locked && i < kBatch && news == News::none; ++i) {
     client->received_length = client->link.receive(client->received, from);
     if (client->received_length < 0) return;
-    news = take(*client);
+    news = take_datagram(*client);
     if (news == News::foreign && client->on_foreign.function == nullptr) news = News::none;
     const bool connected = client->state == ClientState::connected;
     if (connected && client->keep_alive_pace.is_overdue(kKeepAliveMs)) keep_alive(*client);

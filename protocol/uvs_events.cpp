@@ -92,7 +92,7 @@ News take_keep_alive(Peer* peer) {
 }
 
 // `peer` is the sender, null while it is unknown.
-News take(kiv_uvs& server, const zu_sock_peer& from, Peer*& peer) {
+News take_datagram(kiv_uvs& server, const zu_sock_peer& from, Peer*& peer) {
   const Datagram datagram = datagram_of(server);
   if (!datagram.has_header()) return News::foreign;
   switch (datagram.type()) {
@@ -113,7 +113,7 @@ News take(kiv_uvs& server, const zu_sock_peer& from, Peer*& peer) {
 
 // Also called instead of a tick that is held up.
 void keep_alive(kiv_uvs& server) {
-  if (!server.keep_alive_pace.take(kKeepAliveMs)) return;
+  if (!server.keep_alive_pace.take_tick(kKeepAliveMs)) return;
   for (Peer& peer : server.by_id) {
     if (peer.sent_recently == 0) server.link.send_keep_alive(peer.sender());
     peer.sent_recently = 0;
@@ -132,7 +132,7 @@ void KIV_CALL serve_peers(void* argument) {
     server->received_length = server->link.receive(server->received, from);
     if (server->received_length < 0) return;
     peer = find_by_address(*server, from);
-    news = take(*server, from, peer);
+    news = take_datagram(*server, from, peer);
     if (news == News::foreign && server->on_foreign == nullptr) news = News::none;
     if (server->keep_alive_pace.is_overdue(kKeepAliveMs)) keep_alive(*server);
   }
@@ -162,7 +162,7 @@ void KIV_CALL liveness_tick(void*, void* argument, std::int32_t timer, std::int3
   auto* const server = static_cast<kiv_uvs*>(argument);
   LockedServer locked(server);
   Peer* const peer = locked ? find_by_id(*server, timer) : nullptr;
-  if (peer == nullptr || !peer->liveness_pace.take(kLivenessMs)) return;
+  if (peer == nullptr || !peer->liveness_pace.take_tick(kLivenessMs)) return;
   if (peer->peer_alive != 0) {
     peer->peer_alive = 0;
     return;

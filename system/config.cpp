@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/layout.h"
 #include "kiv_base/base.h"
 #include "platform/file.h"
 #include "system/config.h"
@@ -16,10 +17,9 @@ using system::Piece;
 
 namespace {
 
-static_assert(sizeof(zu_config_entry) == 2 * sizeof(void*) &&
-              offsetof(zu_config_entry, value) == sizeof(void*));
+KIV_LAYOUT(zu_config_entry, 8, value, 4);
 
-zu_config* make_from(base::Owned<char> text, std::size_t length) {
+zu_config* make_from(base::RawStorage<char> text, std::size_t length) {
   auto config = base::make<zu_config>();
   return text && config && config->load(std::move(text), length) ? config.release() : nullptr;
 }
@@ -48,7 +48,7 @@ std::string_view without_quotes(std::string_view value) {
 zu_config* KIV_CALL zu_config_make(const char* file_name) KIV_NOEXCEPT {
   if (file_name == nullptr) return base::make<zu_config>().release();
   std::size_t length = 0;
-  base::Owned<char> text = system::read_whole_file(file_name, true, length);
+  base::RawStorage<char> text = system::read_whole_file(file_name, true, length);
   return make_from(std::move(text), length);
 }
 
@@ -150,7 +150,7 @@ char* KIV_CALL zu_config_ToString(zu_config* config) KIV_NOEXCEPT {
 int KIV_CALL zu_config_SaveToFile(zu_config* config, const char* file_name) KIV_NOEXCEPT {
   if (config == nullptr || file_name == nullptr) return 0;
   std::size_t length;
-  const base::Owned<char> text = config->print(length);
+  const base::RawStorage<char> text = config->print(length);
   return text && platform::replace_file(file_name, text.get(), length);
 }
 

@@ -36,7 +36,7 @@ class Config {
   Config& operator=(const Config&) = delete;
 
   // Reads a text, with its terminator, into an empty configuration. False if out of memory.
-  bool load(base::Owned<char> source, std::size_t length);
+  bool load(base::RawStorage<char> source, std::size_t length);
 
   // Look up; null when it is not there. Names may be null.
   Group* group(const char* name) const;
@@ -52,10 +52,10 @@ class Config {
 
   void rewind_groups();
   bool rewind_keys(const char* group_name);
-  Group* next_group() { return pending_groups_.take(group_pool_); }
-  Piece* next_key() { return pending_keys_.take(text_.pool()); }
+  Group* next_group() { return pending_groups_.take_pending(group_pool_); }
+  Piece* next_key() { return pending_keys_.take_pending(text_.pool()); }
 
-  base::Owned<char> print(std::size_t& length) const { return text_.print(length); }
+  base::RawStorage<char> print(std::size_t& length) const { return text_.print(length); }
 
  private:
   friend class ConfigParser;
@@ -65,7 +65,7 @@ class Config {
   Piece* take_from_index(const Group& group, const char* name, std::size_t length);
   void release(Group* group);
 
-  base::Owned<char> source_;
+  base::RawStorage<char> source_;
   ConfigText text_;
   Pool<Group> group_pool_;
   Index<Group> groups_;

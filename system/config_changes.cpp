@@ -67,7 +67,7 @@ Piece* Config::key(const char* group_name, const char* name) const {
 bool Config::set_group(const char* name) {
   if (group(name) != nullptr) return true;
   if (*name == '\0' || !groups_.prepare()) return false;
-  Group* const made = group_pool_.take();
+  Group* const made = group_pool_.take_record();
   if (made == nullptr) return false;
   made->first_header = made->last_header = set_name(*made, name) ? text_.append_header() : nullptr;
   if (made->last_header == nullptr) {

@@ -28,9 +28,9 @@ class ConfigParser {
   ConfigParser(Config& config, char* text, std::size_t length)
       : config_(config), at_(text), end_(text + length) {}
 
-  bool run() {
+  bool parse() {
     if (!make_room()) return false;
-    if (begins_with_mark() && !take(Kind::byte_order_mark, at_ + 3)) return false;
+    if (begins_with_mark() && !take_piece(Kind::byte_order_mark, at_ + 3)) return false;
     while (at_ != end_) {
       if (!next()) return false;
     }
@@ -54,19 +54,19 @@ class ConfigParser {
     switch (*at_) {
       case ' ':
       case '\t':
-        return take(Kind::blank, skip_blanks(at_));
+        return take_piece(Kind::blank, skip_blanks(at_));
       case '\r':
       case '\n':
         return line_ends();
       case ';':
       case '#':
-        return take(Kind::comment, line_end());
+        return take_piece(Kind::comment, line_end());
       case '/':
         // A single slash is not a comment, but its line is kept like one.
         if (end_ - at_ > 1 && at_[1] == '*') return block_comment();
-        return take(Kind::comment, line_end());
+        return take_piece(Kind::comment, line_end());
       case '=':
-        return take(Kind::comment, line_end());
+        return take_piece(Kind::comment, line_end());
       case '[':
         return header();
       default:
@@ -83,7 +83,7 @@ class ConfigParser {
     constexpr char kClosing[] = {'*', '/'};
     char* const closing = std::search(at_ + 2, end_, kClosing, kClosing + 2);
     const bool open = closing == end_;
-    Piece* const comment = take(Kind::comment, open ? end_ : closing + 2);
+    Piece* const comment = take_piece(Kind::comment, open ? end_ : closing + 2);
     if (comment != nullptr) comment->open = open;
     return comment != nullptr;
   }
@@ -91,7 +91,7 @@ class ConfigParser {
   bool header() {
     ++at_;
     char* const closing = std::find(at_, end_, ']');
-    Piece* const header = take(Kind::header, closing);
+    Piece* const header = take_piece(Kind::header, closing);
     if (header == nullptr) return false;
     header->open = closing == end_;
     if (!header->open) ++at_;
@@ -106,8 +106,8 @@ class ConfigParser {
         std::find_if(at_, end_, [](char c) { return is_blank(c) || is_line_end(c) || c == '='; });
     char* const equals = skip_blanks(name_end);
     // A line without a key is kept with its line.
-    if (equals == end_ || *equals != '=') return take(Kind::comment, line_end());
-    Piece* const key = take(Kind::key, name_end);
+    if (equals == end_ || *equals != '=') return take_piece(Kind::comment, line_end());
+    Piece* const key = take_piece(Kind::key, name_end);
     if (key == nullptr) return false;
     key->separator = std::exchange(*name_end, '\0');
     // deliberate: blanks after "=" belong to the value; what is set and written keeps its look.
@@ -123,7 +123,7 @@ class ConfigParser {
   // Finds or adds the group of a header. False if out of memory.
   bool index_header(Piece& header) {
     Group** const known = config_.find_group(header.pair.key, header.length);
-    group_ = known != nullptr ? *known : config_.group_pool_.take();
+    group_ = known != nullptr ? *known : config_.group_pool_.take_record();
     if (group_ == nullptr) return false;
     header.group = group_;
     if (known != nullptr) {
@@ -146,7 +146,7 @@ class ConfigParser {
     config_.keys_.insert(&key);
   }
 
-  Piece* take(Kind kind, char* end) {
+  Piece* take_piece(Kind kind, char* end) {
     const char* const text = std::exchange(at_, end);
     return config_.text_.append(kind, text, static_cast<std::size_t>(end - text));
   }
@@ -160,9 +160,9 @@ class ConfigParser {
   char* const end_;
 };
 
-bool Config::load(base::Owned<char> source, std::size_t length) {
+bool Config::load(base::RawStorage<char> source, std::size_t length) {
   source_ = std::move(source);
-  return ConfigParser(*this, source_.get(), length).run();
+  return ConfigParser(*this, source_.get(), length).parse();
 }
 
 }  // namespace kiv::system

@@ -28,7 +28,7 @@ class Pool {
   void expect(std::size_t records) { next_room_ = records + 1; }
 
   // Returns a fresh record, null if out of memory.
-  T* take() {
+  T* take_record() {
     if (free_ != nullptr) return new (std::exchange(free_, free_->chain)) T;
     if (used_ == room_ && !add_block()) return nullptr;
     return new (&blocks_[used_++]) T;
@@ -39,7 +39,7 @@ class Pool {
   static constexpr std::size_t kMostRoom = 1024;
 
   bool add_block() {
-    auto block = base::Owned<T>::allocate(next_room_);
+    auto block = base::RawStorage<T>::allocate(next_room_);
     if (!block) return false;
     block->chain = blocks_;
     blocks_ = block.release();
@@ -124,7 +124,7 @@ class Index {
   static constexpr std::size_t kMostPerBucket = 2;
 
   bool resize(std::size_t size) {
-    auto buckets = base::Owned<T*>::allocate_zeroed(size);
+    auto buckets = base::RawStorage<T*>::allocate_zeroed(size);
     if (!buckets) return false;
     for (std::size_t i = 0; i < size_; ++i) {
       // At the ends of the new chains, so that the newest stays first.
@@ -160,7 +160,7 @@ class Pending {
 
   // Returns the next record, null at the end. Records removed meanwhile only now go back to
   // their pool.
-  T* take(Pool<T>& pool) {
+  T* take_pending(Pool<T>& pool) {
     while (first_ != nullptr) {
       T* const record = std::exchange(first_, first_->next_pending);
       record->pending = false;
@@ -174,7 +174,7 @@ class Pending {
     return nullptr;
   }
   void clear(Pool<T>& pool) {
-    while (take(pool) != nullptr) {
+    while (take_pending(pool) != nullptr) {
     }
   }
 

@@ -117,7 +117,7 @@ ConfigText::~ConfigText() {
 // ---- building ----
 
 Piece* ConfigText::append(Kind kind, const char* text, std::size_t length) {
-  Piece* const piece = pool_.take();
+  Piece* const piece = pool_.take_record();
   if (piece == nullptr) return nullptr;
   piece->kind = kind;
   piece->pair.key = text;
@@ -137,8 +137,8 @@ Piece* ConfigText::make_key(const char* key, const char* value, const Piece* hea
   const std::size_t length = std::strlen(key);
   const std::size_t value_length = std::strlen(value);
   const std::uint32_t line_end_length = header != nullptr ? header->line_end_length : 0;
-  auto block = base::Owned<char>::allocate(length + 1 + value_length + line_end_length + 1);
-  Piece* const made = block ? pool_.take() : nullptr;
+  auto block = base::RawStorage<char>::allocate(length + 1 + value_length + line_end_length + 1);
+  Piece* const made = block ? pool_.take_record() : nullptr;
   if (made == nullptr) return nullptr;
   std::memcpy(block.get(), key, length + 1);
   char* const own_value = block.get() + length + 1;
@@ -155,7 +155,7 @@ Piece* ConfigText::make_key(const char* key, const char* value, const Piece* hea
 
 bool ConfigText::set_value(Piece* key, const char* value) {
   const std::size_t length = std::strlen(value);
-  auto block = base::Owned<char>::allocate(length + key->line_end_length + 1);
+  auto block = base::RawStorage<char>::allocate(length + key->line_end_length + 1);
   if (!block) return false;
   put_value(block.get(), value, length, key);
   if (key->own_value) base::deallocate(const_cast<char*>(key->pair.value));
@@ -185,7 +185,7 @@ void ConfigText::insert_below(Piece* header, Piece* key) {
 }
 
 Piece* ConfigText::append_header() {
-  Piece* const header = pool_.take();
+  Piece* const header = pool_.take_record();
   if (header == nullptr) return nullptr;
   if ((last_ == nullptr || last_->has_line_end()) && !append(Kind::empty, "", 0)) {
     pool_.give_back(header);
@@ -282,14 +282,14 @@ void ConfigText::remove_last_line_end() {
 
 // ---- printing ----
 
-base::Owned<char> ConfigText::print(std::size_t& length) const {
+base::RawStorage<char> ConfigText::print(std::size_t& length) const {
   std::uint64_t total = 0;
   for (const Piece* piece = first_; piece != nullptr; piece = piece->next) {
     total += printed_length(*piece) + piece->line_end_length;
   }
   if (total >= INT32_MAX) return {};
   length = static_cast<std::size_t>(total);
-  auto text = base::Owned<char>::allocate(length + 1);
+  auto text = base::RawStorage<char>::allocate(length + 1);
   if (!text) return text;
   char* out = text.get();
   for (const Piece* piece = first_; piece != nullptr; piece = piece->next) {

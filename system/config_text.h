@@ -88,7 +88,7 @@ class ConfigText {
   void release(Piece* piece);
 
   // Returns the text, terminated, and its length; empty if it is too long or out of memory.
-  base::Owned<char> print(std::size_t& length) const;
+  base::RawStorage<char> print(std::size_t& length) const;
 
  private:
   void link_behind(Piece* place, Piece* piece);

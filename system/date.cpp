@@ -166,7 +166,7 @@ char* KIV_CALL zu_GetGMTString(zu_time time) KIV_NOEXCEPT {
   std::tm local{};
   // deliberate: local time under the label "GMT"; zu_DateParse reads it back as it is written.
   if (!platform::local_time(time, &local)) return nullptr;
-  auto text = base::Owned<char>::allocate(kGmtStringSize);
+  auto text = base::RawStorage<char>::allocate(kGmtStringSize);
   if (text) put_date(text.get(), local);
   return text.release();
 }

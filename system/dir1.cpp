@@ -11,7 +11,7 @@
 #include "system/file.h"
 
 using namespace kiv;
-using base::Owned;
+using base::RawStorage;
 using platform::Directory;
 using platform::DirectoryEntry;
 using platform::Kind;
@@ -96,7 +96,7 @@ class Walk {
   bool deep_;
   zu_dir1_callback callback_;
   void* argument_;
-  Owned<char> name_;
+  RawStorage<char> name_;
   std::size_t room_ = 0;
 };
 
@@ -141,7 +141,7 @@ int KIV_CALL zu_dir1_IsExist(const char* path) KIV_NOEXCEPT {
 int KIV_CALL zu_dir1_make(const char* path) KIV_NOEXCEPT {
   if (!system::is_path(path)) return 0;
   if (platform::make_directory(path, false) || is_directory(path)) return 1;
-  Owned<char> part = base::copy_text(path);
+  RawStorage<char> part = base::copy_text(path);
   if (!part) return 0;
   for (std::size_t i = 1; path[i] != '\0'; ++i) {
     if (!platform::is_separator(path[i])) continue;
@@ -161,7 +161,7 @@ int KIV_CALL zu_dir1_RemoveAll(const char* path) KIV_NOEXCEPT {
   if (!system::is_path(path)) return 0;
   // With a trailing separator, a link would be followed.
   const std::size_t length = length_without_separators(path);
-  Owned<char> bare = base::copy_text(path);
+  RawStorage<char> bare = base::copy_text(path);
   if (length == 0 || !bare) return 0;
   bare[length] = '\0';
   const bool dots =
@@ -199,10 +199,10 @@ char* KIV_CALL zu_dir1_GetTemp(void) KIV_NOEXCEPT {
 
 char* KIV_CALL zu_dir1_MakeTemp(const char* prefix) KIV_NOEXCEPT {
   if (prefix == nullptr) prefix = "";
-  const Owned<char> parent(zu_dir1_GetTemp());
+  const RawStorage<char> parent(zu_dir1_GetTemp());
   if (!parent || has_separator(prefix)) return nullptr;
   const std::size_t size = std::strlen(parent.get()) + std::strlen(prefix) + 32;
-  auto path = Owned<char>::allocate(size);
+  auto path = RawStorage<char>::allocate(size);
   for (int i = 0; path && i < kNames; ++i) {
     std::uint32_t random[2];
     if (!platform::random_bytes(random, sizeof random)) return nullptr;

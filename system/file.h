@@ -11,7 +11,7 @@ namespace kiv::system {
 
 // All bytes of a regular file, and a zero after them; empty when it cannot be read, is 2 GiB or
 // longer, or if out of memory. `narrow`: as in platform::OpenMode.
-base::Owned<char> read_whole_file(const char* path, bool narrow, std::size_t& length);
+base::RawStorage<char> read_whole_file(const char* path, bool narrow, std::size_t& length);
 
 inline bool is_path(const char* path) {
   return path != nullptr && *path != '\0';

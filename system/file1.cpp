@@ -11,7 +11,7 @@
 #include "system/file.h"
 
 using namespace kiv;
-using base::Owned;
+using base::RawStorage;
 using platform::File;
 using platform::FileStatus;
 using platform::Kind;
@@ -33,7 +33,7 @@ bool write_bytes(File file, void* what) {
 // Copies what is left of one file, `what`, to the other.
 bool copy_from(File to, void* what) {
   const File from = *static_cast<const File*>(what);
-  const auto buffer = Owned<char>::allocate(kCopied);
+  const auto buffer = RawStorage<char>::allocate(kCopied);
   if (!buffer) return false;
   for (;;) {
     const std::int64_t got = platform::read_file(from, buffer.get(), kCopied);
@@ -65,7 +65,7 @@ bool ends_directory(char c) {
 bool remove_other_name(const char* from, const char* to) {
   std::size_t directory = std::strlen(from);
   while (directory > 0 && !ends_directory(from[directory - 1])) --directory;
-  const auto away = Owned<char>::allocate(directory + 32);
+  const auto away = RawStorage<char>::allocate(directory + 32);
   std::uint32_t random[2];
   if (!away || !platform::random_bytes(random, sizeof random)) return false;
   std::memcpy(away.get(), from, directory);
@@ -132,7 +132,7 @@ int KIV_CALL zu_file1_Delete(const char* path) KIV_NOEXCEPT {
 char* KIV_CALL zu_file1_Read(const char* path, int64_t* length) KIV_NOEXCEPT {
   if (!system::is_path(path)) return nullptr;
   std::size_t used = 0;
-  Owned<char> text = system::read_whole_file(path, false, used);
+  RawStorage<char> text = system::read_whole_file(path, false, used);
   if (text && length != nullptr) *length = static_cast<std::int64_t>(used);
   return text.release();
 }

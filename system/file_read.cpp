@@ -11,7 +11,7 @@ namespace kiv::system {
 
 namespace {
 
-using base::Owned;
+using base::RawStorage;
 using platform::File;
 
 constexpr std::size_t kFirstRead = 16384;
@@ -26,7 +26,7 @@ std::size_t first_room(File file) {
 }
 
 // Makes room for more; false when there can be none, and nothing changed.
-bool grow(Owned<char>& text, std::size_t& room) {
+bool grow(RawStorage<char>& text, std::size_t& room) {
   if (room >= kLongestRead) return false;
   const std::size_t larger = std::min(room * 2, kLongestRead);
   if (!text.resize(larger)) return false;
@@ -36,12 +36,12 @@ bool grow(Owned<char>& text, std::size_t& room) {
 
 }  // namespace
 
-Owned<char> read_whole_file(const char* path, bool narrow, std::size_t& length) {
+RawStorage<char> read_whole_file(const char* path, bool narrow, std::size_t& length) {
   const OwnedFile file(
       platform::open_file(path, {.read = true, .regular = true, .narrow = narrow}));
   if (!file) return {};
   std::size_t room = first_room(file.get()), used = 0;
-  auto text = Owned<char>::allocate(room);
+  auto text = RawStorage<char>::allocate(room);
   if (!text) return {};
   for (;;) {
     const std::int64_t got = platform::read_file(file.get(), text.get() + used, room - used - 1);

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "base/ascii.h"
+#include "base/layout.h"
 #include "base/owned.h"
 #include "kiv_base/system.h"
 
@@ -16,7 +17,7 @@ namespace {
 
 enum MatchType : std::int32_t { kGeneral, kGeneralFromTail, kHead, kTail, kExact };
 
-static_assert(sizeof(zu_pattern) == 16 + sizeof(void*) && offsetof(zu_pattern, text) == 16);
+KIV_LAYOUT(zu_pattern, 20, text, 16);
 
 // Copies the text with the "?" of every run of wildcards in front and one "*" after them, so that
 // "*?" and "?*", which match the same, become the same. Sets the lengths.
@@ -141,17 +142,17 @@ bool same(const char* a, const char* b, std::size_t length, bool match_case) {
   return match_case ? std::memcmp(a, b, length) == 0 : base::equal_ignoring_case(a, b, length);
 }
 
-// One block: the text follows the record. Empty for null, for 2 GiB and if out of memory.
-base::Owned<zu_pattern> make_pattern(const char* text) {
+// One block: the text stands behind the record. Empty for null, for 2 GiB and if out of memory.
+base::RawStorage<zu_pattern> make_pattern(const char* text) {
   const std::size_t length = text == nullptr ? 0 : std::strlen(text);
   if (text == nullptr || length > INT32_MAX) return {};
-  auto block = base::Owned<char>::allocate(sizeof(zu_pattern) + length + 1);
+  auto block = base::RawStorage<char>::allocate(sizeof(zu_pattern) + length + 1);
   if (!block) return {};
   auto* pattern = new (block.get()) zu_pattern{};
   pattern->text = block.release() + sizeof(zu_pattern);
   normalise(*pattern, text);
   classify(*pattern);
-  return base::Owned<zu_pattern>(pattern);
+  return base::RawStorage<zu_pattern>(pattern);
 }
 
 // `reversed` may be null.

@@ -73,7 +73,7 @@ int write_number(const zu_pidfile& made) {
   return fail_for_system(made.path);
 }
 
-int take(zu_pidfile& made) {
+int take_file(zu_pidfile& made) {
   switch (platform::locked_file_take(made.path, &made.file)) {
     case platform::Take::held:
       return fail_for_holder(made.path);
@@ -92,12 +92,12 @@ int take(zu_pidfile& made) {
 zu_pidfile* KIV_CALL zu_pidfile_make(const char* path) KIV_NOEXCEPT {
   if (path == nullptr || *path == '\0') return nullptr;
   const std::size_t length = std::strlen(path);
-  base::Owned<char> memory = base::Owned<char>::allocate(sizeof(zu_pidfile) + length);
+  base::RawStorage<char> memory = base::RawStorage<char>::allocate(sizeof(zu_pidfile) + length);
   if (!memory) return nullptr;
   auto* made = reinterpret_cast<zu_pidfile*>(memory.get());
   made->process = platform::process_id();
   std::memcpy(made->path, path, length + 1);
-  if (!take(*made)) return nullptr;
+  if (!take_file(*made)) return nullptr;
   (void)memory.release();
   return made;
 }

@@ -105,7 +105,7 @@ int KIV_CALL zu_service_query(const char* name) KIV_NOEXCEPT {
 int KIV_CALL zu_service_log(const char* name, int kind, const char* text) KIV_NOEXCEPT {
   if (text == nullptr || kind < ZU_SERVICE_NOTICE || kind > ZU_SERVICE_ERROR) return 0;
   if (!system::is_service_name(name, __func__)) return 0;
-  const base::Owned<char> line = base::copy_text(text);
+  const base::RawStorage<char> line = base::copy_text(text);
   if (!line) return 0;
   for (char* c = line.get(); *c != '\0'; ++c) {
     if (static_cast<unsigned char>(*c) < ' ' || *c == '\x7f') *c = ' ';

@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/layout.h"
 #include "kiv_base/system.h"
 #include "platform/service.h"
 #include "platform/thread.h"
@@ -12,30 +13,9 @@ using platform::ServiceState;
 
 namespace {
 
-static_assert(sizeof(void*) != 4 ||
-              (sizeof(zu_service_callbacks) == 20 && offsetof(zu_service_callbacks, work) == 4 &&
-               offsetof(zu_service_callbacks, stop) == 8 &&
-               offsetof(zu_service_callbacks, pause) == 12 &&
-               offsetof(zu_service_callbacks, resume) == 16));
+KIV_LAYOUT(zu_service_callbacks, 20, resume, 16);
 
 constexpr std::uint32_t kStack = 256 * 1024;
-
-class Event {
- public:
-  Event() : event_(platform::event_make()) {}
-  ~Event() {
-    if (event_ != 0) platform::event_close(event_);
-  }
-  Event(const Event&) = delete;
-  Event& operator=(const Event&) = delete;
-
-  bool works() const { return event_ != 0; }
-  void set() { platform::event_set(event_); }
-  void wait() { platform::event_wait(event_); }
-
- private:
-  std::uintptr_t event_;
-};
 
 class Run {
  public:
@@ -59,7 +39,7 @@ class Run {
   const char* name_;
   zu_service_callbacks callbacks_;
   void* argument_;
-  Event set_up_, followed_;
+  platform::Event set_up_, followed_;
   bool runs_ = false;
 };
 
@@ -73,13 +53,8 @@ void Run::reach(ServiceState state, const char* text, platform::Severity severit
 }
 
 bool Run::go() {
-  const std::uintptr_t thread =
-      set_up_.works() && followed_.works()
-          ? platform::thread_start([](void* run) { static_cast<Run*>(run)->follow(); }, this,
-                                   kStack)
-          : 0;
-  if (thread != 0) {
-    platform::thread_close(thread);
+  if (set_up_ && followed_ &&
+      platform::start_thread([](void* run) { static_cast<Run*>(run)->follow(); }, this, kStack)) {
     runs_ = callbacks_.start == nullptr || callbacks_.start(argument_) == 1;
     if (runs_) reach(ServiceState::running, "started");
     set_up_.set();

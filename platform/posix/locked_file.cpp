@@ -114,7 +114,7 @@ void let_go(Held* held) {
   close_quietly(held->fd);
 }
 
-Take take(const char* path, Held* held) {
+Take take_file(const char* path, Held* held) {
   for (int i = 0; i < kTries; ++i) {
     const Take result = take_once(path, held);
     if (result != Take::taken || leads_to(path, held->fd)) return result;
@@ -140,7 +140,7 @@ Take locked_file_take(const char* path, LockedFile* file) noexcept {
     errno = ENOMEM;
     return Take::failed;
   }
-  const Take result = take(path, held);
+  const Take result = take_file(path, held);
   if (result != Take::taken) heap_free(held);
   *file = reinterpret_cast<LockedFile>(held);
   return result;

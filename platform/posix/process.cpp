@@ -35,7 +35,7 @@ char* executable_path() noexcept {
     const ssize_t length = readlink("/proc/self/exe", path.end(), path.space());
     if (length <= 0) return nullptr;
     if (static_cast<std::size_t>(length) == path.space()) continue;
-    path.take(static_cast<std::size_t>(length));
+    path.use_reserved(static_cast<std::size_t>(length));
     return path.release();
   }
   return nullptr;

@@ -22,21 +22,21 @@ struct Start {
   void* argument;
 };
 
-void* run(void* start_memory) {
+void* run_thread(void* start_memory) {
   const Start start = *static_cast<Start*>(start_memory);
   heap_free(start_memory);
   start.entry(start.argument);
   return nullptr;
 }
 
-struct Event {
+struct SystemEvent {
   pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
   pthread_cond_t changed = PTHREAD_COND_INITIALIZER;
   bool is_set = false;
 };
 
-Event* event_of(std::uintptr_t handle) {
-  return reinterpret_cast<Event*>(handle);
+SystemEvent& event_of(void* memory) {
+  return *static_cast<SystemEvent*>(memory);
 }
 
 }  // namespace
@@ -59,55 +59,47 @@ void* thread_value() noexcept {
   return value_of_thread;
 }
 
-std::uintptr_t thread_start(ThreadEntry entry, void* argument, std::uint32_t stack_bytes) noexcept {
+bool start_thread(ThreadEntry entry, void* argument, std::uint32_t stack_bytes) noexcept {
   auto* start = static_cast<Start*>(heap_alloc(sizeof(Start)));
-  if (start == nullptr) return 0;
+  if (start == nullptr) return false;
   *start = {entry, argument};
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
   pthread_attr_setstacksize(&attributes, std::max<std::size_t>(stack_bytes, kSmallestStack));
+  pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
   pthread_t thread;
-  const int error = pthread_create(&thread, &attributes, run, start);
+  const int error = pthread_create(&thread, &attributes, run_thread, start);
   pthread_attr_destroy(&attributes);
-  if (error != 0) {
-    heap_free(start);
-    return 0;
-  }
-  static_assert(sizeof(pthread_t) <= sizeof(std::uintptr_t));
-  return static_cast<std::uintptr_t>(thread);
+  if (error != 0) heap_free(start);
+  return error == 0;
 }
 
-void thread_close(std::uintptr_t thread) noexcept {
-  pthread_detach(static_cast<pthread_t>(thread));
+Event::Event() noexcept : system_event_(heap_alloc(sizeof(SystemEvent))) {
+  if (system_event_ != nullptr) new (system_event_) SystemEvent;
 }
 
-std::uintptr_t event_make() noexcept {
-  void* memory = heap_alloc(sizeof(Event));
-  return memory == nullptr ? 0 : reinterpret_cast<std::uintptr_t>(new (memory) Event);
+Event::~Event() {
+  if (system_event_ == nullptr) return;
+  pthread_cond_destroy(&event_of(system_event_).changed);
+  pthread_mutex_destroy(&event_of(system_event_).mutex);
+  heap_free(system_event_);
 }
 
-void event_set(std::uintptr_t handle) noexcept {
-  Event* event = event_of(handle);
-  pthread_mutex_lock(&event->mutex);
-  event->is_set = true;
+void Event::set() noexcept {
+  SystemEvent& event = event_of(system_event_);
+  pthread_mutex_lock(&event.mutex);
+  event.is_set = true;
   // Within the lock: once it is released, the event may be gone.
-  pthread_cond_signal(&event->changed);
-  pthread_mutex_unlock(&event->mutex);
+  pthread_cond_signal(&event.changed);
+  pthread_mutex_unlock(&event.mutex);
 }
 
-void event_wait(std::uintptr_t handle) noexcept {
-  Event* event = event_of(handle);
-  pthread_mutex_lock(&event->mutex);
-  while (!event->is_set) pthread_cond_wait(&event->changed, &event->mutex);
-  event->is_set = false;
-  pthread_mutex_unlock(&event->mutex);
-}
-
-void event_close(std::uintptr_t handle) noexcept {
-  Event* event = event_of(handle);
-  pthread_cond_destroy(&event->changed);
-  pthread_mutex_destroy(&event->mutex);
-  heap_free(event);
+void Event::wait() noexcept {
+  SystemEvent& event = event_of(system_event_);
+  pthread_mutex_lock(&event.mutex);
+  while (!event.is_set) pthread_cond_wait(&event.changed, &event.mutex);
+  event.is_set = false;
+  pthread_mutex_unlock(&event.mutex);
 }
 
 }  // namespace kiv::platform

@@ -87,7 +87,7 @@ bool run_at_console() {
   return host.good;
 }
 
-bool run(wchar_t* name, Why* why) {
+bool run_dispatcher(wchar_t* name, Why* why) {
   // A process may ask for the manager once.
   static std::atomic<bool> has_none{false};
   if (has_none) return run_at_console();
@@ -137,7 +137,7 @@ bool service_host(const char* name, bool pauses, ServiceBody body, void* argumen
   ResetEvent(over());
   wish.begin();
   host = {.name = wide.get(), .pauses = pauses, .body = body, .argument = argument};
-  const bool good = run(wide.get(), why);
+  const bool good = run_dispatcher(wide.get(), why);
   is_hosting = false;
   return good;
 }

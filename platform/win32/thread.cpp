@@ -23,16 +23,12 @@ HMODULE hold_module() {
   return module;
 }
 
-unsigned __stdcall run(void* start_memory) {
+unsigned __stdcall run_thread(void* start_memory) {
   const Start start = *static_cast<Start*>(start_memory);
   heap_free(start_memory);
   start.entry(start.argument);
   // Nobody waits for the thread, so the program may have unloaded the library by now.
   FreeLibraryAndExitThread(start.module, 0);
-}
-
-HANDLE handle_of(std::uintptr_t handle) {
-  return reinterpret_cast<HANDLE>(handle);
 }
 
 }  // namespace
@@ -56,39 +52,35 @@ void* thread_value() noexcept {
   return TlsGetValue(value_place());
 }
 
-std::uintptr_t thread_start(ThreadEntry entry, void* argument, std::uint32_t stack_bytes) noexcept {
+bool start_thread(ThreadEntry entry, void* argument, std::uint32_t stack_bytes) noexcept {
   auto* start = static_cast<Start*>(heap_alloc(sizeof(Start)));
-  if (start == nullptr) return 0;
+  if (start == nullptr) return false;
   *start = {entry, argument, hold_module()};
   // Reserved rather than committed: at the program's own stack size a thousand threads would not
   // fit into 32 bits of addresses.
-  const std::uintptr_t thread =
-      _beginthreadex(nullptr, stack_bytes, run, start, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+  const std::uintptr_t thread = _beginthreadex(nullptr, stack_bytes, run_thread, start,
+                                               STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
   if (thread == 0) {
     FreeLibrary(start->module);
     heap_free(start);
+    return false;
   }
-  return thread;
+  CloseHandle(reinterpret_cast<HANDLE>(thread));
+  return true;
 }
 
-void thread_close(std::uintptr_t thread) noexcept {
-  CloseHandle(handle_of(thread));
+Event::Event() noexcept : system_event_(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
+
+Event::~Event() {
+  if (system_event_ != nullptr) CloseHandle(system_event_);
 }
 
-std::uintptr_t event_make() noexcept {
-  return reinterpret_cast<std::uintptr_t>(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+void Event::set() noexcept {
+  SetEvent(system_event_);
 }
 
-void event_set(std::uintptr_t event) noexcept {
-  SetEvent(handle_of(event));
-}
-
-void event_wait(std::uintptr_t event) noexcept {
-  WaitForSingleObject(handle_of(event), INFINITE);
-}
-
-void event_close(std::uintptr_t event) noexcept {
-  CloseHandle(handle_of(event));
+void Event::wait() noexcept {
+  WaitForSingleObject(system_event_, INFINITE);
 }
 
 }  // namespace kiv::platform
