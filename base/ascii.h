@@ -26,6 +26,13 @@ constexpr bool is_space(char c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
+constexpr bool is_line_end(char c) {
+  return c == '\r' || c == '\n';
+}
+constexpr bool is_slash(char c) {
+  return c == '/' || c == '\\';
+}
+
 constexpr char to_lower(char c) {
   return is_upper(c) ? static_cast<char>(c + ('a' - 'A')) : c;
 }

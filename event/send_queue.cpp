@@ -34,7 +34,7 @@ struct SendQueue::Piece {
 SendQueue::Piece* SendQueue::make(std::int32_t room) noexcept {
   constexpr auto kMost = INT32_MAX - static_cast<std::int32_t>(sizeof(Piece));
   if (room > kMost) return nullptr;
-  auto memory = base::Owned<char>::allocate(sizeof(Piece) + static_cast<std::size_t>(room));
+  auto memory = base::RawStorage<char>::allocate(sizeof(Piece) + static_cast<std::size_t>(room));
   if (!memory) return nullptr;
   auto* const made = new (memory.release()) Piece;
   made->room = room;
@@ -75,7 +75,7 @@ void SendQueue::add(const void* data, std::int32_t length) noexcept {
 }
 
 void SendQueue::trim() noexcept {
-  _zu_free(spare_);
+  base::deallocate(spare_);
   spare_ = nullptr;
 }
 
@@ -89,7 +89,7 @@ bool SendQueue::add_file(const char* path, std::int64_t offset, std::int64_t len
   Piece* const piece = fits ? make(0) : nullptr;
   const std::int64_t left = length < 0 ? size - offset : length;
   if (piece == nullptr || left == 0) {
-    _zu_free(piece);
+    base::deallocate(piece);
     platform::close_file(file);
     return fits && left == 0;
   }
@@ -147,7 +147,7 @@ void SendQueue::drop_first() noexcept {
   Piece* const piece = first_;
   first_ = piece->next;
   if (piece->is_file()) platform::close_file(piece->file);
-  _zu_free(piece);
+  base::deallocate(piece);
 }
 
 void SendQueue::clear() noexcept {

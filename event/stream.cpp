@@ -2,7 +2,6 @@
 #include "event/stream.h"
 
 #include <algorithm>
-#include <new>
 
 #include "base/owned.h"
 #include "platform/socket.h"
@@ -134,10 +133,10 @@ Target target_of(const zu_box& box, const Socket& socket) {
 
 Stream* stream_of(Socket& socket) {
   if (socket.stream != nullptr) return socket.stream;
-  auto memory = base::Owned<Stream>::allocate();
-  if (!memory) return nullptr;
-  socket.stream = new (memory.release()) Stream;
-  socket.stream->socket = &socket;
+  auto made = base::make<Stream>();
+  if (!made) return nullptr;
+  made->socket = &socket;
+  socket.stream = made.release();
   return socket.stream;
 }
 
@@ -147,8 +146,7 @@ void drop_stream(Socket& socket) {
   socket.stream = nullptr;
   take_out<&Stream::notice_link>(*stream);
   take_out<&Stream::limit_link>(*stream);
-  stream->~Stream();
-  _zu_free(stream);
+  base::destroy(stream);
 }
 
 Change send(zu_box& box, Socket& socket, const zu_sock_piece* pieces, std::int32_t count) {
@@ -158,7 +156,7 @@ Change send(zu_box& box, Socket& socket, const zu_sock_piece* pieces, std::int32
   if (stream == nullptr) return {};
   SendQueue& queue = stream->queue;
   if (length > stream->send_limit - queue.held()) {
-    return {0, stream->full.callback != nullptr && notify(box, *stream, kFull)};
+    return {0, stream->full.function != nullptr && notify(box, *stream, kFull)};
   }
   // Room first: what was sent in part could not be taken back.
   if (length == 0) return {1};

@@ -86,10 +86,6 @@ const CgiField* find(const zu_cgi* cgi, const char* name) noexcept {
   return field;
 }
 
-bool is_line_end(char c) noexcept {
-  return c == '\r' || c == '\n';
-}
-
 // Copies with uniform line ends into [out, end), terminator included. A run of carriage returns and
 // line feeds is as many lines as it has of the one that is more frequent.
 void copy_lines(std::string_view text, char* out, const char* end) noexcept {
@@ -97,11 +93,11 @@ void copy_lines(std::string_view text, char* out, const char* end) noexcept {
   const char* at = text.data();
   const char* const text_end = at + text.size();
   while (at != text_end && out != end) {
-    if (!is_line_end(*at)) {
+    if (!base::is_line_end(*at)) {
       *out++ = *at++;
       continue;
     }
-    const char* const run_end = std::find_if_not(at, text_end, is_line_end);
+    const char* const run_end = std::find_if_not(at, text_end, base::is_line_end);
     const auto feeds = std::count(at, run_end, '\n');
     out = std::fill_n(out, std::min(std::max(feeds, run_end - at - feeds), end - out), '\n');
     at = run_end;

@@ -1,9 +1,10 @@
 // Classes of ASCII characters, the same whatever the host program's locale.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string_view>
+
+#include "base/char_table.h"
 
 namespace kiv::http {
 
@@ -18,28 +19,17 @@ enum CharClass : std::uint8_t {
   kValueEnd = 1 << 7,     // ends the value of a header field, likewise
 };
 
-constexpr std::array<std::uint8_t, 256> make_char_classes() {
-  std::array<std::uint8_t, 256> classes{};
-  auto add = [&classes](std::string_view members, int bits) {
-    for (char c : members) {
-      auto& entry = classes[static_cast<unsigned char>(c)];
-      entry = static_cast<std::uint8_t>(entry | bits);
-    }
-  };
-  const int everywhere = kFieldName | kStatusLine | kFormName | kEscapePlain;
-  add("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz", everywhere | kLetter);
-  add("0123456789", everywhere);
-  add("-", kFieldName);
-  add(" ._-/%=&", kStatusLine);
-  add("-._", kFormName);
-  add("\r\n", kLineEnd | kTargetEnd | kValueEnd);
-  add(std::string_view("\0", 1), kTargetEnd | kValueEnd);
-  add(" ", kTargetEnd);
-  add("*", kEscapePlain);
-  return classes;
-}
-
-inline constexpr std::array<std::uint8_t, 256> kCharClasses = make_char_classes();
+inline constexpr auto kCharClasses = base::make_char_table<std::uint8_t>({
+    {base::kLettersAndDigits, kFieldName | kStatusLine | kFormName | kEscapePlain},
+    {base::kLettersAndDigits.substr(0, 52), kLetter},
+    {"-", kFieldName},
+    {" ._-/%=&", kStatusLine},
+    {"-._", kFormName},
+    {"\r\n", kLineEnd | kTargetEnd | kValueEnd},
+    {std::string_view("\0", 1), kTargetEnd | kValueEnd},
+    {" ", kTargetEnd},
+    {"*", kEscapePlain},
+});
 
 constexpr bool is(char c, CharClass wanted) {
   return (kCharClasses[static_cast<unsigned char>(c)] & wanted) != 0;

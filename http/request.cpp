@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/ascii.h"
 #include "base/str.h"
 
 namespace kiv::http {
@@ -20,16 +21,12 @@ OwnedUri refuse(const char* url, int error) {
   return nullptr;
 }
 
-constexpr bool is_slash(char c) {
-  return c == '/' || c == '\\';
-}
-
 // Has the text of a parsed URI "://" after its scheme?
 bool asks_for_server(const char* text, const kiv_uri& uri) {
   if (uri.scheme == nullptr) return false;
   while (*text == ' ') ++text;
   text += std::strlen(uri.scheme);
-  return text[0] == ':' && is_slash(text[1]) && is_slash(text[2]);
+  return text[0] == ':' && base::is_slash(text[1]) && base::is_slash(text[2]);
 }
 
 // A URL without scheme and server is taken for one of http. One with a scheme and a server that is

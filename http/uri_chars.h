@@ -1,11 +1,11 @@
 // Which bytes stand where in a URI. Bytes from 0x80 on stand nowhere.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
+#include "base/char_table.h"
 #include "http/text.h"
 
 namespace kiv::http {
@@ -28,37 +28,27 @@ enum UriSet : std::uint16_t {
   kPlainInUrl = 1 << 12,
 };
 
-constexpr std::array<std::uint16_t, 256> make_uri_sets() {
-  std::array<std::uint16_t, 256> sets{};
-  auto add = [&sets](std::string_view members, unsigned bits) {
-    for (char c : members) {
-      auto& entry = sets[static_cast<unsigned char>(c)];
-      entry = static_cast<std::uint16_t>(entry | bits);
-    }
-  };
-  const unsigned unreserved = kUriOpaqueStart | kUriUser | kUriRegistry | kUriFirstSegment |
-                              kUriPath | kUriQuery | kPlainInQuery | kPlainInPath |
-                              kPlainInRelative | kPlainInUrl;
-  add("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789",
-      unreserved | kUriScheme | kUriHost);
-  add("-_.!~*'()", unreserved);
-  add("+-.", kUriScheme);
-  add("-.", kUriHost);
-  add(";?:@&=+$,", kUriOpaqueStart);
-  add(";:&=+$,", kUriUser);
-  add("$,;:@&=+", kUriRegistry);
-  add(";@&=+$,", kUriFirstSegment);
-  add(":@&=+$,;/\\", kUriPath);
-  add(";/?:@&=+$,[]\\", kUriQuery);
-  add("{}|\\^[]`", kUriUnwise);
-  add(";/?:@&=+$,[]", kPlainInQuery);
-  add("/;@&=+$,", kPlainInPath);
-  add("/;&=+$,", kPlainInRelative);
-  add(":/?_.#&;=", kPlainInUrl);
-  return sets;
-}
+inline constexpr unsigned kUriUnreserved = kUriOpaqueStart | kUriUser | kUriRegistry |
+                                           kUriFirstSegment | kUriPath | kUriQuery | kPlainInQuery |
+                                           kPlainInPath | kPlainInRelative | kPlainInUrl;
 
-inline constexpr std::array<std::uint16_t, 256> kUriSets = make_uri_sets();
+inline constexpr auto kUriSets = base::make_char_table<std::uint16_t>({
+    {base::kLettersAndDigits, kUriUnreserved | kUriScheme | kUriHost},
+    {"-_.!~*'()", kUriUnreserved},
+    {"+-.", kUriScheme},
+    {"-.", kUriHost},
+    {";?:@&=+$,", kUriOpaqueStart},
+    {";:&=+$,", kUriUser},
+    {"$,;:@&=+", kUriRegistry},
+    {";@&=+$,", kUriFirstSegment},
+    {":@&=+$,;/\\", kUriPath},
+    {";/?:@&=+$,[]\\", kUriQuery},
+    {"{}|\\^[]`", kUriUnwise},
+    {";/?:@&=+$,[]", kPlainInQuery},
+    {"/;@&=+$,", kPlainInPath},
+    {"/;&=+$,", kPlainInRelative},
+    {":/?_.#&;=", kPlainInUrl},
+});
 
 // `set` may be several of UriSet.
 constexpr bool is_in(char c, unsigned set) {

@@ -9,10 +9,6 @@
 namespace kiv::http {
 namespace {
 
-bool is_slash(char c) noexcept {
-  return c == '/' || c == '\\';
-}
-
 bool is_escape(const char* at) noexcept {
   return at[0] == '%' && base::is_hex_digit(at[1]) && base::is_hex_digit(at[2]);
 }
@@ -90,7 +86,7 @@ class UriReader {
     return true;
   }
 
-  bool absolute() { return is_slash(*at_) ? hierarchy() : opaque(); }
+  bool absolute() { return base::is_slash(*at_) ? hierarchy() : opaque(); }
 
   bool opaque() {
     const unsigned start = kUriOpaqueStart | (query_set_ & kUriUnwise);
@@ -100,23 +96,23 @@ class UriReader {
   }
 
   bool relative() {
-    if (is_slash(*at_)) return hierarchy();
+    if (base::is_slash(*at_)) return hierarchy();
     const char* const start = at_;
     if (!take_part(kUriFirstSegment).empty()) {
-      if (is_slash(*at_)) take_part(kUriPath);
+      if (base::is_slash(*at_)) take_part(kUriPath);
       parts_.path = since(start);
     }
     return query();
   }
 
   bool hierarchy() {
-    if (is_slash(at_[1])) {
+    if (base::is_slash(at_[1])) {
       // deliberate: further slashes go too, so the host of "file:///etc/x" is "etc"; hand-written
       // addresses have them.
-      while (is_slash(*at_)) ++at_;
+      while (base::is_slash(*at_)) ++at_;
       if (*at_ != '\0' && !authority()) return false;
     }
-    if (is_slash(*at_)) parts_.path = take_part(kUriPath);
+    if (base::is_slash(*at_)) parts_.path = take_part(kUriPath);
     return query();
   }
 
@@ -129,7 +125,8 @@ class UriReader {
     const char* const start = at_;
     // deliberate: "#" ends no server, so "http://h#f" has an authority and no host; requests to
     // such addresses have always been refused.
-    if (server() && (*at_ == '\0' || *at_ == '?' || *at_ == ' ' || is_slash(*at_))) return true;
+    if (server() && (*at_ == '\0' || *at_ == '?' || *at_ == ' ' || base::is_slash(*at_)))
+      return true;
     at_ = start;
     parts_.user = parts_.host = {};  // a port that was read stays
     parts_.authority = take_part(kUriRegistry);

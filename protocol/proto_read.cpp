@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/str.h"
 #include "protocol/proto.h"
 
 using namespace kiv::protocol;
@@ -24,9 +25,7 @@ void give_packet(const kiv_proto& packet, const char** text, int32_t* length) {
 // Copies what fits, with a zero.
 int copy_text(char* buffer, int32_t size, const char* text) {
   if (!buffer || size < 1) return 0;
-  const std::size_t length = ::strnlen(text, static_cast<std::size_t>(size) - 1);
-  std::memmove(buffer, text, length);
-  buffer[length] = 0;
+  kiv::base::copy_within(buffer, static_cast<std::size_t>(size), text);
   return 1;
 }
 

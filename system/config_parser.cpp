@@ -3,6 +3,7 @@
 #include <cstring>
 #include <utility>
 
+#include "base/ascii.h"
 #include "system/config.h"
 
 namespace kiv::system {
@@ -11,9 +12,6 @@ namespace {
 
 constexpr bool is_blank(char c) {
   return c == ' ' || c == '\t';
-}
-constexpr bool is_line_end(char c) {
-  return c == '\r' || c == '\n';
 }
 
 // Names are terminated texts in the index; one that is empty or holds a zero byte is not indexed.
@@ -41,7 +39,7 @@ class ConfigParser {
   // For a piece and a key in each line.
   bool make_room() {
     std::size_t lines = 1;
-    for (const char* c = at_; c != end_; ++c) lines += c[0] == '\n' && !is_line_end(c[1]);
+    for (const char* c = at_; c != end_; ++c) lines += c[0] == '\n' && !base::is_line_end(c[1]);
     config_.text_.pool().expect(lines);
     return config_.groups_.prepare() && config_.keys_.prepare(lines);
   }
@@ -75,7 +73,7 @@ class ConfigParser {
   }
 
   bool line_ends() {
-    char* const text = std::exchange(at_, std::find_if_not(at_, end_, is_line_end));
+    char* const text = std::exchange(at_, std::find_if_not(at_, end_, base::is_line_end));
     return config_.text_.append_line_end(text, static_cast<std::size_t>(at_ - text));
   }
 
@@ -102,8 +100,8 @@ class ConfigParser {
   }
 
   bool key() {
-    char* const name_end =
-        std::find_if(at_, end_, [](char c) { return is_blank(c) || is_line_end(c) || c == '='; });
+    char* const name_end = std::find_if(
+        at_, end_, [](char c) { return is_blank(c) || base::is_line_end(c) || c == '='; });
     char* const equals = skip_blanks(name_end);
     // A line without a key is kept with its line.
     if (equals == end_ || *equals != '=') return take_piece(Kind::comment, line_end());
@@ -152,7 +150,7 @@ class ConfigParser {
   }
 
   char* skip_blanks(char* from) const { return std::find_if_not(from, end_, is_blank); }
-  char* line_end() const { return std::find_if(at_, end_, is_line_end); }
+  char* line_end() const { return std::find_if(at_, end_, base::is_line_end); }
 
   Config& config_;
   Group* group_ = nullptr;

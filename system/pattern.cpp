@@ -142,7 +142,7 @@ bool same(const char* a, const char* b, std::size_t length, bool match_case) {
   return match_case ? std::memcmp(a, b, length) == 0 : base::equal_ignoring_case(a, b, length);
 }
 
-// One block: the text stands behind the record. Empty for null, for 2 GiB and if out of memory.
+// One block: the text follows the record. Empty for null, for 2 GiB and if out of memory.
 base::RawStorage<zu_pattern> make_pattern(const char* text) {
   const std::size_t length = text == nullptr ? 0 : std::strlen(text);
   if (text == nullptr || length > INT32_MAX) return {};
