@@ -24,8 +24,6 @@ void end_connecting(zu_box& box, Socket& socket) {
   remove_wait(box, Kind::except, socket);
 }
 
-constexpr std::int32_t kNotConnected = 10057;
-
 // Asks for the error once, since asking clears it. A connect that failed within the call has left
 // no error to ask for, but no peer either.
 std::int32_t connect_error(const Socket& socket) {
@@ -132,7 +130,7 @@ Served serve_connected(zu_box& box, Socket& socket, Kind, base::Guard& guard) {
 
 Served serve_connect_failed(zu_box& box, Socket& socket, Kind, base::Guard& guard) {
   end_connecting(box, socket);
-  return fail(box, guard, socket, connect_error(socket));
+  return fail(box, guard, socket, kAskSocket);
 }
 
 Served serve_import(zu_box&, Socket& socket, Kind kind, base::Guard& guard) {

@@ -1,5 +1,6 @@
 // Streams of a raw box.
 #include "event/stream.h"
+#include "platform/socket.h"
 
 namespace kiv::event {
 namespace {
@@ -82,9 +83,13 @@ int KIV_CALL zu_box_sock_ResumeRead(zu_box* box, std::int32_t id) KIV_NOEXCEPT {
 
 // The number may belong to a callback that has closed the socket.
 std::int32_t KIV_CALL zu_box_sock_GetReason(zu_box* box, std::int32_t id) KIV_NOEXCEPT {
-  return zu_box_sock_GetThisId(box) == id && id > 0
-             ? box->current_reason.load(std::memory_order_relaxed)
-             : 0;
+  if (id <= 0 || zu_box_sock_GetThisId(box) != id) return 0;
+  std::int32_t reason = box->current_reason.load(std::memory_order_relaxed);
+  if (reason != kAskSocket) return reason;
+  if (kiv::platform::socket_pending_error(id, &reason) != 0) reason = kiv::platform::last_error();
+  if (reason == 0) reason = kNotConnected;
+  box->current_reason.store(reason, std::memory_order_relaxed);
+  return reason;
 }
 
 int KIV_CALL zu_box_sock_SetConnectLimit(zu_box* box, std::int32_t id,

@@ -105,6 +105,11 @@ void abandon(zu_box& box, Socket& socket);
 // Ends a closing socket: closes it and calls the application.
 Served finish(zu_box& box, Socket& socket, std::int32_t reason, base::Guard& guard);
 
+// The reason of a failure that the system keeps until it is asked for: an application may ask the
+// socket itself.
+inline constexpr std::int32_t kAskSocket = -1;
+inline constexpr std::int32_t kNotConnected = 10057;
+
 // Calls a failure or close callback, which may ask for the reason.
 void call_with_reason(zu_box& box, std::int32_t reason, const SocketHandler& handler, void* handle,
                       std::int32_t socket);
