@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <semaphore>
 #include <thread>
 
 #include "kiv_base/base.h"
@@ -152,6 +153,34 @@ TEST(KivBox, FreedWhileOtherThreadsCallIt) {
     EXPECT_EQ(kivx_box_IsValid(box), 0);
     EXPECT_EQ(freed, inside_callback);
   }
+}
+
+// While the loop waits for more sockets than a few.
+TEST(KivBox, OtherThreadsBringAndTakeSocketsOfAWaitingLoop) {
+  struct Import {
+    Socket socket = udp_socket();
+    std::binary_semaphore served{0};
+    kiv_box* box = nullptr;
+  } import;
+  const auto give_back = [](void* user) {
+    auto& served = *static_cast<Import*>(user);
+    kivx_box_ExportSockId(served.box, served.socket.id());
+    served.served.release();
+  };
+  LoopingBox box;
+  import.box = box;
+  const std::uint16_t port = free_tcp_port();
+  for (int i = 0; i < 30; ++i) kiv_box_NewUdpServer(box, "127.0.0.1", 0, on_datagram, nullptr);
+  for (int round = 0; round < 100; ++round) {
+    const std::int32_t server = kiv_box_NewTcpServer(box, "127.0.0.1", port, on_accept, nullptr);
+    ASSERT_GT(server, 0) << "the port of the last round was not free at once";
+    EXPECT_TRUE(import.socket.send_to(import.socket.local_port(), "data"));
+    EXPECT_EQ(kivx_box_ImportSockId_ForRead(box, import.socket.id(), give_back, &import), 1);
+    import.served.acquire();
+    kiv_box_DeleteSock(box, server);
+    EXPECT_EQ(import.socket.receive_datagram(), "data") << "it is the caller's own again";
+  }
+  EXPECT_EQ(kiv_box_GetNumSock(box), 32);
 }
 
 // The loop may run elsewhere than where the box was made; its end frees the box all the same.

@@ -166,6 +166,32 @@ TEST_F(Engine, SweepsOneClosedBehindItsBackAmongMany) {
   EXPECT_EQ(stranger_.receive(1), "x");
 }
 
+#ifdef __linux__
+// Other systems have numbers come back later, or know one socket from the next by nothing else.
+TEST_F(Engine, ANumberThatCameBackUnnoticedIsRegisteredAnew) {
+  open(40);
+  for (std::size_t i = 0; i < 40; ++i) on('r', i, i == 25 ? stop : done_reading);
+  const std::int32_t number = id(25);
+  hooks_[39]->then = [](Engine& test, std::size_t) {
+    test.sockets_[25].close();
+    test.sockets_[25] = kiv::test::udp_socket();
+    test.sockets_[39].receive_datagram();
+    test.on('r', 25, done_reading);
+  };
+  const std::string line =
+      "_zu_fd_delete_InvalidFd_foreach()->InvalidFd=" + std::to_string(number) + "\n";
+  hooks_[0]->then = [](Engine& test, std::size_t) {
+    test.log_ += "+ ";
+    EXPECT_TRUE(test.sockets_[25].send_to(test.sockets_[25].local_port(), "data"));
+    done_reading(test, 0);
+    done_reading(test, 39);
+  };
+  EXPECT_EQ(kiv::test::printed_by([&] { run(); }), line);
+  EXPECT_EQ(id(25), number);
+  EXPECT_EQ(log_.substr(log_.find("r0")), "r0 + r25 ") << "the new one, and only when it is ready";
+}
+#endif
+
 // Once, it was called for ever and stopped every timer.
 TEST_F(Engine, ABrokenConnectionWaitedForExceptAloneIsLeftInPeace) {
   for (const std::size_t others : {0U, 30U}) {

@@ -71,5 +71,9 @@ void StoppedClock::step_wall_ms(std::int64_t milliseconds) {
 std::int64_t StoppedClock::slept_ms() const {
   return slept;
 }
+bool StoppedClock::pass_us(std::int64_t microseconds) {
+  if (stopped) pass(microseconds);
+  return stopped;
+}
 
 }  // namespace kiv::test
