@@ -98,6 +98,7 @@ struct Poller::Backend {
   bool enroll(Watch& watch);
   bool is_here(Watch& watch) const;
   bool changed_hands(Watch& watch) const;
+  bool may_have_urgent_data(const Watch& watch) const;
   void bury(const Watch& watch);
   void leave_parent();
   void choose_wait();
@@ -144,6 +145,11 @@ bool Poller::Backend::is_here(Watch& watch) const {
 
 bool Poller::Backend::changed_hands(Watch& watch) const {
   return watch.hands != hand_count(watch.socket).load(std::memory_order_acquire) && !is_here(watch);
+}
+
+// A read that finds nothing steps over an urgent byte, and nobody would be told of it any more.
+bool Poller::Backend::may_have_urgent_data(const Watch& watch) const {
+  return (watch.kinds & set_of(Kind::except)) != 0 && !watch.is_file;
 }
 
 // It is swept in the next pass, and not served before.
@@ -335,8 +341,12 @@ std::int32_t Poller::highest_ready(Kind kind, std::int32_t below) noexcept {
     const std::int32_t socket = self.watches.ready[index_of(kind)].highest(below);
     if (socket < 0 || !self.uses_epoll()) return socket;
     Watch& watch = *self.watches.find(socket);
-    if (!self.changed_hands(watch)) return socket;
-    self.bury(watch);
+    if (self.changed_hands(watch)) {
+      self.bury(watch);
+    } else if (kind != Kind::read || !self.may_have_urgent_data(watch) ||
+               still_ready(kind, socket)) {
+      return socket;
+    }
   }
 }
 
