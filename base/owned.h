@@ -79,7 +79,10 @@ class RawStorage {
   T* get() const { return memory_; }
   T& operator*() const { return *memory_; }
   T* operator->() const { return memory_; }
-  T& operator[](std::size_t index) const { return memory_[index]; }
+  template <typename Index>
+  T& operator[](Index index) const {
+    return memory_[index];
+  }
   explicit operator bool() const { return memory_ != nullptr; }
 
   // Hands the memory over to the caller.

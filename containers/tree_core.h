@@ -163,7 +163,8 @@ class OrderedTree {
  public:
   using Key = typename Keys::Key;
 
-  explicit OrderedTree(void* pool = nullptr) { Keys::init(core_, pool); }
+  OrderedTree() : OrderedTree(nullptr) {}
+  explicit OrderedTree(void* pool) { Keys::init(core_, pool); }
   ~OrderedTree() { core_.dispose(); }
   OrderedTree(const OrderedTree&) = delete;
   OrderedTree& operator=(const OrderedTree&) = delete;

@@ -197,9 +197,10 @@ int KIV_CALL kiv_http_server_AcceptClient(kiv_http_server* server, int32_t socke
   if (!locked || locked->clients.find(socket) != nullptr) return 0;
   OwnedFilter filter(kiv_http_filter_request_make());
   if (filter == nullptr) return 0;
-  auto client = kiv::base::make<Client>(socket, std::move(filter),
-                                        kiv::base::Callback{on_request, request_user},
-                                        kiv::base::Callback{on_close, close_user});
+  auto client = kiv::base::make<Client>(
+      socket, std::move(filter),
+      kiv::base::Callback<kiv_http_server_request_fn>{on_request, request_user},
+      kiv::base::Callback<kiv_http_server_close_fn>{on_close, close_user});
   if (!client || !locked->clients.insert(socket, client.get())) return 0;
   (void)client.release();
   return 1;
