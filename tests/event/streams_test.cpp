@@ -447,7 +447,8 @@ TEST(RawStreams, AnImportForWritingAndAQueueExcludeEachOther) {
   EXPECT_EQ(import(), 1);
   EXPECT_EQ(zu_box_sock_Send(raw.box, id, "x", 1), 0);
   EXPECT_EQ(zu_box_sock_ExportSocketId_ForWrite(raw.box, id), 1);
-  while (zu_box_sock_GetQueued(raw.box, id) == 0) zu_box_sock_Send(raw.box, id, "0123456789", 10);
+  const std::string much(4000, 'x');
+  while (zu_box_sock_GetQueued(raw.box, id) == 0) zu_box_sock_Send(raw.box, id, much.data(), 4000);
   EXPECT_EQ(import(), 0);
   EXPECT_EQ(zu_box_sock_ExportSocketId_ForWrite(raw.box, id), 1);
   EXPECT_GT(zu_box_sock_GetQueued(raw.box, id), 0) << "the queue's own wait is not exported";
