@@ -191,7 +191,7 @@ void Poller::wait(const std::int64_t* timeout_us) noexcept {
     any = true;
   }
   self.found = 0;
-  if (!any) {  // all are paused, and select() fails for empty sets
+  if (!any) {                             // all are paused, and select() fails for empty sets
     constexpr std::int64_t kMostMs = 10;  // then one may have been resumed
     const std::int64_t ms = timeout_us == nullptr ? kMostMs : *timeout_us / 1000;
     Sleep(static_cast<DWORD>(std::clamp<std::int64_t>(ms, 0, kMostMs)));
