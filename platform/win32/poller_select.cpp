@@ -191,8 +191,9 @@ void Poller::wait(const std::int64_t* timeout_us) noexcept {
     any = true;
   }
   self.found = 0;
-  if (!any) {                             // all are paused, and select() fails for empty sets
-    constexpr std::int64_t kMostMs = 10;  // then one may have been resumed
+  // All are paused, and select() fails for empty sets; soon another thread may have resumed one.
+  if (!any) {
+    constexpr std::int64_t kMostMs = 10;
     const std::int64_t ms = timeout_us == nullptr ? kMostMs : *timeout_us / 1000;
     Sleep(static_cast<DWORD>(std::clamp<std::int64_t>(ms, 0, kMostMs)));
     return;
