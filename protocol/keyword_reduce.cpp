@@ -1,123 +1,18 @@
 #include "protocol/keyword_reduce.h"
 
-#include <array>
 #include <cstring>
-#include <string_view>
 
-#if defined(__x86_64__) || defined(__i386__)
-#include <tmmintrin.h>
-#define KIV_HAS_SSSE3 __builtin_cpu_supports("ssse3")
-#else
-#define KIV_HAS_SSSE3 false
-#endif
+#include "platform/byte_removal.h"
 
 namespace kiv::protocol {
-namespace {
-
-constexpr std::string_view kRemoved = " \r\n-=_/|*&~+,.;\"':@[]{}%^$!()\\<>?`";
-
-constexpr std::array<bool, 256> make_kept() {
-  std::array<bool, 256> kept{};
-  kept.fill(true);
-  for (char c : kRemoved) kept[static_cast<unsigned char>(c)] = false;
-  return kept;
-}
-constexpr std::array<bool, 256> kKept = make_kept();
-
-// Each function copies from `text` on, moves `to` past what it kept and returns where it stopped.
-
-// Every byte is written, but only one that is kept moves `to`: no branch to mispredict.
-const char* reduce_bytes(char*& to, const char* text, const char* end) {
-  for (; text < end; ++text) {
-    *to = *text;
-    to += kKept[static_cast<unsigned char>(*text)];
-  }
-  return text;
-}
-
-#if defined(__x86_64__) || defined(__i386__)
-
-// A character is removed if the entries for its low and its high four bits have a bit in common.
-struct Nibbles {
-  alignas(16) std::uint8_t low[16], high[16];
-};
-constexpr Nibbles make_nibbles() {
-  Nibbles nibbles{};
-  for (char c : kRemoved) {
-    std::uint8_t& low = nibbles.low[c & 15];
-    low = static_cast<std::uint8_t>(low | 1 << (c >> 4));
-  }
-  for (int i = 0; i < 8; ++i) nibbles.high[i] = static_cast<std::uint8_t>(1 << i);
-  return nibbles;
-}
-constexpr Nibbles kNibbles = make_nibbles();
-
-// For each set of kept bytes among eight: which they are, in order, and how many.
-struct Packing {
-  std::uint8_t order[256][8];
-  std::uint8_t count[256];
-};
-constexpr Packing make_packing() {
-  Packing packing{};
-  for (int set = 0; set < 256; ++set) {
-    for (std::uint8_t i = 0; i < 8; ++i) {
-      if ((set >> i & 1) != 0) packing.order[set][packing.count[set]++] = i;
-    }
-  }
-  return packing;
-}
-constexpr Packing kPacking = make_packing();
-
-#ifdef __i386__
-#define KIV_VECTORS __attribute__((target("ssse3"), force_align_arg_pointer))  // for any caller
-#else
-#define KIV_VECTORS __attribute__((target("ssse3")))
-#endif
-
-KIV_VECTORS inline void pack_half(char*& to, __m128i bytes, int kept) {
-  const auto order = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(kPacking.order[kept]));
-  _mm_storel_epi64(reinterpret_cast<__m128i*>(to), _mm_shuffle_epi8(bytes, order));
-  to += kPacking.count[kept];
-}
-
-// Blocks of 16 bytes, without a branch on what is in them.
-KIV_VECTORS const char* reduce_blocks(char*& to, const char* text, const char* end) {
-  const auto lows = _mm_load_si128(reinterpret_cast<const __m128i*>(kNibbles.low));
-  const auto highs = _mm_load_si128(reinterpret_cast<const __m128i*>(kNibbles.high));
-  char* at = to;
-  for (; end - text >= 16; text += 16) {
-    const auto bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
-    // The shuffle makes 0 of bytes above 127, so these stay.
-    const auto low = _mm_shuffle_epi8(lows, bytes);
-    const auto high =
-        _mm_shuffle_epi8(highs, _mm_and_si128(_mm_srli_epi16(bytes, 4), _mm_set1_epi8(15)));
-    const int kept =
-        _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_and_si128(low, high), _mm_setzero_si128()));
-    pack_half(at, bytes, kept & 255);
-    pack_half(at, _mm_srli_si128(bytes, 8), kept >> 8);
-  }
-  to = at;
-  return text;
-}
-
-#else
-
-const char* reduce_blocks(char*&, const char* text, const char*) {
-  return text;
-}
-
-#endif
-
-}  // namespace
 
 // deliberate: the limit counts the characters read, not those kept, for keywords and texts.
 std::int32_t reduce_text(char* to, const char* text, std::int32_t most) {
+  static constexpr platform::AsciiSet kRemoved(" \r\n-=_/|*&~+,.;\"':@[]{}%^$!()\\<>?`");
   const char* const end = text + ::strnlen(text, static_cast<std::size_t>(most));
-  char* at = to;
-  if (KIV_HAS_SSSE3) text = reduce_blocks(at, text, end);
-  reduce_bytes(at, text, end);
-  *at = 0;
-  return static_cast<std::int32_t>(at - to);
+  char* const copy_end = platform::copy_without(kRemoved, to, text, end);
+  *copy_end = 0;
+  return static_cast<std::int32_t>(copy_end - to);
 }
 
 }  // namespace kiv::protocol
