@@ -8,7 +8,7 @@ import pathlib
 import re
 import sys
 
-FAMILIES = ["base", "containers", "event", "streams", "protocol", "http", "system"]
+FAMILIES = ["base", "containers", "event", "streams", "datagrams", "protocol", "http", "system"]
 # They contain a lock of the system, whose size is private: zu_sem_malloc and zu_log_malloc create
 # them.
 OPAQUE = {"zu_sem", "zu_log"}

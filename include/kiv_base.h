@@ -4,6 +4,7 @@
 
 #include "kiv_base/base.h"
 #include "kiv_base/containers.h"
+#include "kiv_base/datagrams.h"
 #include "kiv_base/event.h"
 #include "kiv_base/http.h"
 #include "kiv_base/protocol.h"

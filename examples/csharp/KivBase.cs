@@ -260,6 +260,14 @@ namespace KivBase
     }
 
     [StructLayout(LayoutKind.Sequential)]
+    public struct zu_sock_datagram
+    {
+        public IntPtr data;
+        public int length;
+        public IntPtr peer;
+    }
+
+    [StructLayout(LayoutKind.Sequential)]
     public struct kiv_uri
     {
         public IntPtr scheme;
@@ -2428,5 +2436,35 @@ namespace KivBase
 
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
         public static extern int zu_shm_unlock(IntPtr block);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_sock_join_group(int socket, IntPtr group, IntPtr local_ip);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_sock_leave_group(int socket, IntPtr group, IntPtr local_ip);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_sock_set_multicast_ttl(int socket, int ttl);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_sock_set_multicast_interface(int socket, IntPtr local_ip);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_sock_set_multicast_loop(int socket, int on);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_sock_set_broadcast(int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_sock_set_nonbroadcast(int socket);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_sock_MakePeer(IntPtr peer, IntPtr ip, ushort port);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_sock_WriteDatagrams(int socket, IntPtr datagrams, int count);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        public static extern int zu_sock_ReadDatagrams(int socket, IntPtr datagrams, int count);
     }
 }

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "kiv_base/event.h"
+#include "kiv_base/datagrams.h"
 #include "tests/support/sockets.h"
 
 namespace kiv::test {
@@ -70,6 +70,72 @@ TEST(Sock, DatagramsFindTheirWayBack) {
   ASSERT_EQ(zu_sock_read_ByPeerIp(a.id(), buffer, sizeof buffer, ip, &port), 5);
   EXPECT_EQ(std::string(buffer, 5) + " " + ip, "pong! 127.0.0.1");
   EXPECT_EQ(port, b.local_port());
+}
+
+// More than one system call takes, in order; what is no datagram ends the run.
+TEST(Datagrams, ManyAreSentAndReceivedInOneCall) {
+  const Socket a = udp_socket(), b = udp_socket();
+  zu_sock_peer to;
+  ASSERT_EQ(zu_sock_MakePeer(&to, "127.0.0.1", b.local_port()), 1);
+  constexpr std::int32_t kCount = 100;
+  std::int32_t numbers[kCount + 1];
+  zu_sock_datagram out[kCount + 1], in[kCount + 1];
+  zu_sock_peer from[kCount + 1] = {};
+  char room[kCount + 1][8];
+  for (std::int32_t i = 0; i <= kCount; ++i) {
+    numbers[i] = i;
+    out[i] = {&numbers[i], 4, i < kCount ? &to : nullptr};
+    in[i] = {room[i], 8, i % 2 == 0 ? &from[i] : nullptr};
+  }
+  EXPECT_EQ(zu_sock_ReadDatagrams(b.id(), in, 1), -1) << "the socket blocks, this does not";
+  ASSERT_EQ(zu_sock_WriteDatagrams(a.id(), out, kCount + 1), kCount);
+  EXPECT_TRUE(a.send_to(b.local_port(), "longer than eight"));
+  ASSERT_EQ(zu_sock_ReadDatagrams(b.id(), in, kCount), kCount);
+  for (std::int32_t i = 0; i < kCount; ++i) {
+    EXPECT_TRUE(in[i].length == 4 && *static_cast<std::int32_t*>(in[i].data) == i);
+    EXPECT_EQ(from[i].port, i % 2 == 0 ? a.local_port() : 0);
+  }
+  EXPECT_STREQ(from[0].ip, "127.0.0.1");
+  in[1].length = 0;
+  EXPECT_EQ(zu_sock_ReadDatagrams(b.id(), in + kCount, 1), 1);
+  EXPECT_EQ(in[kCount].length, -1) << "too long, lost";
+  EXPECT_EQ(zu_sock_ReadDatagrams(b.id(), in + 1, 2), 0);
+  EXPECT_EQ(zu_sock_WriteDatagrams(a.id(), out + kCount, 1) + zu_sock_WriteDatagrams(0, out, 1) +
+                zu_sock_WriteDatagrams(a.id(), out, 0) + zu_sock_ReadDatagrams(b.id(), nullptr, 1),
+            0);
+  EXPECT_EQ(zu_sock_WriteDatagrams(tcp_listener().id(), out, 1), -1);
+}
+
+TEST(Datagrams, GroupsAndBroadcastsAreAskedFor) {
+  const Socket member = udp_socket(0, 0), sender = udp_socket();
+  const std::int32_t id = member.id(), from = sender.id();
+  zu_sock_peer to;
+  ASSERT_EQ(zu_sock_MakePeer(&to, "239.1.2.3", member.local_port()), 1);
+  char hello[] = "hello";
+  const zu_sock_datagram datagram{hello, 5, &to};
+  EXPECT_EQ(zu_sock_set_multicast_interface(from, "127.0.0.1"), 1);
+  EXPECT_EQ(zu_sock_set_multicast_ttl(from, 255) + zu_sock_set_multicast_ttl(from, 0), 2);
+  EXPECT_EQ(zu_sock_set_multicast_ttl(from, 256) + zu_sock_set_multicast_ttl(from, -1), 0);
+  EXPECT_EQ(zu_sock_join_group(id, "239.1.2.3", "127.0.0.1"), 1);
+  EXPECT_EQ(zu_sock_join_group(id, "239.1.2.3", "127.0.0.1"), 0) << "twice";
+  EXPECT_EQ(zu_sock_join_group(id, "127.0.0.1", nullptr) + zu_sock_join_group(id, nullptr, "x"), 0);
+  EXPECT_EQ(zu_sock_WriteDatagrams(from, &datagram, 1), 1);
+  EXPECT_EQ(member.receive_datagram(), "hello");
+  EXPECT_EQ(zu_sock_set_multicast_loop(from, 0) + zu_sock_set_multicast_loop(from, 1), 2);
+  EXPECT_EQ(zu_sock_leave_group(id, "239.1.2.3", "127.0.0.1"), 1);
+  EXPECT_EQ(zu_sock_leave_group(id, "239.1.2.3", "127.0.0.1"), 0);
+  EXPECT_EQ(zu_sock_WriteDatagrams(from, &datagram, 1), 1);
+  EXPECT_TRUE(sender.send_to(member.local_port(), "only this"));
+  EXPECT_EQ(member.receive_datagram(), "only this");
+
+  ASSERT_EQ(zu_sock_MakePeer(&to, "255.255.255.255", member.local_port()), 1);
+  EXPECT_EQ(zu_sock_WriteDatagrams(from, &datagram, 1), -1) << "not allowed";
+  EXPECT_EQ(zu_sock_set_broadcast(from), 1);
+  EXPECT_EQ(zu_sock_set_nonbroadcast(from), 1);
+  EXPECT_EQ(zu_sock_WriteDatagrams(from, &datagram, 1), -1);
+  EXPECT_EQ(zu_sock_set_broadcast(-1) + zu_sock_MakePeer(&to, "no address", 1) +
+                zu_sock_MakePeer(&to, "1.2.3.4", 0),
+            0);
 }
 
 }  // namespace
