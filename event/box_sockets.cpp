@@ -102,12 +102,16 @@ std::int32_t add_tcp_server(zu_box& box, const platform::WireAddress& local,
              });
 }
 
-std::int32_t add_udp_server(zu_box& box, const platform::WireAddress& local,
-                            const DatagramHandler& datagram) {
-  return own(box, open_udp_server(local), SocketKind::local_udp_server, [&](Socket& socket) {
+std::int32_t take_udp_server(zu_box& box, std::int32_t id, const DatagramHandler& datagram) {
+  return own(box, id, SocketKind::local_udp_server, [&](Socket& socket) {
     socket.datagram = datagram;
     return add_wait(box, Kind::read, socket.id, {serve_datagram});
   });
+}
+
+std::int32_t add_udp_server(zu_box& box, const platform::WireAddress& local,
+                            const DatagramHandler& datagram) {
+  return take_udp_server(box, open_udp_server(local), datagram);
 }
 
 // Reads happen under the lock: one that blocks would stop every caller of the box.

@@ -24,6 +24,8 @@ std::int32_t add_tcp_server(zu_box& box, const platform::WireAddress& local,
                             const AcceptHandler& accept);
 std::int32_t add_udp_server(zu_box& box, const platform::WireAddress& local,
                             const DatagramHandler& datagram);
+// The same for a socket of open_udp_server(), which is closed on -1.
+std::int32_t take_udp_server(zu_box& box, std::int32_t id, const DatagramHandler& datagram);
 // A socket that is open already; it stays the caller's on -1.
 std::int32_t adopt(zu_box& box, std::int32_t socket, const ReadHandler& read,
                    const SocketHandler& close);

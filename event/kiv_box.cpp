@@ -33,9 +33,10 @@ std::int32_t add_loopback_socket(kiv_box& box, Ports& ports, std::uint16_t& port
   for (std::uint16_t i = 0; i < kPortTries; ++i) {
     if (ports.held[i]) continue;
     const auto tried = static_cast<std::uint16_t>(ports.first + i);
-    const std::int32_t socket =
-        add_udp_server(*box.raw, platform::wire_address(kLoopback, tried), {ignore_datagram, &box});
-    if (socket <= 0) continue;
+    const std::int32_t socket = open_udp_server(platform::wire_address(kLoopback, tried));
+    if (socket < 1) continue;
+    // Another port would not help who is out of memory.
+    if (take_udp_server(*box.raw, socket, {ignore_datagram, &box}) < 1) return -1;
     ports.held[i] = true;
     port = tried;
     return socket;

@@ -54,9 +54,14 @@ void make_use_free_big_box() {
 }
 
 TEST(BoxMemory, BigBoxesUndoWhatFails) {
-  const int before = open_sockets();
-  kiv_bigbox_free(kiv_bigbox_make(4, 9));  // records stay, for the next boxes
-  ASSERT_TRUE(eventually([=] { return open_sockets() == before; }));
+  // Records stay, for the next boxes. Made without threads, whose last blocks go after their
+  // sockets.
+  kiv_box* boxes[5];
+  for (kiv_box*& box : boxes) box = kiv_box_new();
+  for (kiv_box* box : boxes) kiv_box_free(box);
+  fail_allocation(3);
+  EXPECT_EQ(kiv_bigbox_make(4, 9), nullptr);
+  fail_allocation(0);
   EXPECT_SURVIVES_FAILING_ALLOCATIONS(40, make_use_free_big_box);
   const std::string printed = printed_by([] {
     for (const int nth : {1, 2}) {
