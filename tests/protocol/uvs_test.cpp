@@ -22,19 +22,12 @@ struct UvServer : testing::Test {
   void send(const Socket& from, char type, const std::string& body = "") {
     EXPECT_TRUE(from.send_to(server.port, datagram(type, body)));
   }
-  void await_connect() {
-    std::string line;
-    do line = server.seen.next();
-    while (line == "closed");  // where ten thousand take longer than a time-out
-    EXPECT_EQ(line, "connect");
-  }
   void connect(const Socket& from, const std::string& session = kOne) {
     send(from, kConnect, session);
-    await_connect();
+    EXPECT_EQ(server.seen.next(), "connect");
     expect_five(from, datagram(kAccept, session));
   }
 
-  std::set<std::int32_t> ids;
   const Socket near = udp_socket(), other = udp_socket();
   Server server;   // after them: its port is another
   LoopingBox box;  // ends first: a callback that runs finds the rest
@@ -149,7 +142,8 @@ TEST(UvRelay, AConnectionLivesOnABadNetwork) {
   }
 }
 
-// An address and a port of its own: Wine tells them apart by their ports.
+constexpr std::uint32_t kClients = 200;
+
 Socket client_socket(std::uint32_t i) {
   return udp_socket(static_cast<std::uint16_t>(10000 + i), kAddresses + i);
 }
@@ -158,7 +152,7 @@ Socket client_socket(std::uint32_t i) {
 void pour_garbage(const Server& server, unsigned seed, const std::atomic<bool>& stopped) {
   std::mt19937 random(seed);
   std::vector<Socket> from;
-  for (std::uint32_t i = seed; i < 10000; i += 100) {
+  for (std::uint32_t i = seed; i < kClients; i += 2) {
     from.push_back(client_socket(i));
     from.push_back(udp_socket(0, kAddresses + i));
   }
@@ -169,34 +163,21 @@ void pour_garbage(const Server& server, unsigned seed, const std::atomic<bool>& 
   }
 }
 
-TEST_F(UvServer, TenThousandClientsAndAFlood) {
+TEST_F(UvServer, AFloodEndsNoOther) {
   Seen seen;
   LoopingBox beside;
   Client client(seen);
   server.seen.then = [&](const std::string& what) {
-    if (what == "connect") ids.insert(server.current());
     if (what == "data ") kiv_uvs_write(server, server.current(), "echo", 4);
   };
   ASSERT_EQ(client.attach(beside, server.port), 1);
   EXPECT_EQ(seen.next(), "connected");
-  await_connect();
-  const std::int32_t own = server.current();
-  for (std::uint32_t i = 1; i < 10000; ++i) {
-    const Socket one = client_socket(i);
-    send(one, kConnect, kOne);
-    ASSERT_EQ(one.receive_datagram(), datagram(kAccept, kOne));
-    await_connect();
-  }
-  send(near, kConnect, kOne);
-  expect_five(near, datagram(kRefuse, kOne, 1));
-  ASSERT_EQ(ids.size(), 10000U);
-  const std::set<std::int32_t> half(std::next(ids.begin(), 5000), ids.end());
-  for (std::int32_t id : half) EXPECT_TRUE(id == own || kiv_uvs_DeleteClient(server, id) == 1);
-  connect(near);
+  EXPECT_EQ(server.seen.next(), "connect");
+  for (std::uint32_t i = 0; i < kClients; ++i) connect(client_socket(i));
 
   std::atomic<bool> stopped{false};
-  std::thread one([&] { pour_garbage(server, 1, stopped); });
-  std::thread two([&] { pour_garbage(server, 2, stopped); });
+  std::thread one([&] { pour_garbage(server, 0, stopped); });
+  std::thread two([&] { pour_garbage(server, 1, stopped); });
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   stopped = true;
   one.join();

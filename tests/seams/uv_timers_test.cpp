@@ -1,5 +1,7 @@
 // The keep-alives and time-outs of virtual connections, under a clock that the test moves.
 #include <future>
+#include <set>
+#include <vector>
 
 #include "tests/protocol/uv_ends.h"
 #include "tests/seams/clock_seam.h"
@@ -149,6 +151,31 @@ TEST_F(UvTimers, AServerCountsKeepAlivesAlone) {
   pass(5000);
   EXPECT_EQ(server.seen.next(), "closed");
   EXPECT_EQ(server.current(), living);
+}
+
+// Each has an address and a port of its own: Wine tells them apart by their ports.
+TEST_F(UvTimers, AServerHasTenThousandClientsAtMost) {
+  ASSERT_EQ(server.attach(box), 1);
+  std::set<std::int32_t> ids;
+  server.seen.then = [&](const std::string&) { ids.insert(server.current()); };
+  constexpr std::uint32_t kMost = 10000, kAtOnce = 100;
+  for (std::uint32_t i = 0; i < kMost; i += kAtOnce) {
+    std::vector<Socket> clients;
+    for (std::uint32_t at = i; at < i + kAtOnce; ++at) {
+      clients.push_back(udp_socket(static_cast<std::uint16_t>(10000 + at), 0x7f010000 + at));
+      EXPECT_TRUE(clients.back().send_to(server.port, datagram(kConnect, kSession)));
+    }
+    for (const Socket& client : clients) {
+      ASSERT_EQ(client.receive_datagram(), datagram(kAccept, kSession));
+      ASSERT_EQ(server.seen.next(), "connect");
+    }
+  }
+  EXPECT_EQ(ids.size(), kMost);
+  other.send_to(server.port, datagram(kConnect, kSession));
+  expect_five(other, datagram(kRefuse, kSession, 1));
+  EXPECT_EQ(kiv_uvs_DeleteClient(server, *ids.begin()), 1);
+  other.send_to(server.port, datagram(kConnect, kSession));
+  expect_five(other, datagram(kAccept, kSession));
 }
 
 }  // namespace
