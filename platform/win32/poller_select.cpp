@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <new>
 
+#include "platform/clock.h"
 #include "platform/heap.h"
 #include "platform/poller.h"
 #include "platform/socket.h"
@@ -28,6 +30,11 @@ timeval limited(std::int64_t timeout_us) {
 
 static_assert(offsetof(fd_set, fd_array) == sizeof(SOCKET));
 
+// A call with few sockets costs no less than one with half of them; and dead sockets are noticed
+// when all are asked for.
+constexpr std::uint32_t kFew = 16;
+constexpr std::int64_t kMostUsInPart = 10000;
+
 }  // namespace
 
 struct Poller::Backend {
@@ -37,11 +44,18 @@ struct Poller::Backend {
   Kinds any_ready = 0;
   bool any_dead = false;  // so says the last wait, but not which
 
-  // The sets that select() gets and gives, in one block; the loop's thread alone uses them during a
-  // wait.
+  // Sockets that the last waits found ready and that were not served yet: the system is asked for
+  // the highest of them and those above it first. It would go through all others each time.
+  std::int32_t lowest[3] = {};  // that this wait asks for
+  std::int32_t served[3] = {-1, -1, -1};
+  std::int64_t all_asked_us = 0;
+
+  // What a wait asks for, the lowest first, and the set that select() changes, by kind and in one
+  // block; the loop's thread alone uses them during a wait.
   SOCKET* sets = nullptr;
   SOCKET* next_sets = nullptr;  // larger ones for the next wait
   std::uint32_t set_size = 0;
+  std::uint32_t asked[3] = {};
   int found = 0;
   int error = 0;
 
@@ -51,9 +65,14 @@ struct Poller::Backend {
   bool reserve();
   bool add(std::int32_t socket, Kinds kinds);
   void remove(Watch* watch);
-  fd_set* set(Kind kind) const;
+  std::int32_t unserved(Kind kind) const;
   SOCKET* members(Kind kind) const;
-  void fill_sets();
+  SOCKET* set_members(Kind kind) const;
+  fd_set* set(Kind kind) const;
+  void list_asked();
+  bool asks_part() const;
+  int select_above_lowest(timeval* timeout);
+  bool has_answer(Kind kind) const;
   void take_ready(Kind kind);
 };
 
@@ -75,7 +94,7 @@ bool Poller::Backend::is_at(const Watch* place, std::int32_t socket) const {
 bool Poller::Backend::reserve() {
   if (count < capacity) return true;
   const std::uint32_t larger = std::max<std::uint32_t>(8, capacity * 2);
-  auto* const fresh = static_cast<SOCKET*>(heap_alloc(3 * (larger + 1) * sizeof(SOCKET)));
+  auto* const fresh = static_cast<SOCKET*>(heap_alloc(3 * (2 * larger + 1) * sizeof(SOCKET)));
   auto* const wider = static_cast<Watch*>(heap_realloc(watches, larger * sizeof(Watch)));
   if (wider != nullptr) watches = wider;
   if (wider == nullptr || fresh == nullptr) {
@@ -102,16 +121,29 @@ void Poller::Backend::remove(Watch* watch) {
   --count;
 }
 
-fd_set* Poller::Backend::set(Kind kind) const {
-  return reinterpret_cast<fd_set*>(members(kind) - 1);
+// The highest that is ready and below the one that was served last; 0 when there is none.
+std::int32_t Poller::Backend::unserved(Kind kind) const {
+  if ((any_ready & set_of(kind)) == 0) return 0;
+  for (const Watch* watch = place_of(served[index_of(kind)]); watch-- != watches;) {
+    if ((watch->ready & set_of(kind)) != 0) return watch->socket;
+  }
+  return 0;
+}
+
+SOCKET* Poller::Backend::members(Kind kind) const {
+  return sets + static_cast<std::size_t>(index_of(kind)) * (2 * set_size + 1);
 }
 
 // They lie after the count, which takes as much room as one of them.
-SOCKET* Poller::Backend::members(Kind kind) const {
-  return sets + static_cast<std::size_t>(index_of(kind)) * (set_size + 1) + 1;
+SOCKET* Poller::Backend::set_members(Kind kind) const {
+  return members(kind) + set_size + 1;
 }
 
-void Poller::Backend::fill_sets() {
+fd_set* Poller::Backend::set(Kind kind) const {
+  return reinterpret_cast<fd_set*>(set_members(kind) - 1);
+}
+
+void Poller::Backend::list_asked() {
   if (next_sets != nullptr) {
     heap_free(sets);
     sets = next_sets;
@@ -124,18 +156,46 @@ void Poller::Backend::fill_sets() {
     for (const Watch* watch = watches; watch != watches + count; ++watch) {
       if ((watch->kinds & set_of(kind)) != 0) *end++ = static_cast<SOCKET>(watch->socket);
     }
-    set(kind)->fd_count = static_cast<u_int>(end - members(kind));
+    asked[index_of(kind)] = static_cast<std::uint32_t>(end - members(kind));
   }
 }
 
+bool Poller::Backend::asks_part() const {
+  return std::any_of(std::begin(lowest), std::end(lowest), [](auto socket) { return socket > 0; });
+}
+
+int Poller::Backend::select_above_lowest(timeval* timeout) {
+  fd_set* given[3] = {};
+  for (const Kind kind : kKinds) {
+    const std::uint32_t number = asked[index_of(kind)];
+    if (number == 0) continue;
+    SOCKET* const end = members(kind) + number;
+    SOCKET* const begin =
+        std::lower_bound(members(kind), end, static_cast<SOCKET>(lowest[index_of(kind)]));
+    given[index_of(kind)] = set(kind);
+    set(kind)->fd_count = static_cast<u_int>(end - begin);
+    std::copy(begin, end, set_members(kind));
+  }
+  return select(0, given[0], given[1], given[2], timeout);
+}
+
+// Is the highest that is ready among those that were asked for?
+bool Poller::Backend::has_answer(Kind kind) const {
+  return lowest[index_of(kind)] == 0 || set(kind)->fd_count > 0;
+}
+
 void Poller::Backend::take_ready(Kind kind) {
-  const SOCKET* const begin = members(kind);
+  for (Watch* watch = place_of(lowest[index_of(kind)]); watch != watches + count; ++watch) {
+    watch->ready &= static_cast<Kinds>(~set_of(kind));
+  }
+  if (found <= 0 || asked[index_of(kind)] == 0) return;
+  const SOCKET* const begin = set_members(kind);
   for (const SOCKET* member = begin; member != begin + set(kind)->fd_count; ++member) {
     const auto socket = static_cast<std::int32_t>(*member);
     Watch* const watch = place_of(socket);
     if (!is_at(watch, socket)) continue;
     watch->ready |= static_cast<Kinds>(set_of(kind) & watch->kinds & ~watch->fresh);
-    any_ready |= watch->ready;
+    any_ready |= static_cast<Kinds>(watch->ready & set_of(kind));
   }
 }
 
@@ -171,56 +231,66 @@ Poller::Watched Poller::watch(std::int32_t socket, Kinds kinds) noexcept {
 
 bool Poller::begin_wait() noexcept {
   Backend& self = *backend_;
+  const bool may_ask_part =
+      self.count > kFew && platform::steady_us() - self.all_asked_us < kMostUsInPart;
+  for (const Kind kind : kKinds) {
+    self.lowest[index_of(kind)] = may_ask_part ? self.unserved(kind) : 0;
+    self.served[index_of(kind)] = -1;
+  }
   self.any_ready = 0;
   self.any_dead = false;
-  for (Watch* watch = self.watches; watch != self.watches + self.count; ++watch) {
-    watch->fresh = watch->ready = 0;
-  }
-  self.fill_sets();
+  for (Watch* watch = self.watches; watch != self.watches + self.count; ++watch) watch->fresh = 0;
+  self.list_asked();
   return true;
 }
 
 // A connect that failed is reported as an exception; there is nothing to ask for beside it.
 void Poller::wait(const std::int64_t* timeout_us) noexcept {
   Backend& self = *backend_;
-  fd_set* sets[3] = {};
-  bool any = false;
-  for (const Kind kind : kKinds) {
-    if (self.sets == nullptr || self.set(kind)->fd_count == 0) continue;
-    sets[index_of(kind)] = self.set(kind);
-    any = true;
-  }
   self.found = 0;
   // All are paused, and select() fails for empty sets; soon another thread may have resumed one.
-  if (!any) {
+  if (self.sets == nullptr || (self.asked[0] | self.asked[1] | self.asked[2]) == 0) {
     constexpr std::int64_t kMostMs = 10;
     const std::int64_t ms = timeout_us == nullptr ? kMostMs : *timeout_us / 1000;
     Sleep(static_cast<DWORD>(std::clamp<std::int64_t>(ms, 0, kMostMs)));
     return;
   }
-  timeval timeout = limited(timeout_us == nullptr ? 0 : *timeout_us);
-  self.found = select(0, sets[0], sets[1], sets[2], timeout_us == nullptr ? nullptr : &timeout);
+  bool is_answered = false;
+  if (self.asks_part()) {
+    timeval none{};
+    self.found = self.select_above_lowest(&none);
+    is_answered = self.found < 0 || std::all_of(std::begin(kKinds), std::end(kKinds),
+                                                [&](Kind kind) { return self.has_answer(kind); });
+  }
+  if (!is_answered) {
+    std::fill(std::begin(self.lowest), std::end(self.lowest), 0);
+    timeval timeout = limited(timeout_us == nullptr ? 0 : *timeout_us);
+    self.found = self.select_above_lowest(timeout_us == nullptr ? nullptr : &timeout);
+  }
   if (self.found < 0) self.error = WSAGetLastError();
 }
 
 Poller::Result Poller::end_wait() noexcept {
   Backend& self = *backend_;
-  if (self.found == 0) return Result::timed_out;
+  if (!self.asks_part()) self.all_asked_us = platform::steady_us();
+  for (const Kind kind : kKinds) self.take_ready(kind);
   if (self.found < 0) {
     self.any_dead = self.error == kNotASocket;
     return self.any_dead ? Result::dead_socket : Result::failed;
   }
-  for (const Kind kind : kKinds) self.take_ready(kind);
   return self.any_ready != 0 ? Result::ready : Result::timed_out;
 }
 
 std::int32_t Poller::highest_ready(Kind kind, std::int32_t below) noexcept {
-  const Backend& self = *backend_;
-  if ((self.any_ready & set_of(kind)) == 0) return -1;
+  Backend& self = *backend_;
+  std::int32_t& found = self.served[index_of(kind)];
+  found = -1;
+  if ((self.any_ready & set_of(kind)) == 0) return found;
   for (const Watch* watch = self.place_of(below); watch-- != self.watches;) {
-    if ((watch->ready & set_of(kind)) != 0) return watch->socket;
+    if (watch->socket < self.lowest[index_of(kind)]) break;
+    if ((watch->ready & set_of(kind)) != 0) return found = watch->socket;
   }
-  return -1;
+  return found;
 }
 
 // What select() found holds for the whole pass.

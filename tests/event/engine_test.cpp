@@ -93,6 +93,27 @@ TEST_F(Engine, ServesOneSocketOfEachKindAPassHighestIdFirst) {
   EXPECT_EQ(run(), "r2 w2 r1 w1 r0 w0 ");
 }
 
+TEST_F(Engine, ServesTheHighestOfManyThatIsReadyByThen) {
+  open(40);
+  const auto read = [](Engine& test, std::size_t number) { test.sockets_[number].receive(4); };
+  for (std::size_t i = 0; i < 40; ++i) on('r', i, read);
+  hooks_[39]->then = [](Engine& test, std::size_t) {
+    for (const std::size_t i : {39U, 38U, 12U}) test.sockets_[i].receive(4);
+  };
+  hooks_[20]->then = [](Engine& test, std::size_t) {
+    test.sockets_[20].receive(4);
+    EXPECT_TRUE(test.sockets_[35].send_to(test.sockets_[35].local_port(), "data"));
+    EXPECT_TRUE(test.sockets_[35].readable_within(20000));
+  };
+  hooks_[0]->then = stop;
+  std::string expected = "r39 ";
+  for (int i = 37; i >= 0; --i) {
+    if (i != 12) expected += "r" + std::to_string(i) + " ";
+    if (i == 20) expected += "r35 ";
+  }
+  EXPECT_EQ(run(), expected);
+}
+
 TEST_F(Engine, ServesNothingThatEndedOrBeganSinceTheWait) {
   open(4);
   for (const std::size_t i : {0U, 2U, 3U}) on('w', i, done_writing);
