@@ -6,12 +6,14 @@
 // memcpy, and positions are 64-bit, so that no forged size wraps round.
 //
 // deliberate: nothing is aligned, payloads neither; regions are sized for 9 bytes a header.
-#include <cstdint>
+#include "base/mem_pool.h"
+
 #include <cstdio>
 #include <cstring>
 
 #include "kiv_base/base.h"
 
+namespace kiv::base {
 namespace {
 
 constexpr std::uint32_t kControlBytes = 24;
@@ -231,19 +233,39 @@ void print_block(const Pool& pool, int number, std::uint64_t block) {
 
 }  // namespace
 
-void* KIV_CALL zu_mem_init(void* region, uint32_t size) KIV_NOEXCEPT {
+void* format_pool(void* region, std::uint32_t size) {
   return region == nullptr || size < kMinRegion ? nullptr : Pool::format(region, size);
 }
 
-void* KIV_CALL zu_mem_malloc(void* pool, uint32_t count) KIV_NOEXCEPT {
+void* pool_allocate(void* pool, std::uint32_t count) {
   Pool live(pool);
   return live ? live.allocate(count) : nullptr;
 }
 
-void KIV_CALL zu_mem_free(void* pool, void* payload) KIV_NOEXCEPT {
+void pool_free(void* pool, void* payload) {
   Pool live(pool);
   std::uint64_t block;
   if (live && live.holds(payload, &block) && live.is_whole(block)) live.release(block);
+}
+
+void end_pool(void* pool) {
+  if (pool != nullptr) std::memset(pool, 0, (kCursor + 1) * sizeof(std::uint32_t));
+}
+
+}  // namespace kiv::base
+
+using namespace kiv::base;
+
+void* KIV_CALL zu_mem_init(void* region, uint32_t size) KIV_NOEXCEPT {
+  return format_pool(region, size);
+}
+
+void* KIV_CALL zu_mem_malloc(void* pool, uint32_t count) KIV_NOEXCEPT {
+  return pool_allocate(pool, count);
+}
+
+void KIV_CALL zu_mem_free(void* pool, void* payload) KIV_NOEXCEPT {
+  pool_free(pool, payload);
 }
 
 int KIV_CALL zu_mem_is_valid_ext_(void* pool, const void* payload, uint32_t* size) KIV_NOEXCEPT {
@@ -278,7 +300,7 @@ void KIV_CALL zu_mem_info(void* pool, uint32_t* largest_used, uint32_t* largest_
 }
 
 void KIV_CALL zu_mem_destroy(void* pool) KIV_NOEXCEPT {
-  if (pool != nullptr) std::memset(pool, 0, (kCursor + 1) * sizeof(std::uint32_t));
+  end_pool(pool);
 }
 
 void KIV_CALL zu_mem_print(void* pool) KIV_NOEXCEPT {

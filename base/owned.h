@@ -110,7 +110,7 @@ class RawStorage {
   T* memory_ = nullptr;
 };
 
-// Deletes what an exported function frees: std::unique_ptr<zu_jitter, FreedBy<zu_jitter_free>>.
+// Deletes what a function frees: std::unique_ptr<zu_jitter, FreedBy<free_jitter>>.
 template <auto Free>
 struct FreedBy {
   template <typename T>

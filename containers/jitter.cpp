@@ -148,9 +148,19 @@ void Jitter::clear() {
   length = 0;
 }
 
+Jitter* new_jitter(std::int32_t size, std::int32_t most_blocks, void* user) {
+  auto jitter = base::make<Jitter>();
+  return jitter && jitter->init(size, most_blocks, user) ? jitter.release() : nullptr;
+}
+
+void free_jitter(zu_jitter* jitter) {
+  if (jitter) Jitter::of(jitter)->clear();
+  base::deallocate(jitter);
+}
+
 }  // namespace kiv::containers
 
-using kiv::containers::Jitter;
+using namespace kiv::containers;
 
 int KIV_CALL zu_jitter_init(zu_jitter* jitter, int32_t block_size, int32_t max_blocks,
                             void* user_data) KIV_NOEXCEPT {
@@ -159,12 +169,11 @@ int KIV_CALL zu_jitter_init(zu_jitter* jitter, int32_t block_size, int32_t max_b
 
 zu_jitter* KIV_CALL zu_jitter_mallocx(int32_t block_size, int32_t max_blocks,
                                       void* user_data) KIV_NOEXCEPT {
-  auto jitter = kiv::base::make<Jitter>();
-  return jitter && jitter->init(block_size, max_blocks, user_data) ? jitter.release() : nullptr;
+  return new_jitter(block_size, max_blocks, user_data);
 }
 
 zu_jitter* KIV_CALL zu_jitter_malloc(void) KIV_NOEXCEPT {
-  return zu_jitter_mallocx(Jitter::kDefaultBlockSize, Jitter::kDefaultMaxBlocks, nullptr);
+  return new_jitter();
 }
 
 void KIV_CALL zu_jitter_empty(zu_jitter* jitter) KIV_NOEXCEPT {
@@ -176,8 +185,7 @@ void KIV_CALL zu_jitter_destroy(zu_jitter* jitter) KIV_NOEXCEPT {
 }
 
 void KIV_CALL zu_jitter_free(zu_jitter* jitter) KIV_NOEXCEPT {
-  zu_jitter_empty(jitter);
-  kiv::base::deallocate(jitter);
+  free_jitter(jitter);
 }
 
 int32_t KIV_CALL zu_jitter_SetData(zu_jitter* jitter, const void* data,

@@ -59,4 +59,9 @@ class Jitter : public zu_jitter {
   void drop_newest(std::int32_t count);
 };
 
+// Returns a buffer for free_jitter; null if a size is less than 1 or if out of memory.
+Jitter* new_jitter(std::int32_t size = Jitter::kDefaultBlockSize,
+                   std::int32_t most_blocks = Jitter::kDefaultMaxBlocks, void* user = nullptr);
+void free_jitter(zu_jitter* jitter);
+
 }  // namespace kiv::containers

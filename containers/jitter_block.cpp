@@ -13,25 +13,33 @@ namespace {
 KIV_LAYOUT(zu_jitter_block, 20, read_pos, 16);
 
 // How many of the `count` bytes from ring index `position` on come before the first zero byte.
-int32_t count_until_zero(const JitterBlock* block, int32_t position, int32_t count) {
-  const int32_t front = std::min(count, block->capacity - position);
-  const uint8_t* start = block->data + position;
+int32_t count_until_zero(const JitterBlock& block, int32_t position, int32_t count) {
+  const int32_t front = std::min(count, block.capacity - position);
+  const uint8_t* start = block.data + position;
   if (const void* zero = std::memchr(start, 0, static_cast<std::size_t>(front))) {
     return static_cast<int32_t>(static_cast<const uint8_t*>(zero) - start);
   }
-  if (const void* zero = std::memchr(block->data, 0, static_cast<std::size_t>(count - front))) {
-    return front + static_cast<int32_t>(static_cast<const uint8_t*>(zero) - block->data);
+  if (const void* zero = std::memchr(block.data, 0, static_cast<std::size_t>(count - front))) {
+    return front + static_cast<int32_t>(static_cast<const uint8_t*>(zero) - block.data);
   }
   return count;
 }
 
-int32_t count_zeros(const JitterBlock* block, int32_t position, int32_t count) {
+int32_t count_zeros(const JitterBlock& block, int32_t position, int32_t count) {
   int32_t zeros = 0;
-  while (zeros < count && block->data[block->after(position, zeros)] == 0) ++zeros;
+  while (zeros < count && block.data[block.after(position, zeros)] == 0) ++zeros;
   return zeros;
 }
 
 }  // namespace
+
+bool JitterBlock::find_packet(int32_t& packet_length, int32_t& zeros) const {
+  const int32_t text = count_until_zero(*this, read_pos, length);
+  if (text == length) return false;
+  zeros = count_zeros(*this, after(read_pos, text), length - text);
+  packet_length = text + zeros;
+  return true;
+}
 
 zu_jitter_block* KIV_CALL _zu_jitter_block_new(int32_t capacity) KIV_NOEXCEPT {
   constexpr int32_t kRecord = sizeof(JitterBlock);
@@ -49,24 +57,17 @@ void KIV_CALL _zu_jitter_block_free(zu_jitter_block* block) KIV_NOEXCEPT {
 }
 
 void KIV_CALL _zu_jitter_block_reset(zu_jitter_block* block) KIV_NOEXCEPT {
-  if (block) block->length = block->write_pos = block->read_pos = 0;
+  if (block) JitterBlock::of(block)->clear();
 }
 
 int KIV_CALL _zu_jitter_block_SetData(zu_jitter_block* block, const void* data,
                                       int32_t count) KIV_NOEXCEPT {
-  if (!block) return 0;
-  if (count < 1) return 1;
-  JitterBlock* ring = JitterBlock::of(block);
-  if (!data || count > ring->room()) return 0;
-  ring->put(data, count);
-  return 1;
+  return block && (count < 1 || (data && JitterBlock::of(block)->put_all(data, count)));
 }
 
 int32_t KIV_CALL _zu_jitter_block_GetData(zu_jitter_block* block, void* destination,
                                           int32_t count) KIV_NOEXCEPT {
-  const int32_t taken = _zu_jitter_block_PeekData(block, destination, count);
-  if (taken > 0) JitterBlock::of(block)->drop_oldest(taken);
-  return taken;
+  return block ? JitterBlock::of(block)->take(destination, count) : 0;
 }
 
 int32_t KIV_CALL _zu_jitter_block_PeekData(zu_jitter_block* block, void* destination,
@@ -89,12 +90,9 @@ int32_t KIV_CALL _zu_jitter_block_PeekData_ext(zu_jitter_block* block, void* des
 
 int KIV_CALL _zu_jitter_block_CalPacketLen(zu_jitter_block* block, int32_t* packet_length,
                                            int32_t* terminator_length) KIV_NOEXCEPT {
-  if (!block) return 0;
-  const JitterBlock* ring = JitterBlock::of(block);
-  const int32_t text = count_until_zero(ring, ring->read_pos, ring->length);
-  if (text == ring->length) return 0;
-  const int32_t zeros = count_zeros(ring, ring->after(ring->read_pos, text), ring->length - text);
-  if (packet_length) *packet_length = text + zeros;
+  int32_t total = 0, zeros = 0;
+  if (!block || !JitterBlock::of(block)->find_packet(total, zeros)) return 0;
+  if (packet_length) *packet_length = total;
   if (terminator_length) *terminator_length = zeros;
   return 1;
 }

@@ -37,6 +37,28 @@ class JitterBlock : public zu_jitter_block {
     return true;
   }
 
+  // Appends all the bytes or, without room, none.
+  bool put_all(const void* source, std::int32_t count) {
+    if (count > room()) return false;
+    if (count > 0) put(source, count);
+    return true;
+  }
+
+  // Removes the oldest bytes, copied to `destination` unless it is NULL; returns their number.
+  std::int32_t take(void* destination, std::int32_t count) {
+    count = std::min(count, length);
+    if (count < 1) return 0;
+    if (destination) copy(destination, 0, count);
+    drop_oldest(count);
+    return count;
+  }
+
+  // Finds the bytes up to the first zero and all the zeros that follow them: the length of both
+  // together, and that of the zeros. False if no zero has come yet.
+  bool find_packet(std::int32_t& packet_length, std::int32_t& zeros) const;
+
+  void clear() { length = write_pos = read_pos = 0; }
+
   // Appends `count` bytes, at most room().
   void put(const void* source, std::int32_t count) {
     const std::int32_t front = std::min(count, capacity - write_pos);

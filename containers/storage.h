@@ -3,13 +3,13 @@
 
 #include <cstdint>
 
+#include "base/mem_pool.h"
 #include "base/owned.h"
-#include "kiv_base/base.h"
 
 namespace kiv::containers {
 
 inline void* take_storage(void* pool, std::uint32_t size) {
-  return pool ? zu_mem_malloc(pool, size) : base::allocate(size);
+  return pool ? base::pool_allocate(pool, size) : base::allocate(size);
 }
 
 template <typename Record>
@@ -19,11 +19,7 @@ Record* take_record(void* pool) {
 }
 
 inline void give_back_storage(void* pool, void* block) {
-  if (pool) {
-    zu_mem_free(pool, block);
-  } else {
-    base::deallocate(block);
-  }
+  pool ? base::pool_free(pool, block) : base::deallocate(block);
 }
 
 }  // namespace kiv::containers

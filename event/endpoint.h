@@ -14,6 +14,9 @@ inline constexpr std::uint32_t kLoopback = 0x7f000001;  // 127.0.0.1
 // for ports 0 to 2, a name over 256 characters and an unknown host.
 bool find_target(const char* host, std::uint16_t port, platform::WireAddress& target);
 
+// The first address of a host, in host order; false if it has none.
+bool find_address(const char* host, std::uint32_t& address);
+
 // Reads the local address of a server. False when it is neither numeric nor empty; null is empty.
 bool find_local(const char* ip, std::uint16_t port, platform::WireAddress& local);
 

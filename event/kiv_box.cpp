@@ -171,7 +171,7 @@ void KIV_CALL kiv_box_free(kiv_box* box) KIV_NOEXCEPT {
 }
 
 int KIV_CALL kivx_box_IsValid(kiv_box* box) KIV_NOEXCEPT {
-  return on_live_box(box, 0, kNoWake, [](kiv_box&) { return 1; });
+  return is_live(box);
 }
 
 std::int32_t KIV_CALL kivx_box_GetThreadId(kiv_box* box) KIV_NOEXCEPT {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 #include "base/lock.h"
 #include "event/handles.h"
@@ -88,6 +89,18 @@ Result on_live_box(kiv_box* box, Result failure, const Wake& wake, Operation op)
   guard.unlock();
   send_wake(*box, wake);
   return result;
+}
+
+// The same for a function of raw boxes.
+template <typename Result, typename... Arguments>
+Result on_raw_box(kiv_box* box, std::type_identity_t<Result> failure, const Wake& wake,
+                  Result(KIV_CALL* op)(zu_box*, Arguments...),
+                  std::type_identity_t<Arguments>... arguments) {
+  return on_live_box(box, failure, wake, [=](kiv_box& live) { return op(live.raw, arguments...); });
+}
+
+inline bool is_live(kiv_box* box) {
+  return on_live_box(box, false, kNoWake, [](kiv_box&) { return true; });
 }
 
 }  // namespace kiv::event

@@ -42,22 +42,17 @@ int KIV_CALL kivx_box_SendFile(kiv_box* box, std::int32_t id, const char* path, 
 }
 
 std::int64_t KIV_CALL kivx_box_GetQueued(kiv_box* box, std::int32_t id) KIV_NOEXCEPT {
-  return on_live_box(box, std::int64_t{-1}, kNoWake,
-                     [=](kiv_box& live) { return zu_box_sock_GetQueued(live.raw, id); });
+  return on_raw_box(box, -1, kNoWake, zu_box_sock_GetQueued, id);
 }
 
 int KIV_CALL kivx_box_SetSendLimit(kiv_box* box, std::int32_t id, std::int64_t limit,
                                    zu_box_socket_fn on_full, void* full_arg) KIV_NOEXCEPT {
-  return on_live_box(box, 0, kNoWake, [=](kiv_box& live) {
-    return zu_box_sock_SetSendLimit(live.raw, id, limit, on_full, full_arg);
-  });
+  return on_raw_box(box, 0, kNoWake, zu_box_sock_SetSendLimit, id, limit, on_full, full_arg);
 }
 
 int KIV_CALL kivx_box_SetDrained(kiv_box* box, std::int32_t id, zu_box_socket_fn on_drained,
                                  void* drained_arg) KIV_NOEXCEPT {
-  return on_live_box(box, 0, kNoWake, [=](kiv_box& live) {
-    return zu_box_sock_SetDrained(live.raw, id, on_drained, drained_arg);
-  });
+  return on_raw_box(box, 0, kNoWake, zu_box_sock_SetDrained, id, on_drained, drained_arg);
 }
 
 int KIV_CALL kivx_box_Shutdown(kiv_box* box, std::int32_t id) KIV_NOEXCEPT {
@@ -72,13 +67,11 @@ int KIV_CALL kivx_box_CloseAfterSend(kiv_box* box, std::int32_t id, std::uint32_
 }
 
 int KIV_CALL kivx_box_PauseRead(kiv_box* box, std::int32_t id) KIV_NOEXCEPT {
-  return on_live_box(box, 0, kNoWake,
-                     [=](kiv_box& live) { return zu_box_sock_PauseRead(live.raw, id); });
+  return on_raw_box(box, 0, kNoWake, zu_box_sock_PauseRead, id);
 }
 
 int KIV_CALL kivx_box_ResumeRead(kiv_box* box, std::int32_t id) KIV_NOEXCEPT {
-  return on_live_box(box, 0, Wake::for_new_id("ResumeRead"),
-                     [=](kiv_box& live) { return zu_box_sock_ResumeRead(live.raw, id); });
+  return on_raw_box(box, 0, Wake::for_new_id("ResumeRead"), zu_box_sock_ResumeRead, id);
 }
 
 std::int32_t KIV_CALL kivx_box_GetReason(kiv_box* box, std::int32_t id) KIV_NOEXCEPT {

@@ -57,12 +57,6 @@ int resolve_into(const char* host, zu_sock_ip_slot* slots, std::int32_t max_slot
   return 1;
 }
 
-// First address of a host in network order.
-bool first_address(const char* host, std::uint32_t* address) {
-  *address = platform::numeric_address(host);
-  return *address != platform::kNoAddress || platform::resolve_host(host, address, 1) == 1;
-}
-
 // One end of a connection.
 int name_of(std::int32_t (*ask)(std::int32_t, WireAddress*) noexcept, std::int32_t socket,
             char* text, std::int32_t size, std::uint16_t* port) {
@@ -91,6 +85,16 @@ std::int32_t kiv::event::read_datagram(std::int32_t socket, void* buffer, std::i
     from.port = platform::swap_order(peer.port);
   }
   return received;
+}
+
+bool kiv::event::find_address(const char* host, std::uint32_t& address) {
+  if (host == nullptr) return false;
+  zu_sock_startup();
+  // From the whole text of a numeric host: as an address text it might be cut.
+  std::uint32_t found = platform::numeric_address(host);
+  if (found == platform::kNoAddress && platform::resolve_host(host, &found, 1) != 1) return false;
+  address = platform::swap_order(found);
+  return true;
 }
 
 int KIV_CALL zu_sock_startup(void) KIV_NOEXCEPT {
@@ -213,13 +217,7 @@ int KIV_CALL zu_sock_GetHostFirstIP(const char* host, char* text) KIV_NOEXCEPT {
 }
 
 int KIV_CALL zu_sock_HostnameTo32bits(uint32_t* address, const char* host) KIV_NOEXCEPT {
-  if (address == nullptr || host == nullptr) return 0;
-  zu_sock_startup();
-  // From the whole text of a numeric host: as an address text it might be cut.
-  std::uint32_t found = 0;
-  if (!first_address(host, &found)) return 0;
-  *address = platform::swap_order(found);
-  return 1;
+  return address != nullptr && kiv::event::find_address(host, *address);
 }
 
 int KIV_CALL zu_sock_GetPeer(int32_t socket, char* text, int32_t size,

@@ -7,7 +7,7 @@ namespace kiv::http {
 
 bool look_up(kiv_box* box, const char* name, std::int32_t port,
              platform::WireAddress& host) noexcept {
-  return port >= 0 && port <= UINT16_MAX && kivx_box_IsValid(box) == 1 &&
+  return port >= 0 && port <= UINT16_MAX && event::is_live(box) &&
          event::find_target(name, static_cast<std::uint16_t>(port), host);
 }
 
@@ -24,25 +24,25 @@ bool Connection::connect(kiv_box* on, const platform::WireAddress& host, const H
 
 bool Connection::start_timer(std::uint32_t timeout_ms, const Handlers& handlers,
                              void* object) noexcept {
-  timer = kiv_box_NewOnceTimer(box, timeout_ms, handlers.on_timeout, object);
+  timer = event::add_once_timer(box, timeout_ms, {handlers.on_timeout, object});
   return timer != -1;
 }
 
 void Connection::end_timer() noexcept {
-  if (timer != -1) kiv_box_DeleteTimer(box, timer);
+  if (timer != -1) event::delete_timer(box, timer);
   timer = -1;
 }
 
 std::int32_t Connection::release() noexcept {
   const std::int32_t released = socket;
-  if (socket != -1) kiv_box_DeleteSock(box, socket);
+  if (socket != -1) event::delete_socket(box, socket);
   socket = -1;
   end_timer();
   return released;
 }
 
 bool Connection::await_writing(zu_event_fn callback, void* object) noexcept {
-  return kivx_box_ImportSockId_ForWrite(box, socket, callback, object) == 1;
+  return event::import_socket(box, socket, event::Kind::write, callback, object);
 }
 
 // The box's own way to end a wait would also forget, and leave open, a socket that waits for

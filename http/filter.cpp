@@ -48,10 +48,10 @@ kiv_http_table* get_complete(kiv_http_filter& filter, zu_jitter** body) {
 // A clone of the table and, when asked for, the body bytes that came since the last call. They
 // stay when there is no body output to put them into.
 kiv_http_table* get_part(Message& message, zu_jitter** body) {
-  if (zu_jitter_GetLen(message.body) == 0) return nullptr;
+  if (message.body->length == 0) return nullptr;
   OwnedTable table = clone(*message.table);
   if (table == nullptr || body == nullptr) return table.release();
-  zu_jitter* const fresh = zu_jitter_malloc();
+  kiv::containers::Jitter* const fresh = kiv::containers::new_jitter();
   if (fresh == nullptr) return nullptr;
   *body = message.body;
   message.body = fresh;

@@ -118,7 +118,7 @@ bool begin_message(Message& message, Kind kind, const char* head, std::int32_t l
   message.table = parse_header(head, head + length).release();
   if (message.table == nullptr) return false;
   if (kind == Kind::request && message.table->method.text == nullptr) return false;
-  message.body = zu_jitter_malloc();
+  message.body = containers::new_jitter();
   if (message.body == nullptr) return false;
   message.state = body(message, kind, head, length);
   return message.state != KIV_HTTP_BROKEN;
@@ -209,7 +209,7 @@ bool take_head(Message& message, Input& in, Kind kind) noexcept {
 
 bool take_body(Message& message, Input& in) noexcept {
   const std::int32_t wanted = std::min(message.expected - message.received, in.left());
-  const std::int32_t stored = zu_jitter_SetData(message.body, in.at, wanted);
+  const std::int32_t stored = message.body->put(in.at, wanted);
   if (stored != wanted) return false;  // no memory, or the body is full
   in.at += stored;
   message.received += stored;

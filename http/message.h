@@ -7,16 +7,17 @@
 #include <cstdint>
 #include <memory>
 
+#include "containers/jitter.h"
 #include "http/table.h"
 
 namespace kiv::http {
 
-using OwnedJitter = std::unique_ptr<zu_jitter, FreedBy<zu_jitter_free>>;
+using OwnedJitter = std::unique_ptr<zu_jitter, FreedBy<containers::free_jitter>>;
 
 struct Message {
   kiv_http_table* table;
   char* held;  // a head or a chunk-size line that is not complete; null until there is one
-  zu_jitter* body;
+  containers::Jitter* body;
   std::int32_t expected;  // body bytes announced, for the message or for the chunk being read
   std::int32_t received;  // how many of them came
   std::int32_t state;

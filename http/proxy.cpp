@@ -7,6 +7,7 @@
 #include "base/base64.h"
 #include "base/str.h"
 #include "event/endpoint.h"
+#include "event/kiv_box_verbs.h"
 #include "http/connection.h"
 #include "kiv_base/http.h"
 
@@ -122,12 +123,12 @@ void KIV_CALL handle_connect(void* box, void* argument, std::int32_t socket) {
   Tunnel tunnel(argument, &Connection::socket, socket);
   if (!tunnel) return;
   event::set_buffers(socket, kSocketBuffer, kSocketBuffer);
-  kivx_box_SetMaxReadLen(static_cast<kiv_box*>(box), socket, 1);
+  event::set_max_read(static_cast<kiv_box*>(box), socket, 1);
   const Texts& texts = tunnel->texts;
   std::printf("info: connect to proxy server(%s:%d) OK!\n", texts.proxy_host, texts.proxy_port);
   const std::int32_t length = write_request(texts, tunnel->message);
   // The buffer of a new connection takes far more than this, or the connection is lost.
-  if (kiv_box_TcpWrite(static_cast<kiv_box*>(box), socket, tunnel->message, length) != length) {
+  if (event::write(static_cast<kiv_box*>(box), socket, tunnel->message, length) != length) {
     fail(tunnel);
   }
 }
@@ -162,7 +163,7 @@ Answer take_answer(kiv_proxy_http& tunnel, const char* data, std::int32_t length
 
 void establish(Tunnel& tunnel, kiv_box* box, std::int32_t socket) {
   tunnel->connection.end_timer();
-  kivx_box_SetMaxReadLen(box, socket, kReadLength);
+  event::set_max_read(box, socket, kReadLength);
   tunnel->established = 1;
   const auto on_ready = tunnel->on_ready;
   tunnel.unlock();

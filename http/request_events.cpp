@@ -2,6 +2,7 @@
 #include "http/request.h"
 
 #include "event/endpoint.h"
+#include "event/kiv_box_verbs.h"
 #include "http/filter.h"
 
 namespace kiv::http {
@@ -36,8 +37,8 @@ void end_exchange(Request& request,
 // A failed write is left to the read side, which finds out what became of the connection.
 void write_more(kiv_http_request& request) {
   Outgoing& out = request.outgoing;
-  const std::int32_t sent = kiv_box_TcpWrite(request.connection.box, request.connection.socket,
-                                             out.text + out.sent, out.length - out.sent);
+  const std::int32_t sent = event::write(request.connection.box, request.connection.socket,
+                                         out.text + out.sent, out.length - out.sent);
   if (sent > 0) out.sent += sent;
   if (out.is_done()) out.clear();
 }

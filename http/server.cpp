@@ -42,7 +42,7 @@ namespace {
 using Locked = base::Locked<kiv_http_server>;
 
 void free_client(kiv_box* box, Client* client) {
-  kiv_box_DeleteSock(box, client->socket);
+  event::delete_socket(box, client->socket);
   base::destroy(client);
 }
 
@@ -62,7 +62,7 @@ void close_accepted(kiv_box* box, const void* server, std::int32_t socket) {
 
 // Closes the listener, all clients and the connections nobody took.
 void close_all(const Locked& server) {
-  if (server->listener != -1) kiv_box_DeleteSock(server->box, server->listener);
+  if (server->listener != -1) event::delete_socket(server->box, server->listener);
   server->listener = -1;
   server->clients.clear([&](Client& client) { free_client(server->box, &client); });
   close_accepted(server->box, server.get(), 0);
@@ -153,8 +153,8 @@ void KIV_CALL handle_accept(void* box, void* argument, std::int32_t, std::int32_
   auto* const server = static_cast<kiv_http_server*>(argument);
   Locked locked(server);
   if (!locked || !is_current(locked, box, socket) ||
-      kiv_box_AcceptTcpClient(static_cast<kiv_box*>(box), socket, handle_read, server, handle_close,
-                              server) < 1) {
+      event::adopt(static_cast<kiv_box*>(box), socket, {handle_read, server},
+                   {handle_close, server}) < 1) {
     platform::socket_close(socket);  // no box knows it: it would stay open for ever
     return;
   }
@@ -184,7 +184,7 @@ int KIV_CALL kiv_http_server_attach(kiv_box* box, kiv_http_server* server, uint1
   locked->box = box;
   locked->port = port;
   locked->on_accept = {on_accept, accept_user};
-  locked->listener = kiv_box_NewTcpServer(box, nullptr, port, handle_accept, server);
+  locked->listener = kiv::event::add_tcp_server(box, nullptr, port, {handle_accept, server});
   return locked->listener > 0 ? 1 : 0;
 }
 
@@ -211,7 +211,7 @@ int KIV_CALL kiv_http_server_DeleteClient(kiv_http_server* server, int32_t socke
   if (!locked) return 0;
   Client* const client = locked->clients.find(socket);
   if (client == nullptr) {
-    kiv_box_DeleteSock(locked->box, socket);
+    kiv::event::delete_socket(locked->box, socket);
     return 0;
   }
   delete_client(locked, client);

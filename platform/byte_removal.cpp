@@ -2,15 +2,12 @@
 
 #if defined(__x86_64__) || defined(__i386__)
 #include <tmmintrin.h>
-#define KIV_HAS_SSSE3 __builtin_cpu_supports("ssse3")
-#else
-#define KIV_HAS_SSSE3 false
+#define KIV_HAS_SSSE3 1
 #endif
 
 namespace kiv::platform {
+#ifdef KIV_HAS_SSSE3
 namespace {
-
-#if defined(__x86_64__) || defined(__i386__)
 
 // For each set of kept bytes among eight: which they are, in order, and how many.
 struct Packing {
@@ -62,18 +59,13 @@ KIV_VECTORS const char* copy_blocks(const AsciiSet& removed, char*& to, const ch
   return text;
 }
 
-#else
-
-const char* copy_blocks(const AsciiSet&, char*&, const char* text, const char*) {
-  return text;
-}
-
+}  // namespace
 #endif
 
-}  // namespace
-
 char* copy_without(const AsciiSet& removed, char* to, const char* text, const char* end) {
-  if (KIV_HAS_SSSE3) text = copy_blocks(removed, to, text, end);
+#ifdef KIV_HAS_SSSE3
+  if (__builtin_cpu_supports("ssse3")) text = copy_blocks(removed, to, text, end);
+#endif
   // Every byte is written, but only one that is kept moves `to`: no branch to mispredict.
   for (; text < end; ++text) {
     *to = *text;

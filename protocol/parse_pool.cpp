@@ -6,16 +6,15 @@
 #include "protocol/proto.h"
 
 struct kiv_parse_pool {
-  zu_jitter_block* ring;  // packets are cut from here
-  zu_jitter* overflow;    // what arrived while the ring was full, or after such bytes
+  kiv::containers::JitterBlock ring;  // packets are cut from here
+  kiv::containers::Jitter overflow;   // what arrived while the ring was full, or after such bytes
+  std::uint8_t ring_bytes[20497];
 };
 
 namespace {
 
 using kiv::protocol::kMaxPacket;
-using kiv::protocol::kPacketStorage;
 
-constexpr int32_t kRingSize = 20497;
 constexpr int32_t kOverflowBlocks = 100000;
 constexpr int32_t kPiece = 1024;
 
@@ -24,38 +23,33 @@ enum class Step { again, packet, starved };
 void refill_ring(kiv_parse_pool& pool) {
   char piece[kPiece];
   for (;;) {
-    const int32_t room = _zu_jitter_block_GetAvailableLen(pool.ring);
-    const int32_t moved = zu_jitter_GetData(pool.overflow, piece, std::min(kPiece, room));
+    const int32_t moved = pool.overflow.take(piece, std::min(kPiece, pool.ring.room()));
     if (moved < 1) return;
-    _zu_jitter_block_SetData(pool.ring, piece, moved);
+    pool.ring.put(piece, moved);
   }
-}
-
-void drop_bytes(kiv_parse_pool& pool, int32_t count) {
-  _zu_jitter_block_GetData(pool.ring, nullptr, count);
 }
 
 Step cut_packet(kiv_parse_pool& pool, void* buffer, int32_t capacity, int32_t* length) {
   int32_t total = 0, zeros = 0;
   refill_ring(pool);
-  if (!_zu_jitter_block_CalPacketLen(pool.ring, &total, &zeros)) {
-    if (_zu_jitter_block_GetLen(pool.ring) < kMaxPacket) return Step::starved;
-    _zu_jitter_block_reset(pool.ring);
+  if (!pool.ring.find_packet(total, zeros)) {
+    if (pool.ring.length < kMaxPacket) return Step::starved;
+    pool.ring.clear();
     return Step::again;
   }
   const int32_t size = total - zeros + 1;
   if (size == 1 || size > kMaxPacket) {
-    drop_bytes(pool, total);
+    pool.ring.drop_oldest(total);
     return Step::again;
   }
   if (size > capacity) {
     // deliberate: skipped without a word, with its front left in the buffer, so that one packet too
     // large for the caller does not stop the stream.
-    drop_bytes(pool, total - _zu_jitter_block_GetData(pool.ring, buffer, capacity));
+    pool.ring.drop_oldest(total - pool.ring.take(buffer, capacity));
     return Step::again;
   }
-  _zu_jitter_block_GetData(pool.ring, buffer, size);
-  drop_bytes(pool, zeros - 1);
+  pool.ring.take(buffer, size);
+  pool.ring.drop_oldest(zeros - 1);
   *length = size;
   return Step::packet;
 }
@@ -65,32 +59,22 @@ Step cut_packet(kiv_parse_pool& pool, void* buffer, int32_t capacity, int32_t* l
 kiv_parse_pool* KIV_CALL kiv_parse_pool_malloc(void) KIV_NOEXCEPT {
   auto pool = kiv::base::make<kiv_parse_pool>();
   if (!pool) return nullptr;
-  *pool = {_zu_jitter_block_new(kRingSize),
-           zu_jitter_mallocx(kPacketStorage, kOverflowBlocks, nullptr)};
-  if (!pool->ring || !pool->overflow) {
-    kiv_parse_pool_free(pool.release());
-    return nullptr;
-  }
+  pool->ring.init(pool->ring_bytes, sizeof pool->ring_bytes);
+  pool->overflow.init(kiv::protocol::kPacketStorage, kOverflowBlocks, nullptr);
   return pool.release();
 }
 
 void KIV_CALL kiv_parse_pool_free(kiv_parse_pool* pool) KIV_NOEXCEPT {
   if (!pool) return;
-  _zu_jitter_block_free(pool->ring);
-  zu_jitter_free(pool->overflow);
+  pool->overflow.clear();
   kiv::base::destroy(pool);
 }
 
 int KIV_CALL kiv_parse_pool_input(kiv_parse_pool* pool, const void* bytes,
                                   int32_t count) KIV_NOEXCEPT {
   if (!pool || count < 0 || (!bytes && count > 0)) return 0;
-  if (zu_jitter_GetLen(pool->overflow) == 0 && _zu_jitter_block_SetData(pool->ring, bytes, count)) {
-    return 1;
-  }
-  return count <= zu_jitter_GetAvailableLen(pool->overflow) &&
-                 kiv::containers::Jitter::of(pool->overflow)->put_all(bytes, count)
-             ? 1
-             : 0;
+  if (pool->overflow.length == 0 && pool->ring.put_all(bytes, count)) return 1;
+  return count <= pool->overflow.available() && pool->overflow.put_all(bytes, count);
 }
 
 int KIV_CALL kiv_parse_pool_get(kiv_parse_pool* pool, void* buffer, int32_t capacity,
@@ -103,11 +87,9 @@ int KIV_CALL kiv_parse_pool_get(kiv_parse_pool* pool, void* buffer, int32_t capa
 }
 
 int32_t KIV_CALL kiv_parse_pool_GetLen(kiv_parse_pool* pool) KIV_NOEXCEPT {
-  return pool ? _zu_jitter_block_GetLen(pool->ring) + zu_jitter_GetLen(pool->overflow) : 0;
+  return pool ? pool->ring.length + pool->overflow.length : 0;
 }
 
 int32_t KIV_CALL kiv_parse_pool_GetAvailableLen(kiv_parse_pool* pool) KIV_NOEXCEPT {
-  return pool ? _zu_jitter_block_GetAvailableLen(pool->ring) +
-                    zu_jitter_GetAvailableLen(pool->overflow)
-              : 0;
+  return pool ? pool->ring.room() + pool->overflow.available() : 0;
 }

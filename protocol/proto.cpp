@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/mem_pool.h"
 #include "base/owned.h"
 
 namespace kiv::protocol {
@@ -49,7 +50,7 @@ kiv_proto* new_packet() {
     return nullptr;
   }
   packet->pool_size = kPoolSize;
-  packet->pool = zu_mem_init(packet->pool_memory, kPoolSize);
+  packet->pool = base::format_pool(packet->pool_memory, kPoolSize);
   return packet;
 }
 
@@ -102,8 +103,8 @@ std::uint8_t name_tag(const char* name, std::size_t length) {
 void reset_packet(kiv_proto& packet) {
   packet.packet_length = packet.command_length = packet.count = packet.cursor = 0;
   packet.tagged_count = 0;
-  zu_mem_destroy(packet.pool);
-  packet.pool = zu_mem_init(packet.pool_memory, kPoolSize);
+  base::end_pool(packet.pool);
+  packet.pool = base::format_pool(packet.pool_memory, kPoolSize);
 }
 
 void empty_packet(kiv_proto& packet) {
@@ -112,7 +113,7 @@ void empty_packet(kiv_proto& packet) {
 }
 
 char* pool_allocate(kiv_proto& packet, std::int32_t size) {
-  return static_cast<char*>(zu_mem_malloc(packet.pool, static_cast<std::uint32_t>(size)));
+  return static_cast<char*>(base::pool_allocate(packet.pool, static_cast<std::uint32_t>(size)));
 }
 
 char* pool_copy(kiv_proto& packet, const char* text, std::int32_t length) {
@@ -124,7 +125,7 @@ char* pool_copy(kiv_proto& packet, const char* text, std::int32_t length) {
 }
 
 void pool_free(kiv_proto& packet, char* copy) {
-  zu_mem_free(packet.pool, copy);
+  base::pool_free(packet.pool, copy);
 }
 
 std::int32_t find_parameter(kiv_proto& packet, const char* name) {

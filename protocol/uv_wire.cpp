@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "event/endpoint.h"
+#include "event/kiv_box_verbs.h"
 #include "platform/clock.h"
 #include "platform/socket.h"
 
@@ -19,7 +20,7 @@ void write_header(char* datagram, Type type, std::uint8_t code) {
 }
 
 std::int32_t send(const Link& link, const Address& to, const char* datagram, std::int32_t length) {
-  return kiv_box_UdpWrite(link.box, link.socket, datagram, length, to.ip, to.port);
+  return event::write_to(link.box, link.socket, datagram, length, to.ip, to.port);
 }
 
 // Wraps; differences count.
@@ -39,7 +40,7 @@ DatagramCopy::DatagramCopy(const Datagram& datagram) {
 
 bool Link::open_own(kiv_box* on, std::int32_t made, zu_event_fn handler, void* argument) {
   // The box reads its sockets itself until it forgets them. A box that is gone has closed them.
-  if (made < 1 || kivx_box_ExportSockId_ForRead(on, made) == 0) return false;
+  if (made < 1 || !event::export_socket(on, made, event::Kind::read)) return false;
   if (!open_given(on, made, handler, argument)) {
     platform::socket_close(made);
     return false;
@@ -50,8 +51,8 @@ bool Link::open_own(kiv_box* on, std::int32_t made, zu_event_fn handler, void* a
 
 bool Link::open_given(kiv_box* on, std::int32_t given, zu_event_fn handler, void* argument) {
   // Reads happen under the lock of all objects: one that waits would stop them.
-  if (zu_sock_set_nonblock(given) != 0) return false;
-  if (kivx_box_ImportSockId_ForRead(on, given, handler, argument) == 0) return false;
+  if (platform::socket_set_blocking(given, false) != 0) return false;
+  if (!event::import_socket(on, given, event::Kind::read, handler, argument)) return false;
   event::set_buffers(given, kSocketBuffer, kSocketBuffer);
   *this = {.box = on, .socket = given, .owns_socket = 0};
   return true;
@@ -59,10 +60,10 @@ bool Link::open_given(kiv_box* on, std::int32_t given, zu_event_fn handler, void
 
 void Link::close() {
   if (socket > 0 && owns_socket == 1) {
-    kiv_box_DeleteSock(box, socket);
+    event::delete_socket(box, socket);
     platform::socket_close(socket);  // the box has not known it since open_own
   } else if (socket > 0) {
-    kivx_box_ExportSockId_ForRead(box, socket);
+    event::export_socket(box, socket, event::Kind::read);
   }
   socket = -1;
   owns_socket = 0;
@@ -70,7 +71,8 @@ void Link::close() {
 
 std::int32_t Link::receive(char* buffer, zu_sock_peer& from) const {
   from = {};
-  const std::int32_t length = kivx_box_UdpRead(box, socket, buffer, kMaxDatagram, &from);
+  const std::int32_t length =
+      event::read_datagram(socket, buffer, kMaxDatagram, from, platform::Waiting::as_set);
   if (length >= 0) buffer[length] = '\0';
   return length;
 }

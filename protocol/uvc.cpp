@@ -5,7 +5,9 @@
 
 #include "base/owned.h"
 #include "base/random.h"
+#include "event/endpoint.h"
 #include "event/ip_text.h"
+#include "event/kiv_box_verbs.h"
 #include "platform/socket.h"
 
 namespace kiv::protocol::uv {
@@ -14,7 +16,7 @@ namespace {
 using LockedClient = base::Locked<kiv_uvc>;
 
 void delete_timer(const kiv_uvc& client, std::int32_t& timer) {
-  if (timer > 0) kiv_box_DeleteTimer(client.link.box, timer);
+  if (timer > 0) event::delete_timer(client.link.box, timer);
   timer = 0;
 }
 
@@ -29,7 +31,7 @@ void close(kiv_uvc& client) {
 bool open_link(kiv_uvc& client, kiv_box* box, std::int32_t socket) {
   if (socket > 0) return client.link.open_given(box, socket, serve_client, &client);
   const std::int32_t made =
-      kiv_box_NewUdpClient(box, client.server_ip, client.server_port, ignore_datagram, nullptr);
+      event::add_udp_client(box, client.server_ip, client.server_port, {ignore_datagram});
   return client.link.open_own(box, made, serve_client, &client);
 }
 
@@ -38,7 +40,7 @@ bool send_request(kiv_uvc& client) {
     return false;
   }
   client.connect_timer =
-      kiv_box_NewOnceTimer(client.link.box, kConnectTimeoutMs, connect_timed_out, &client);
+      event::add_once_timer(client.link.box, kConnectTimeoutMs, {connect_timed_out, &client});
   return client.connect_timer > 0;
 }
 
@@ -77,7 +79,7 @@ int KIV_CALL kivx_uvc_attach(kiv_box* box, kiv_uvc* client, int32_t socket, cons
   // The name is looked up before the lock, which all objects share.
   std::uint32_t address = 0;
   if (box == nullptr || !kiv::base::objects().contains(client) ||
-      zu_sock_HostnameTo32bits(&address, host) != 1) {
+      !kiv::event::find_address(host, address)) {
     return 0;
   }
   const LockedClient locked(client);

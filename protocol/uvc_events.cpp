@@ -1,6 +1,8 @@
 // The client of a virtual connection: what datagrams and timers do to it.
 #include "protocol/uvc.h"
 
+#include "event/kiv_box_verbs.h"
+
 namespace kiv::protocol::uv {
 namespace {
 
@@ -68,8 +70,8 @@ void KIV_CALL liveness_tick(void*, void* argument, std::int32_t timer, std::int3
 
 bool start_timers(kiv_uvc& client) {
   kiv_box* const box = client.link.box;
-  client.keep_alive_timer = kiv_box_NewLoopTimer(box, kKeepAliveMs, keep_alive_tick, &client);
-  client.liveness_timer = kiv_box_NewLoopTimer(box, kLivenessMs, liveness_tick, &client);
+  client.keep_alive_timer = event::add_loop_timer(box, kKeepAliveMs, {keep_alive_tick, &client});
+  client.liveness_timer = event::add_loop_timer(box, kLivenessMs, {liveness_tick, &client});
   client.keep_alive_pace.start();
   client.liveness_pace.start();
   client.sent_recently = client.peer_alive = 0;
@@ -83,7 +85,7 @@ News fail(kiv_uvc& client) {
 
 News take_accept(kiv_uvc& client) {
   if (client.state != ClientState::connecting) return News::none;
-  kiv_box_DeleteTimer(client.link.box, client.connect_timer);
+  event::delete_timer(client.link.box, client.connect_timer);
   client.connect_timer = 0;
   if (!start_timers(client)) return fail(client);
   client.state = ClientState::connected;

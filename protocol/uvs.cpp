@@ -3,7 +3,7 @@
 
 #include "base/owned.h"
 #include "event/endpoint.h"
-#include "event/kiv_box.h"
+#include "event/kiv_box_verbs.h"
 
 namespace kiv::protocol::uv {
 namespace {
@@ -24,10 +24,10 @@ struct Handlers {
 enum class Ownership { own, given };
 
 void release(kiv_uvs& server) {
-  if (server.keep_alive_timer > 0) kiv_box_DeleteTimer(server.link.box, server.keep_alive_timer);
+  if (server.keep_alive_timer > 0) event::delete_timer(server.link.box, server.keep_alive_timer);
   server.keep_alive_timer = 0;
   if (server.link.socket > 0) {
-    kivx_box_ExportSockId_ForRead(server.link.box, server.link.socket);
+    event::export_socket(server.link.box, server.link.socket, event::Kind::read);
     const std::uint32_t wait = event::current_wait(server.link.box);
     server.link.close();
     event::wait_until_over(server.link.box, wait);  // now its port is free
@@ -40,7 +40,7 @@ bool start(kiv_uvs& server) {
   event::set_buffers(server.link.socket, kServerBuffer, kServerBuffer);
   server.keep_alive_pace.start();
   server.keep_alive_timer =
-      kiv_box_NewLoopTimer(server.link.box, kKeepAliveMs, keep_alive_tick, &server);
+      event::add_loop_timer(server.link.box, kKeepAliveMs, {keep_alive_tick, &server});
   return server.keep_alive_timer > 0;
 }
 
@@ -90,7 +90,7 @@ int KIV_CALL kivx_uvs_attach(kiv_box* box, kiv_uvs* server, int32_t socket,
   }
   // deliberate: a client's socket serves as well as a server's; host and port are only checked.
   return attach(box, server, handlers, Ownership::own, [=] {
-    return kiv_box_NewUdpClient(box, kOwnSocketHost, kOwnSocketPort, ignore_datagram, nullptr);
+    return kiv::event::add_udp_client(box, kOwnSocketHost, kOwnSocketPort, {ignore_datagram});
   });
 }
 
@@ -99,7 +99,7 @@ int KIV_CALL kiv_uvs_attach(kiv_box* box, kiv_uvs* server, uint16_t port,
                             kiv_uvs_foreign_fn on_foreign, void* argument) KIV_NOEXCEPT {
   const Handlers handlers{on_connect, spare, on_foreign, argument};
   return attach(box, server, handlers, Ownership::own,
-                [=] { return kiv_box_NewUdpServer(box, nullptr, port, ignore_datagram, nullptr); });
+                [=] { return kiv::event::add_udp_server(box, nullptr, port, {ignore_datagram}); });
 }
 
 int KIV_CALL kiv_uvs_AcceptClient(kiv_uvs* server, int32_t client, kiv_uvs_data_fn on_data,

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "base/owned.h"
+#include "event/kiv_box_verbs.h"
 #include "platform/random.h"
 #include "protocol/uvs.h"
 
@@ -27,7 +28,7 @@ std::int32_t key_of(const kiv_uvs& server, const Sender& sender) {
 }
 
 void free_peer(const kiv_uvs& server, Peer* peer) {
-  kiv_box_DeleteTimer(server.link.box, peer->liveness_timer);
+  event::delete_timer(server.link.box, peer->liveness_timer);
   base::destroy(peer);
 }
 
@@ -65,7 +66,7 @@ Peer* add_peer(kiv_uvs& server, const zu_sock_peer& sender, const char* session)
   auto peer = base::make<Peer>();
   if (!peer) return nullptr;
   kiv_box* const box = server.link.box;
-  peer->id = kiv_box_NewLoopTimer(box, kLivenessMs, liveness_tick, &server);
+  peer->id = event::add_loop_timer(box, kLivenessMs, {liveness_tick, &server});
   if (peer->id < 1) return nullptr;
   peer->liveness_timer = peer->id;
   peer->liveness_pace.start();
@@ -75,7 +76,7 @@ Peer* add_peer(kiv_uvs& server, const zu_sock_peer& sender, const char* session)
   std::memcpy(peer->session, session, kSession);
   peer->state = PeerState::connected;
   if (!insert(server, peer.get())) {
-    kiv_box_DeleteTimer(box, peer->id);
+    event::delete_timer(box, peer->id);
     return nullptr;
   }
   ++server.client_count;
