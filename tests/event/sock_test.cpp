@@ -103,7 +103,8 @@ TEST(Datagrams, ManyAreSentAndReceivedInOneCall) {
   EXPECT_EQ(zu_sock_WriteDatagrams(a.id(), out + kCount, 1) + zu_sock_WriteDatagrams(0, out, 1) +
                 zu_sock_WriteDatagrams(a.id(), out, 0) + zu_sock_ReadDatagrams(b.id(), nullptr, 1),
             0);
-  EXPECT_EQ(zu_sock_WriteDatagrams(tcp_listener().id(), out, 1), -1);
+  const std::int32_t closed = udp_socket().id();
+  EXPECT_EQ(zu_sock_WriteDatagrams(closed, out, 1), -1);
 }
 
 TEST(Datagrams, GroupsAndBroadcastsAreAskedFor) {
