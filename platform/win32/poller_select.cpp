@@ -74,6 +74,7 @@ struct Poller::Backend {
   int select_above_lowest(timeval* timeout);
   bool has_answer(Kind kind) const;
   void take_ready(Kind kind);
+  void ask_below(Kind kind);
 };
 
 Poller::Backend::~Backend() {
@@ -199,6 +200,24 @@ void Poller::Backend::take_ready(Kind kind) {
   }
 }
 
+// Callbacks have ended all waits that were asked for and ready; the next ones lie below them.
+void Poller::Backend::ask_below(Kind kind) {
+  const Watch* const above = place_of(lowest[index_of(kind)]);
+  lowest[index_of(kind)] = 0;
+  SOCKET* end = set_members(kind);
+  for (const Watch* watch = watches; watch != above; ++watch) {
+    if ((watch->kinds & ~watch->fresh & set_of(kind)) != 0) {
+      *end++ = static_cast<SOCKET>(watch->socket);
+    }
+  }
+  set(kind)->fd_count = static_cast<u_int>(end - set_members(kind));
+  fd_set* given[3] = {};
+  given[index_of(kind)] = set(kind);
+  timeval none{};
+  found = end == set_members(kind) ? 0 : select(0, given[0], given[1], given[2], &none);
+  take_ready(kind);
+}
+
 std::int32_t Poller::capacity() noexcept {
   return 1024;
 }
@@ -278,19 +297,23 @@ Poller::Result Poller::end_wait() noexcept {
     self.any_dead = self.error == kNotASocket;
     return self.any_dead ? Result::dead_socket : Result::failed;
   }
-  return self.any_ready != 0 ? Result::ready : Result::timed_out;
+  // Ready, too, if another thread has ended all those waits: what lies below was not asked for.
+  return self.found > 0 ? Result::ready : Result::timed_out;
 }
 
 std::int32_t Poller::highest_ready(Kind kind, std::int32_t below) noexcept {
   Backend& self = *backend_;
   std::int32_t& found = self.served[index_of(kind)];
-  found = -1;
-  if ((self.any_ready & set_of(kind)) == 0) return found;
-  for (const Watch* watch = self.place_of(below); watch-- != self.watches;) {
-    if (watch->socket < self.lowest[index_of(kind)]) break;
-    if ((watch->ready & set_of(kind)) != 0) return found = watch->socket;
+  const std::int32_t& lowest = self.lowest[index_of(kind)];
+  for (found = -1;; self.ask_below(kind)) {
+    const Watch* const end = self.place_of(lowest);
+    const Watch* watch = self.place_of(below);
+    if ((self.any_ready & set_of(kind)) == 0) watch = end;
+    while (watch > end) {
+      if (((--watch)->ready & set_of(kind)) != 0) return found = watch->socket;
+    }
+    if (lowest == 0) return found;
   }
-  return found;
 }
 
 // What select() found holds for the whole pass.

@@ -114,6 +114,17 @@ TEST_F(Engine, ServesTheHighestOfManyThatIsReadyByThen) {
   EXPECT_EQ(run(), expected);
 }
 
+TEST_F(Engine, ServesTheNextOfManyWhenACallbackEndsTheHighest) {
+  open(20);
+  on('r', 19, [](Engine& test, std::size_t number) {
+    if (test.log_ == "r19 ") return;
+    done_reading(test, number);
+    for (const std::size_t i : {18U, 17U, 16U}) done_writing(test, i);
+  });
+  for (std::size_t i = 0; i < 19; ++i) on('w', i, i == 18 ? [](Engine&, std::size_t) {} : stop);
+  EXPECT_EQ(run(), "r19 w18 r19 w15 ");
+}
+
 TEST_F(Engine, ServesNothingThatEndedOrBeganSinceTheWait) {
   open(4);
   for (const std::size_t i : {0U, 2U, 3U}) on('w', i, done_writing);
