@@ -176,6 +176,7 @@ TEST_F(UvTimers, AServerHasTenThousandClientsAtMost) {
   EXPECT_EQ(kiv_uvs_DeleteClient(server, *ids.begin()), 1);
   other.send_to(server.port, datagram(kConnect, kSession));
   expect_five(other, datagram(kAccept, kSession));
+  EXPECT_EQ(server.seen.next(), "connect");
 }
 
 }  // namespace
