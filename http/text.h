@@ -1,6 +1,7 @@
 // Texts of the HTTP family: owned, read as numbers, and written piece by piece.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -41,9 +42,7 @@ class TextBuffer {
   }
   void put(std::string_view text) noexcept { put(text.data(), text.size()); }
 
-  void drop_last() noexcept {
-    if (length_ > 0) --length_;
-  }
+  void drop_last(std::size_t count = 1) noexcept { length_ -= std::min(count, length_); }
   std::size_t length() const noexcept { return length_; }
 
   // The text with a terminator, null if out of memory.
